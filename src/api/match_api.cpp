@@ -1,0 +1,29 @@
+// The exported lookups.
+#include <ruleset.h>
+
+#include "core/byte_order.h"
+#include "core/rule_group.h"
+#include "ip/ip_match.h"
+
+extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
+                                       MatchResult* result) noexcept {
+    return rs::matchIpv4(group, address, result);
+}
+
+extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
+                                         const void* address, MatchResult* result) noexcept {
+    if (address == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const auto* bytes = static_cast<const uint8_t*>(address);
+    if (family == 4) {
+        return rs::matchIpv4(group, rs::readBigEndian32(bytes), result);
+    }
+    if (family == 6) {
+        return rs::matchIpv6(group,
+                             {{rs::readBigEndian32(bytes), rs::readBigEndian32(bytes + 4),
+                               rs::readBigEndian32(bytes + 8), rs::readBigEndian32(bytes + 12)}},
+                             result);
+    }
+    return RULE_ERR_INVALID_ARG;
+}

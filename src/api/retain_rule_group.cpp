@@ -1,0 +1,27 @@
+#include "api/retain_rule_group.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "api/rule_type.h"
+#include "core/memory.h"
+
+namespace rs {
+
+RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept {
+    if (group == nullptr) {
+        return nullptr;
+    }
+    auto* copy = allocateRecord<RuleGroup>();
+    if (copy == nullptr) {
+        return nullptr;
+    }
+    std::copy(std::begin(group->reservedWords), std::end(group->reservedWords),
+              std::begin(copy->reservedWords));
+    copy->refCount = 1;
+    copy->nonEmpty = group->nonEmpty;
+    retainSlots(*group, *copy);
+    return copy;
+}
+
+}  // namespace rs

@@ -1,0 +1,96 @@
+// A chained hash table whose chains are laid out by its user.
+//
+//     HashTable
+//       buckets -> [0] chain  list head  reserved     the table picks a bucket by hash modulo
+//                  [1] chain  list head  reserved     bucketCount and hands it to a callback, which
+//                  ...                                walks, extends or searches what hangs there
+//
+// Invariants: bucketCount never changes. elementCount is inserts minus removals, as reported here.
+// Ownership:  the table owns its bucket array and side arrays, never what hangs in a bucket: its
+//             user frees the chains first.
+// Threads:    elementCount is changed atomically; the chains have no lock. Lookups never write.
+// Cost:       one modulo and one callback.
+//
+// A callback's first line casts its void pointers to what they are.
+#pragma once
+
+#include <cstdint>
+
+#include "core/list.h"
+#include "core/memory.h"
+
+namespace rs {
+
+struct HashBucket {
+    void* chain;        // head of a singly linked chain; null at first
+    ListLink list;      // head of a doubly linked list; empty at first
+    void* reserved[2];  // null
+};
+
+// Kinds of table: a kind from 1 to 3 carries a side array of one word per bucket, which no user of
+// the table reads yet.
+inline constexpr int32_t HASH_KIND_PLAIN = 0;
+inline constexpr int32_t HASH_KIND_LAST = 3;
+
+struct HashTable {
+    uint32_t bucketCount;
+    uint32_t elementCount;
+    HashBucket* buckets;  // owned
+    uint32_t kind;
+    uint32_t*
+        sideArrays[HASH_KIND_LAST];  // owned; sideArrays[kind - 1] exists, the others are null
+};
+
+// Links item, or a node made from it, into the bucket and returns item; returns anything else to
+// refuse, and leaves its reason in item.
+using HashInsertCallback = void* (*)(HashBucket* bucket, void* item) noexcept;
+// Returns the element found, or null.
+using HashLookupCallback = void* (*)(HashBucket* bucket, uint32_t hash, const void* key) noexcept;
+// Takes an element out of the bucket, stores it in *removed and returns 0; anything else when there
+// is none.
+using HashRemoveCallback = int32_t (*)(HashBucket* bucket, const void* key,
+                                       void** removed) noexcept;
+using HashVisitCallback = int32_t (*)(HashBucket* bucket, void* argument,
+                                      uint32_t* elementCount) noexcept;
+
+// A table with empty buckets; null when bucketCount is negative, the kind is unknown, or memory is
+// out. The caller frees it with hashDestroy.
+[[nodiscard]] HashTable* hashCreate(int32_t bucketCount, int32_t kind) noexcept;
+
+// Returns the element count afterwards, RULE_ERR_EXISTS when the callback refused, or
+// RULE_ERR_INVALID_ARG for a null table or one without buckets.
+int32_t hashInsert(HashTable* table, uint32_t hash, void* item,
+                   HashInsertCallback callback) noexcept;
+
+// Returns what the callback found, or the bucket itself without a callback; null for a null table
+// or one without buckets.
+void* hashLookup(const HashTable* table, uint32_t hash, const void* key,
+                 HashLookupCallback callback) noexcept;
+
+// Returns what the callback returns, or RULE_ERR_INVALID_ARG for a null table or one without
+// buckets.
+int32_t hashVisitBucket(HashTable* table, uint32_t hash, void* argument,
+                        HashVisitCallback callback) noexcept;
+
+// Returns the element taken out; null when there was none, and for a null table or callback.
+void* hashRemove(HashTable* table, uint32_t hash, const void* key,
+                 HashRemoveCallback callback) noexcept;
+
+// Visits the buckets in order up to the first non-zero answer, and returns that answer, or 0.
+// RULE_ERR_INVALID_ARG for a null table.
+int32_t hashVisitAll(HashTable* table, void* argument, HashVisitCallback callback) noexcept;
+
+// hash modulo bucketCount; the value of RULE_ERR_INVALID_ARG for a null table or one without
+// buckets.
+uint32_t hashBucketIndex(const HashTable* table, uint32_t hash) noexcept;
+
+// Frees the table but not what hangs in its buckets, and sets *table to null.
+void hashDestroy(HashTable** table) noexcept;
+
+inline void freeHashTable(HashTable* table) noexcept {
+    hashDestroy(&table);
+}
+
+using OwnedHashTable = Owned<HashTable, freeHashTable>;
+
+}  // namespace rs

@@ -1,0 +1,91 @@
+#include "core/port_list.h"
+
+#include <ruleset.h>
+
+#include <algorithm>
+
+#include "syntax/port.h"
+
+namespace rs {
+
+namespace {
+
+void freeNodes(PortRange* head) noexcept {
+    freeRangeList(&head);
+}
+
+using OwnedPortList = Owned<PortRange, freeNodes>;
+
+// Pushes a node for an item that is already parsed.
+PortRange* pushRange(PortPair ports, PortRange** head) noexcept {
+    PortRange* node = allocateRecord<PortRange>();
+    if (node != nullptr) {
+        *node = {ports.low, ports.high, *head};
+        *head = node;
+    }
+    return node;
+}
+
+int32_t parseItem(const char* text, uint32_t length, PortRange** head) noexcept {
+    PortPair ports{};
+    if (parsePortPair(text, length, &ports) != RULE_OK) {
+        return RULE_ERR_BAD_RULE;
+    }
+    return pushRange(ports, head) != nullptr ? RULE_OK : RULE_ERR_NO_MEMORY;
+}
+
+int32_t parseItems(const char* text, uint32_t length, PortRange** out) noexcept {
+    OwnedPortList list;
+    const char* const end = text + length;
+    for (const char* item = text;; ++item) {
+        const char* const comma = std::find(item, end, ',');
+        PortRange* head = list.release();
+        const int32_t status = parseItem(item, static_cast<uint32_t>(comma - item), &head);
+        list.reset(head);
+        if (status != RULE_OK) {
+            return status;
+        }
+        if (comma == end) {
+            *out = list.release();
+            return RULE_OK;
+        }
+        item = comma;
+    }
+}
+
+}  // namespace
+
+int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexcept {
+    if (text == nullptr || length == 0 || out == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    if (text[0] != '*') {
+        return parseItems(text, length, out);
+    }
+    if (length != 1) {
+        return RULE_ERR_BAD_RULE;
+    }
+    PortRange* anyPort = nullptr;
+    if (pushRange({1, 65535}, &anyPort) == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    *out = anyPort;
+    return RULE_OK;
+}
+
+PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept {
+    return head != nullptr && parseItem(text, length, head) == RULE_OK ? *head : nullptr;
+}
+
+void freeRangeList(PortRange** head) noexcept {
+    if (head == nullptr) {
+        return;
+    }
+    while (*head != nullptr) {
+        PortRange* node = *head;
+        *head = node->next;
+        freeMemory(node);
+    }
+}
+
+}  // namespace rs

@@ -1,0 +1,34 @@
+// Lists of port ranges, as rules with endpoints hold them.
+//
+//     field     '*' | item { ',' item }
+//     item      port | port '-' port
+//
+//     80,443,1000-2000   ->   1000-2000, 443-443, 80-80      a list runs in reverse text order
+//     *                  ->   1-65535                        port 0 is never covered
+#pragma once
+
+#include <cstdint>
+
+#include "core/memory.h"
+
+namespace rs {
+
+struct PortRange {
+    uint16_t low;
+    uint16_t high;    // inclusive
+    PortRange* next;  // owned; null at the end
+};
+
+// Parses a whole field into a new list, which the caller frees with freeRangeList. *out is written
+// on success only. RULE_ERR_INVALID_ARG for a null argument or an empty text, RULE_ERR_BAD_RULE for
+// a bad one, RULE_ERR_NO_MEMORY.
+int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexcept;
+
+// Parses one item and pushes its node at the front of *head; null, with the list left alone, when
+// the text is bad or memory is out.
+PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept;
+
+// Frees every node and sets *head to null; a null argument is left alone.
+void freeRangeList(PortRange** head) noexcept;
+
+}  // namespace rs

@@ -1,0 +1,9 @@
+#include "core/version.h"
+
+namespace rs {
+
+const char* getLibraryVersion() noexcept {
+    return "ruleset " RULESET_VERSION " (" RULESET_BUILD_PLATFORM ", built " RULESET_BUILD_DATE ")";
+}
+
+}  // namespace rs

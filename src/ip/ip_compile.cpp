@@ -1,0 +1,157 @@
+#include "ip/ip_compile.h"
+
+#include <ruleset.h>
+
+#include "core/memory.h"
+#include "core/release.h"
+#include "ip/ip_rule.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t MAX_HOST_BUCKETS = 4095;
+
+ReleaseInfo releaseInfoOf(const RuleSet& set) noexcept {
+    return {set.releaseCallback, set.releaseContext, 0};
+}
+
+// Freeing a table calls the host back, so its owner carries what that needs.
+struct IpRuleTableReleasing {
+    ReleaseInfo info;
+    void operator()(IpRuleTable* table) const noexcept { releaseIpRuleTable(&table, &info); }
+};
+using OwnedIpRuleTable = std::unique_ptr<IpRuleTable, IpRuleTableReleasing>;
+
+OwnedIpRuleTable newIpRuleTable(const RuleSet& set) noexcept {
+    OwnedIpRuleTable table(allocateRecord<IpRuleTable>(), {releaseInfoOf(set)});
+    if (table) {
+        table->refCount = 1;
+    }
+    return table;
+}
+
+bool allocateClaims(const RuleSet& set, OwnedMemory<uint8_t>& claims) noexcept {
+    if (set.hasUserData == 0 || set.ipRules.ruleCount == 0) {
+        return true;
+    }
+    claims.reset(allocateArray<uint8_t>(set.ipRules.ruleCount));
+    return claims != nullptr;
+}
+
+bool createHostTable(HashTable*& hostTable, uint32_t ruleCount) noexcept {
+    if (hostTable == nullptr) {
+        const uint32_t buckets = ruleCount < MAX_HOST_BUCKETS ? ruleCount + 1 : MAX_HOST_BUCKETS;
+        hostTable = hashCreate(static_cast<int32_t>(buckets), HASH_KIND_PLAIN);
+    }
+    return hostTable != nullptr;
+}
+
+bool createTree(SearchTree*& tree, const RuleSet& set, TreeCompare compare,
+                TreeReleaseEntries releaseEntries) noexcept {
+    if (tree == nullptr) {
+        tree = createSearchTree(releaseInfoOf(set), compare, releaseEntries);
+    }
+    return tree != nullptr;
+}
+
+bool isSingle(const IpRule& rule) noexcept {
+    return (rule.addresses.addressFlags & ADDRESS_FLAG_SINGLE) != 0;
+}
+
+bool hasIpv4View(const IpRule& rule) noexcept {
+    if ((rule.addresses.addressFlags & ADDRESS_FLAG_IPV6) == 0) {
+        return true;
+    }
+    return isIpv4Mapped(rule.addresses.startAddress) &&
+           (isSingle(rule) || isIpv4Mapped(rule.addresses.endAddress));
+}
+
+// Enters a rule into the 32-bit structures; a rule of IPv6 addresses has no place there.
+int32_t enterIpv4View(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
+                      const EntryRule& entryRule) noexcept {
+    if (!hasIpv4View(rule)) {
+        return RULE_OK;
+    }
+    const uint32_t low = rule.addresses.startAddress.words[3];
+    if (isSingle(rule)) {
+        if (!createHostTable(table.hostTable, set.ipRules.ruleCount)) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        return insertHost(table.hostTable, low, entryRule);
+    }
+    if (!createTree(table.ipv4RangeTree, set, classifyInterval32, releaseRangeEntries32)) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    return insertInterval32(table.ipv4RangeTree, low, rule.addresses.endAddress.words[3],
+                            entryRule);
+}
+
+// Enters a rule into the 128-bit structures, IPv4 rules in their mapped form.
+int32_t enterIpv6View(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
+                      const EntryRule& entryRule) noexcept {
+    if (isSingle(rule)) {
+        if (!createTree(table.ipv6HostTree, set, compareAddressKey, releaseAddressEntries)) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        return insertAddress128(table.ipv6HostTree, rule.addresses.startAddress, entryRule);
+    }
+    if (!createTree(table.ipv6RangeTree, set, classifyInterval128, releaseRangeEntries128)) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    return insertInterval128(table.ipv6RangeTree, rule.addresses.startAddress,
+                             rule.addresses.endAddress, entryRule);
+}
+
+// Hands back the userData of a rule that added nothing to a view. A rule that has entered the other
+// view keeps it: the claim is its entry's. Otherwise the claim is taken here, so that a rule handed
+// back in the first pass never comes to own its userData in the second.
+void handBackUserData(const RuleSet& set, IpRule& rule, const EntryRule& entryRule) noexcept {
+    uint32_t flags = 0;
+    markRuleReleased(entryRule.userDataClaims, rule.userData, entryRule.ruleIndex - 1, &flags);
+    if (flags == 0 || rule.released != 0 || set.releaseCallback == nullptr) {
+        return;
+    }
+    rule.released = 1;
+    callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData, flags);
+}
+
+using EnterView = int32_t (*)(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
+                              const EntryRule& entryRule) noexcept;
+
+bool enterRules(RuleSet& set, IpRuleTable& table, uint8_t* claims, EnterView enterView) noexcept {
+    uint32_t position = 0;
+    for (ListLink* link = set.ipRules.head.next; link != &set.ipRules.head; link = link->next) {
+        auto& rule = *reinterpret_cast<IpRule*>(link);
+        const EntryRule entryRule{++position, rule.ruleValue, rule.ruleId, rule.userData, claims};
+        const int32_t status = enterView(set, table, rule, entryRule);
+        if (status == RULE_ERR_DUPLICATE) {
+            handBackUserData(set, rule, entryRule);
+        } else if (status != RULE_OK) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
+    if (set == nullptr || group == nullptr) {
+        return nullptr;
+    }
+    group->ipTable = nullptr;
+    OwnedMemory<uint8_t> claims;
+    if (!allocateClaims(*set, claims)) {
+        return nullptr;
+    }
+    OwnedIpRuleTable table = newIpRuleTable(*set);
+    if (!table || !enterRules(*set, *table, claims.get(), enterIpv4View) ||
+        !enterRules(*set, *table, claims.get(), enterIpv6View)) {
+        return nullptr;  // the owners free what was made and hand its userData back
+    }
+    group->ipTable = table.release();
+    return group->ipTable;
+}
+
+}  // namespace rs

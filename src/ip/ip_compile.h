@@ -1,0 +1,18 @@
+// List of IP rules -> IpRuleTable.
+#pragma once
+
+#include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "ip/ip_index.h"
+
+namespace rs {
+
+// Compiles the IP rules of a set, stores the table in the group's slot and returns it. Null, with
+// null in the slot, for a null argument or when the build fails; what had entered the unfinished
+// table then hands its userData back through the set's callback.
+//
+// A rule that an equal earlier rule makes superfluous hands its userData back at once, and its
+// record is marked, so that a later build does not do it again.
+IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept;
+
+}  // namespace rs

@@ -1,0 +1,254 @@
+// Entering rules into the structures of a table.
+#include <ruleset.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "core/address128.h"
+#include "core/memory.h"
+#include "ip/ip_index.h"
+
+namespace rs {
+
+namespace {
+
+// An entry of any kind for a rule. It does not own the userData yet: see claimUserData.
+template <typename Entry>
+OwnedMemory<Entry> makeEntry(const EntryRule& rule) noexcept {
+    OwnedMemory<Entry> entry(allocateRecord<Entry>());
+    if (entry) {
+        entry->ruleIndex = rule.ruleIndex;
+        entry->ruleValue = rule.ruleValue;
+        entry->ruleId = rule.ruleId;
+        entry->userData = rule.userData;
+    }
+    return entry;
+}
+
+// The first entry of a rule that is sure to stay in the table comes to own its userData; an entry
+// that owns it can no longer be dropped without handing it back.
+template <typename Entry>
+void claimUserData(Entry& entry, const EntryRule& rule) noexcept {
+    markRuleReleased(rule.userDataClaims, rule.userData, rule.ruleIndex - 1, &entry.entryFlags);
+}
+
+struct HostInsertion {
+    uint32_t address;
+    const EntryRule* rule;
+    int32_t status;
+};
+
+void* insertIntoHostBucket(HashBucket* bucket, void* item) noexcept {
+    auto* insertion = static_cast<HostInsertion*>(item);
+    for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
+        const HostEntry* entry = hostEntryOf(link);
+        if (entry->address == insertion->address &&
+            entry->ruleValue == insertion->rule->ruleValue) {
+            insertion->status = RULE_ERR_DUPLICATE;
+            return nullptr;
+        }
+    }
+    OwnedMemory<HostEntry> entry = makeEntry<HostEntry>(*insertion->rule);
+    if (!entry) {
+        insertion->status = RULE_ERR_NO_MEMORY;
+        return nullptr;
+    }
+    entry->address = insertion->address;
+    claimUserData(*entry, *insertion->rule);
+    appendToList(bucket->list, entry.release()->links);
+    insertion->status = RULE_OK;
+    return insertion;
+}
+
+template <typename Address>
+void freeWork(IntervalKey<Address>* first) noexcept {
+    while (first != nullptr) {
+        IntervalKey<Address>* next = first->next;
+        freeMemory(first);
+        first = next;
+    }
+}
+
+// One rule's way into an interval tree. Work is the list of intervals still to enter; nodes are
+// never split or widened, so what sticks out of a node is queued directly behind the interval at
+// hand:
+//
+//     rule      |-----------------------------|
+//     tree           |---node 1---|
+//     becomes   |---||-entry in 1-||----------|      the pieces left and right of node 1 come next
+template <typename Address>
+class IntervalInsertion {
+public:
+    using Key = IntervalKey<Address>;
+    using Entry = RangeEntry<Address>;
+    using Work = Owned<Key, freeWork<Address>>;
+
+    IntervalInsertion(SearchTree& tree, const EntryRule& rule) noexcept
+        : tree_(tree), rule_(rule) {}
+
+    int32_t insert(const Address& low, const Address& high) noexcept {
+        int32_t status = queue(low, high) ? RULE_OK : RULE_ERR_NO_MEMORY;
+        while (status == RULE_OK && work_) {
+            Work item = takeItem();
+            status = enter(std::move(item));
+        }
+        return entered_ ? status : RULE_ERR_DUPLICATE;
+    }
+
+private:
+    bool queue(const Address& low, const Address& high) noexcept {
+        Key* item = allocateRecord<Key>();
+        if (item == nullptr) {
+            return false;
+        }
+        *item = {low, high, work_.release()};
+        work_.reset(item);
+        return true;
+    }
+
+    Work takeItem() noexcept {
+        Work item = std::move(work_);
+        work_.reset(item->next);
+        item->next = nullptr;
+        return item;
+    }
+
+    int32_t enter(Work item) noexcept {
+        const TreePlace place = findTreePlace(tree_, item.get());
+        if (place.node == nullptr) {
+            return enterNewNode(place, std::move(item));
+        }
+        const int32_t status = queueRemainders(*item, place);
+        if (status != RULE_OK) {
+            return status;
+        }
+        const auto& key = *static_cast<const Key*>(place.node->key);
+        return enterCoveredPart(*place.node, std::max(item->low, key.low),
+                                std::min(item->high, key.high));
+    }
+
+    int32_t enterNewNode(const TreePlace& place, Work key) noexcept {
+        OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
+        if (!entry) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        entry->low = key->low;
+        entry->high = key->high;
+        if (!insertTreeNode(tree_, place, key.get(), entry.get())) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        key.release();
+        claimUserData(*entry.release(), rule_);
+        entered_ = true;
+        return RULE_OK;
+    }
+
+    // The lower remainder is queued last, since it comes first.
+    int32_t queueRemainders(const Key& item, const TreePlace& place) noexcept {
+        const auto& key = *static_cast<const Key*>(place.node->key);
+        const bool sticksOutBelow =
+            place.relation == KEY_STICKS_OUT_BELOW || place.relation == KEY_STICKS_OUT_BOTH;
+        const bool sticksOutAbove =
+            place.relation == KEY_STICKS_OUT_ABOVE || place.relation == KEY_STICKS_OUT_BOTH;
+        if (!sticksOutBelow && !sticksOutAbove && place.relation != KEY_INSIDE) {
+            return RULE_ERR_INVALID_ARG;
+        }
+        if (sticksOutAbove && !queue(nextAddress(key.high), item.high)) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        if (sticksOutBelow && !queue(item.low, previousAddress(key.low))) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        return RULE_OK;
+    }
+
+    // Appends an entry unless one with the same ruleValue covers the part already.
+    int32_t enterCoveredPart(const TreeNode& node, const Address& low,
+                             const Address& high) noexcept {
+        Entry* last = nullptr;
+        for (auto* entry = static_cast<Entry*>(node.entries); entry != nullptr;
+             entry = entry->next) {
+            if (entry->low <= low && entry->high >= high && entry->ruleValue == rule_.ruleValue) {
+                return RULE_OK;
+            }
+            last = entry;
+        }
+        OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
+        if (!entry) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        entry->low = low;
+        entry->high = high;
+        claimUserData(*entry, rule_);
+        last->next = entry.release();  // a node has one entry at least
+        entered_ = true;
+        return RULE_OK;
+    }
+
+    SearchTree& tree_;
+    const EntryRule& rule_;
+    Work work_;
+    bool entered_ = false;
+};
+
+int32_t insertAddressNode(SearchTree& tree, const TreePlace& place, const Address128& address,
+                          const EntryRule& rule) noexcept {
+    OwnedMemory<Address128> key(allocateRecord<Address128>());
+    OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
+    if (!key || !entry) {
+        return RULE_ERR_FAILED;
+    }
+    *key = address;
+    if (!insertTreeNode(tree, place, key.get(), entry.get())) {
+        return RULE_ERR_FAILED;
+    }
+    key.release();
+    claimUserData(*entry.release(), rule);
+    return RULE_OK;
+}
+
+int32_t appendAddressEntry(AddressEntry* first, const EntryRule& rule) noexcept {
+    AddressEntry* last = nullptr;
+    for (AddressEntry* entry = first; entry != nullptr; entry = entry->next) {
+        if (entry->ruleValue == rule.ruleValue) {
+            return RULE_ERR_DUPLICATE;
+        }
+        last = entry;
+    }
+    OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
+    if (last == nullptr || !entry) {
+        return RULE_ERR_FAILED;
+    }
+    claimUserData(*entry, rule);
+    last->next = entry.release();
+    return RULE_OK;
+}
+
+}  // namespace
+
+int32_t insertHost(HashTable* hostTable, uint32_t address, const EntryRule& rule) noexcept {
+    HostInsertion insertion{address, &rule, RULE_ERR_INVALID_ARG};
+    hashInsert(hostTable, hashIPv4(address), &insertion, insertIntoHostBucket);
+    return insertion.status;
+}
+
+int32_t insertAddress128(SearchTree* tree, const Address128& address,
+                         const EntryRule& rule) noexcept {
+    const TreePlace place = findTreePlace(*tree, &address);
+    if (place.node == nullptr) {
+        return insertAddressNode(*tree, place, address, rule);
+    }
+    return appendAddressEntry(static_cast<AddressEntry*>(place.node->entries), rule);
+}
+
+int32_t insertInterval32(SearchTree* tree, uint32_t low, uint32_t high,
+                         const EntryRule& rule) noexcept {
+    return IntervalInsertion<uint32_t>(*tree, rule).insert(low, high);
+}
+
+int32_t insertInterval128(SearchTree* tree, const Address128& low, const Address128& high,
+                          const EntryRule& rule) noexcept {
+    return IntervalInsertion<Address128>(*tree, rule).insert(low, high);
+}
+
+}  // namespace rs

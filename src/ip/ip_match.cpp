@@ -1,0 +1,152 @@
+#include "ip/ip_match.h"
+
+#include "core/address128.h"
+#include "ip/ip_index.h"
+
+namespace rs {
+
+namespace {
+
+// The entry of a list for the rule with one ruleValue that covers address: rules cover parts of a
+// node's key.
+template <typename Address>
+const RangeEntry<Address>* entryWithValue(const RangeEntry<Address>* entry, const Address& address,
+                                          uint32_t ruleValue) noexcept {
+    while (entry != nullptr &&
+           !(entry->ruleValue == ruleValue && entry->low <= address && address <= entry->high)) {
+        entry = entry->next;
+    }
+    return entry;
+}
+
+const AddressEntry* entryWithValue(const AddressEntry* entry, uint32_t ruleValue) noexcept {
+    while (entry != nullptr && entry->ruleValue != ruleValue) {
+        entry = entry->next;
+    }
+    return entry;
+}
+
+// The entries of the node whose interval holds address; null without one.
+template <typename Address>
+const RangeEntry<Address>* findInterval(const SearchTree* tree, const Address& address) noexcept {
+    const TreeNode* node = tree == nullptr ? nullptr : tree->root;
+    while (node != nullptr) {
+        const auto& key = *static_cast<const IntervalKey<Address>*>(node->key);
+        if (address < key.low) {
+            node = node->left;
+        } else if (address > key.high) {
+            node = node->right;
+        } else {
+            return static_cast<const RangeEntry<Address>*>(node->entries);
+        }
+    }
+    return nullptr;
+}
+
+// The entries of the node for exactly this address; null without one.
+const AddressEntry* findAddress(const SearchTree* tree, const Address128& address) noexcept {
+    const TreeNode* node = tree == nullptr ? nullptr : tree->root;
+    while (node != nullptr) {
+        const int32_t order = compareIPv6(address, *static_cast<const Address128*>(node->key));
+        if (order == 0) {
+            return static_cast<const AddressEntry*>(node->entries);
+        }
+        node = order < 0 ? node->left : node->right;
+    }
+    return nullptr;
+}
+
+struct HostKey {
+    uint32_t address;
+    bool anyValue;
+    uint32_t ruleValue;
+};
+
+void* findInHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& host = *static_cast<const HostKey*>(key);
+    for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
+        HostEntry* entry = hostEntryOf(link);
+        if (entry->address == host.address &&
+            (host.anyValue || entry->ruleValue == host.ruleValue)) {
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+const HostEntry* findHost(const HashTable* hostTable, const HostKey& key) noexcept {
+    return static_cast<const HostEntry*>(
+        hashLookup(hostTable, hashIPv4(key.address), &key, findInHostBucket));
+}
+
+template <typename Entry>
+int32_t report(const Entry& entry, MatchResult& result) noexcept {
+    result = {entry.ruleIndex, entry.ruleValue, entry.ruleId, entry.userData};
+    return 1;
+}
+
+// Reports the earlier of two hits, each of which may be missing.
+//
+// Deliberate: two hits of one rule are no match. No build makes them: a rule is either a single
+// address or a range.
+template <typename Host, typename Range>
+int32_t reportEarlier(const Host* host, const Range* range, MatchResult& result) noexcept {
+    if (host == nullptr && range == nullptr) {
+        return 0;
+    }
+    if (range == nullptr || (host != nullptr && host->ruleIndex < range->ruleIndex)) {
+        return report(*host, result);
+    }
+    if (host == nullptr || range->ruleIndex < host->ruleIndex) {
+        return report(*range, result);
+    }
+    return 0;
+}
+
+bool canMatch(const RuleGroup* group, const MatchResult* result) noexcept {
+    return group != nullptr && result != nullptr && group->ipTable != nullptr;
+}
+
+}  // namespace
+
+int32_t matchIpv4(const RuleGroup* group, uint32_t address, MatchResult* result) noexcept {
+    if (!canMatch(group, result)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const IpRuleTable& table = *group->ipTable;
+    return reportEarlier(findHost(table.hostTable, {address, true, 0}),
+                         findInterval<uint32_t>(table.ipv4RangeTree, address), *result);
+}
+
+int32_t matchIpv6(const RuleGroup* group, const Address128& address, MatchResult* result) noexcept {
+    if (!canMatch(group, result)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const IpRuleTable& table = *group->ipTable;
+    return reportEarlier(findAddress(table.ipv6HostTree, address),
+                         findInterval<Address128>(table.ipv6RangeTree, address), *result);
+}
+
+int32_t matchIpv4WithValue(const RuleGroup* group, uint32_t address, uint32_t ruleValue,
+                           MatchResult* result) noexcept {
+    if (!canMatch(group, result)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const IpRuleTable& table = *group->ipTable;
+    const auto* interval = findInterval<uint32_t>(table.ipv4RangeTree, address);
+    return reportEarlier(findHost(table.hostTable, {address, false, ruleValue}),
+                         entryWithValue(interval, address, ruleValue), *result);
+}
+
+int32_t matchIpv6WithValue(const RuleGroup* group, const Address128& address, uint32_t ruleValue,
+                           MatchResult* result) noexcept {
+    if (!canMatch(group, result)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const IpRuleTable& table = *group->ipTable;
+    const auto* interval = findInterval<Address128>(table.ipv6RangeTree, address);
+    return reportEarlier(entryWithValue(findAddress(table.ipv6HostTree, address), ruleValue),
+                         entryWithValue(interval, address, ruleValue), *result);
+}
+
+}  // namespace rs

@@ -1,0 +1,40 @@
+#include "ip/ip_rule.h"
+
+#include <ruleset.h>
+
+#include "core/library_option.h"
+
+namespace rs {
+
+int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noexcept {
+    if (record == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    record->addressFlags = 0;
+    const int32_t status = parseIPv4Range(text, length, record);
+    if (status == RULE_OK || ipv6Enabled == 0) {
+        return status;
+    }
+    record->addressFlags = 0;
+    return parseIPv6Range(text, length, record);
+}
+
+OwnedMemory<IpRule> makeIpRule(const char* text, uint32_t length, const RuleValues& values,
+                               int32_t* status) noexcept {
+    OwnedMemory<IpRule> rule(allocateRecord<IpRule>());
+    if (!rule) {
+        *status = RULE_ERR_NO_MEMORY;
+        return nullptr;
+    }
+    if (parseIpRule(text, length, &rule->addresses) != RULE_OK) {
+        *status = RULE_ERR_BAD_RULE;
+        return nullptr;
+    }
+    rule->ruleValue = values.ruleValue;
+    rule->ruleId = values.ruleId;
+    rule->userData = values.userData;
+    *status = RULE_OK;
+    return rule;
+}
+
+}  // namespace rs

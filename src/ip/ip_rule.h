@@ -1,0 +1,36 @@
+// IP rules (types 1 and 4): rule text -> record.
+//
+//     rule      an IPv4 item, or while IPv6 is enabled an IPv6 item, of syntax/ip_range.h
+//
+// A text that is valid IPv4 is always read as IPv4. An IPv6 rule whose addresses are IPv4-mapped
+// has the same words as the IPv4 rule, and ADDRESS_FLAG_IPV6 beside them.
+#pragma once
+
+#include <cstdint>
+
+#include "core/list.h"
+#include "core/memory.h"
+#include "core/rule_set.h"
+#include "syntax/ip_range.h"
+
+namespace rs {
+
+struct IpRule {
+    ListLink links;
+    AddressSpec addresses;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;     // borrowed from the host
+    uint32_t released;  // 1 once a build has handed userData back; survives builds
+};
+
+// Reads the text of a rule. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_RULE for a bad
+// text; *record is then unspecified.
+int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noexcept;
+
+// Parses a rule into a new record, which the caller owns; null for a text that parseIpRule refuses,
+// with *status telling which of that and a failed allocation it was.
+[[nodiscard]] OwnedMemory<IpRule> makeIpRule(const char* text, uint32_t length,
+                                             const RuleValues& values, int32_t* status) noexcept;
+
+}  // namespace rs

@@ -1,0 +1,78 @@
+#include "ip/ip_statistics.h"
+
+#include "core/hash_table.h"
+#include "core/reference_count.h"
+#include "ip/ip_index.h"
+
+namespace rs {
+
+namespace {
+
+struct TreeCounts {
+    uint64_t nodes;
+    uint64_t entries;
+};
+
+template <typename Entry>
+void countNode(void* context, const TreeNode& node) noexcept {
+    auto* counts = static_cast<TreeCounts*>(context);
+    ++counts->nodes;
+    for (auto* entry = static_cast<const Entry*>(node.entries); entry != nullptr;
+         entry = entry->next) {
+        ++counts->entries;
+    }
+}
+
+template <typename Entry>
+TreeCounts countTree(SearchTree* tree) noexcept {
+    TreeCounts counts{};
+    if (tree != nullptr) {
+        visitTreeInOrder(*tree, &counts, countNode<Entry>);
+    }
+    return counts;
+}
+
+int32_t countBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
+    auto* entries = static_cast<uint64_t*>(argument);
+    for (const ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
+        ++*entries;
+    }
+    return 0;
+}
+
+uint64_t nodesOf(const SearchTree* tree) noexcept {
+    return tree == nullptr ? 0 : readCount(tree->nodeCount);
+}
+
+bool isEmptyTable(const IpRuleTable& table) noexcept {
+    const uint64_t hosts =
+        table.hostTable == nullptr ? 0 : readCount(table.hostTable->elementCount);
+    return hosts + nodesOf(table.ipv4RangeTree) + nodesOf(table.ipv6HostTree) +
+               nodesOf(table.ipv6RangeTree) ==
+           0;
+}
+
+}  // namespace
+
+IpRuleStatistics countIpRules(const RuleGroup* group) noexcept {
+    IpRuleStatistics statistics{};
+    if (group == nullptr || group->ipTable == nullptr || isEmptyTable(*group->ipTable)) {
+        return statistics;
+    }
+    const IpRuleTable& table = *group->ipTable;
+    if (table.hostTable != nullptr) {
+        hashVisitAll(table.hostTable, &statistics.hostEntries, countBucket);
+    }
+    const TreeCounts ranges4 = countTree<RangeEntry<uint32_t>>(table.ipv4RangeTree);
+    const TreeCounts hosts6 = countTree<AddressEntry>(table.ipv6HostTree);
+    const TreeCounts ranges6 = countTree<RangeEntry<Address128>>(table.ipv6RangeTree);
+    statistics.ipv4RangeNodes = ranges4.nodes;
+    statistics.ipv4RangeEntries = ranges4.entries;
+    statistics.ipv6HostNodes = hosts6.nodes;
+    statistics.ipv6HostEntries = hosts6.entries;
+    statistics.ipv6RangeNodes = ranges6.nodes;
+    statistics.ipv6RangeEntries = ranges6.entries;
+    return statistics;
+}
+
+}  // namespace rs

@@ -1,0 +1,92 @@
+// A red-black tree whose nodes own a key and a list of entries.
+//
+//                     [10.0.0.0 - 10.0.0.255]                 key; entries: rule 2, rule 7
+//                    /                       \                                               .
+//     [1.0.0.0 - 1.0.0.9]             [172.16.0.0 - 172.31.255.255]
+//
+// The tree knows neither its keys nor its entries: it orders nodes by compare and gives them back to
+// releaseEntries.
+//
+// Invariants: keys are in order and, as far as compare can tell, never equal or overlapping; no red
+//             node has a red child; every way down passes the same number of black nodes.
+// Ownership:  the tree owns its nodes, and through them keys and entries; and its releaseInfo.
+// Threads:    lookups only read. nodeCount is changed atomically.
+// Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes.
+#pragma once
+
+#include <cstdint>
+
+#include "core/memory.h"
+#include "core/release.h"
+
+namespace rs {
+
+inline constexpr uint32_t COLOUR_RED = 0;
+inline constexpr uint32_t COLOUR_BLACK = 1;
+
+struct TreeNode {
+    TreeNode* parent;  // borrowed
+    TreeNode* left;    // owned by the tree, like right
+    TreeNode* right;
+    void* key;      // owned
+    void* entries;  // owned; the first one
+    uint32_t colour;
+};
+
+// What compare says of a key against a node. -1 leads to the left and 1 to the right; with any other
+// answer the way down ends at the node.
+inline constexpr int32_t KEY_BELOW = -1;
+inline constexpr int32_t KEY_INSIDE = 0;  // equal, or wholly covered by the node's key
+inline constexpr int32_t KEY_ABOVE = 1;
+inline constexpr int32_t KEY_STICKS_OUT_BELOW = -2;
+inline constexpr int32_t KEY_STICKS_OUT_ABOVE = 2;
+inline constexpr int32_t KEY_STICKS_OUT_BOTH = 3;
+
+using TreeCompare = int32_t (*)(const void* key, const TreeNode* node) noexcept;
+
+// Hands back owned userData through info, then frees the entries and the key.
+using TreeReleaseEntries = void (*)(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
+
+struct SearchTree {
+    TreeNode* root;  // owned
+    uint32_t nodeCount;
+    TreeCompare compare;
+    TreeReleaseEntries releaseEntries;
+    ReleaseInfo* releaseInfo;  // owned
+};
+
+// Where a way down ended: at node, with what compare said there; or, with node null, at an empty
+// place below parent (null in an empty tree) on the side that relation names.
+struct TreePlace {
+    TreeNode* node;
+    TreeNode* parent;
+    int32_t relation;
+};
+
+// An empty tree; null when memory is out. The caller frees it with freeSearchTree.
+[[nodiscard]] SearchTree* createSearchTree(const ReleaseInfo& info, TreeCompare compare,
+                                           TreeReleaseEntries releaseEntries) noexcept;
+
+TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept;
+
+// Makes a node of key and entries, which then belong to the tree, at an empty place that
+// findTreePlace has found for key. False, with nothing taken, when memory is out.
+[[nodiscard]] bool insertTreeNode(SearchTree& tree, const TreePlace& place, void* key,
+                                  void* entries) noexcept;
+
+// Takes node out of the tree and frees it with its key and entries.
+void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept;
+
+using TreeVisit = void (*)(void* context, const TreeNode& node) noexcept;
+
+// Visits all nodes in key order without a stack: while it walks a left subtree, the rightmost node
+// there points back at its successor. The tree is as before afterwards, but nobody may read it
+// meanwhile.
+void visitTreeInOrder(SearchTree& tree, void* context, TreeVisit visit) noexcept;
+
+// Frees the tree with all keys and entries; null is left alone.
+void freeSearchTree(SearchTree* tree) noexcept;
+
+using OwnedSearchTree = Owned<SearchTree, freeSearchTree>;
+
+}  // namespace rs

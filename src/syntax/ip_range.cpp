@@ -1,0 +1,176 @@
+#include "syntax/ip_range.h"
+
+#include <ruleset.h>
+
+#include "syntax/ascii.h"
+#include "syntax/text_scan.h"
+
+namespace rs {
+
+namespace {
+
+struct Piece {
+    const char* text;
+    uint32_t length;
+};
+
+// An item cut at its first '/' or '-'.
+struct RangePieces {
+    Piece address;
+    Piece second;    // empty without a separator
+    char separator;  // '/', '-', or 0 for a single address
+};
+
+RangePieces splitRange(const char* text, uint32_t length) noexcept {
+    for (uint32_t i = 0; i < length; ++i) {
+        if (text[i] == '/' || text[i] == '-') {
+            return {{text, i}, {text + i + 1, length - i - 1}, text[i]};
+        }
+    }
+    return {{text, length}, {text + length, 0}, 0};
+}
+
+void setIpv4Range(AddressSpec& spec, uint32_t start, uint32_t end) noexcept {
+    spec.startAddress = mappedAddress(start);
+    spec.endAddress = mappedAddress(end);
+    if (start == end) {
+        spec.addressFlags |= ADDRESS_FLAG_SINGLE;
+    }
+}
+
+int32_t readIpv4Dash(uint32_t start, Piece second, AddressSpec& spec) noexcept {
+    uint32_t end = 0;
+    if (parseIPv4Address(second.text, second.length, &end) != RULE_OK || start > end) {
+        return RULE_ERR_BAD_RULE;
+    }
+    setIpv4Range(spec, start, end);
+    return RULE_OK;
+}
+
+int32_t readIpv4Prefix(uint32_t address, Piece second, AddressSpec& spec) noexcept {
+    uint32_t prefix = 0;
+    if (parseDecimalField(second.text, second.length, &prefix) != RULE_OK || prefix == 0 ||
+        prefix > 32) {
+        return RULE_ERR_BAD_RULE;
+    }
+    const auto hostBits = static_cast<uint32_t>((uint64_t{1} << (32 - prefix)) - 1);
+    setIpv4Range(spec, address & ~hostBits, address | hostBits);
+    return RULE_OK;
+}
+
+bool readIpv6Address(Piece piece, Address128& out) noexcept {
+    Ipv6Groups groups;
+    if (parseIPv6Address(piece.text, piece.length, &groups) != RULE_OK) {
+        return false;
+    }
+    for (uint32_t i = 0; i < out.words.size(); ++i) {
+        out.words[i] = (uint32_t{groups[2 * i]} << 16U) | groups[2 * i + 1];
+    }
+    return true;
+}
+
+void setIpv6Range(AddressSpec& spec, const Address128& start, const Address128& end) noexcept {
+    spec.startAddress = start;
+    spec.endAddress = end;
+    spec.addressFlags = ADDRESS_FLAG_IPV6 | (start == end ? ADDRESS_FLAG_SINGLE : 0U);
+}
+
+int32_t readIpv6Dash(const Address128& start, Piece second, AddressSpec& spec) noexcept {
+    Address128 end{};
+    if (!readIpv6Address(second, end) || start > end) {
+        return RULE_ERR_BAD_RULE;
+    }
+    setIpv6Range(spec, start, end);
+    return RULE_OK;
+}
+
+bool readIpv6PrefixLength(Piece piece, uint32_t& out) noexcept {
+    if (piece.length == 0 || piece.length > 3) {
+        return false;
+    }
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < piece.length; ++i) {
+        if (!isDecimalDigit(piece.text[i])) {
+            return false;
+        }
+        value = value * 10 + static_cast<uint32_t>(piece.text[i] - '0');
+    }
+    out = value;
+    return value >= 1 && value <= 128;
+}
+
+// The one bits of a prefix that fall into one word, where bits is how many are left from that word
+// on.
+uint32_t wordMask(uint32_t bits) noexcept {
+    if (bits == 0) {
+        return 0;
+    }
+    return bits >= 32 ? 0xFFFFFFFFU : ~(0xFFFFFFFFU >> bits);
+}
+
+int32_t readIpv6Prefix(const Address128& address, Piece second, AddressSpec& spec) noexcept {
+    uint32_t prefix = 0;
+    if (!readIpv6PrefixLength(second, prefix)) {
+        return RULE_ERR_BAD_RULE;
+    }
+    Address128 start{};
+    Address128 end{};
+    uint32_t bitsLeft = prefix;
+    for (uint32_t i = 0; i < start.words.size(); ++i) {
+        const uint32_t mask = wordMask(bitsLeft);
+        start.words[i] = address.words[i] & mask;
+        end.words[i] = start.words[i] | ~mask;
+        bitsLeft -= bitsLeft < 32 ? bitsLeft : 32;
+    }
+    setIpv6Range(spec, start, end);
+    return RULE_OK;
+}
+
+}  // namespace
+
+int32_t parseIPv4Range(const char* text, uint32_t length, AddressSpec* out) noexcept {
+    const char* item = nullptr;
+    uint32_t itemLength = 0;
+    if (out == nullptr || trimWhitespace(text, length, &item, &itemLength) != RULE_OK) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const RangePieces pieces = splitRange(item, itemLength);
+    uint32_t address = 0;
+    if (parseIPv4Address(pieces.address.text, pieces.address.length, &address) != RULE_OK) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (pieces.separator == '-') {
+        return readIpv4Dash(address, pieces.second, *out);
+    }
+    if (pieces.separator == '/') {
+        return readIpv4Prefix(address, pieces.second, *out);
+    }
+    setIpv4Range(*out, address, address);
+    return RULE_OK;
+}
+
+int32_t parseIPv6Range(const char* text, uint32_t length, AddressSpec* out) noexcept {
+    const char* item = nullptr;
+    uint32_t itemLength = 0;
+    if (out == nullptr || trimWhitespace(text, length, &item, &itemLength) != RULE_OK) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    if (itemLength == 0 || itemLength > MAX_ITEM_LENGTH) {
+        return RULE_ERR_BAD_RULE;
+    }
+    const RangePieces pieces = splitRange(item, itemLength);
+    Address128 address{};
+    if (!readIpv6Address(pieces.address, address)) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (pieces.separator == '-') {
+        return readIpv6Dash(address, pieces.second, *out);
+    }
+    if (pieces.separator == '/') {
+        return readIpv6Prefix(address, pieces.second, *out);
+    }
+    setIpv6Range(*out, address, address);
+    return RULE_OK;
+}
+
+}  // namespace rs
