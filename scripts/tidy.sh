@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# tidy.sh [--all]: runs clang-tidy over the changed sources and those that include a changed header, or over all.
+# A file that is clean prints nothing.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+case ${1:-} in
+    --all | '') ;;
+    *)
+        echo "usage: scripts/tidy.sh [--all]" >&2
+        exit 2
+        ;;
+esac
+
+# A header is checked through the sources that include it.
+changed_sources() {
+    scripts/sources.sh '*.cpp'
+    local header
+    while read -r header; do
+        scripts/sources.sh --all '*.cpp' | xargs --no-run-if-empty grep -l "#include [<\"]${header#*/}[>\"]" || true
+    done < <(scripts/sources.sh '*.h')
+}
+
+if [[ ${1:-} == --all ]]; then
+    mapfile -t files < <(scripts/sources.sh --all '*.cpp')
+else
+    mapfile -t files < <(changed_sources | sort -u)
+fi
+
+cmake --preset lint --log-level=WARNING >/dev/null
+
+# clang-tidy counts the warnings of system headers on stderr; that is of interest only when it fails.
+check_one() {
+    local output
+    if ! output=$(clang-tidy --quiet -p build/lint "$1" 2>&1); then
+        printf '%s\n' "$output"
+        return 1
+    fi
+}
+export -f check_one
+
+if [[ ${#files[@]} -gt 0 ]]; then
+    # shellcheck disable=SC2016  # the shell that xargs starts expands it
+    printf '%s\0' "${files[@]}" | xargs -0 -P "$(nproc)" -I '{}' bash -c 'check_one "$1"' check_one '{}'
+fi
+echo "tidy.sh: ${#files[@]} files"
