@@ -1,0 +1,97 @@
+#include "line_reader.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace cli {
+
+namespace {
+
+constexpr size_t BLOCK_SIZE = size_t{1} << 18U;
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+
+[[noreturn]] void throwSystemError(const std::string& path) {
+    throw std::system_error(errno, std::generic_category(), path);
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path)
+    : path_(path),
+      descriptor_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    if (descriptor_ < 0) {
+        throwSystemError(path_);
+    }
+}
+
+InputFile::~InputFile() {
+    if (descriptor_ != STDIN_FILENO) {
+        close(descriptor_);
+    }
+}
+
+bool LineReader::next(std::string_view& line) {
+    size_t searched = start_;
+    for (;;) {
+        const void* lineEnd = std::memchr(buffer_.data() + searched, '\n', end_ - searched);
+        if (lineEnd != nullptr) {
+            const auto length =
+                static_cast<size_t>(static_cast<const char*>(lineEnd) - buffer_.data()) - start_;
+            ++lineNumber_;
+            line = cleaned({buffer_.data() + start_, length});
+            start_ += length + 1;
+            return true;
+        }
+        searched = end_ - start_;  // fill moves the rest to the front
+        if (!fill()) {
+            break;
+        }
+    }
+    if (start_ == end_) {
+        return false;
+    }
+    ++lineNumber_;
+    line = cleaned({buffer_.data() + start_, end_ - start_});
+    start_ = end_;
+    return true;
+}
+
+std::string_view LineReader::cleaned(std::string_view line) const {
+    if (lineNumber_ == 1 && line.starts_with(BYTE_ORDER_MARK)) {
+        line.remove_prefix(BYTE_ORDER_MARK.size());
+    }
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    return line;
+}
+
+// Reads on behind the rest of a line, which moves to the front. False at the end of the file.
+bool LineReader::fill() {
+    std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
+    end_ -= start_;
+    start_ = 0;
+    if (atEnd_) {
+        return false;
+    }
+    if (buffer_.size() - end_ < BLOCK_SIZE) {
+        buffer_.resize(end_ + 2 * BLOCK_SIZE);
+    }
+    for (;;) {
+        const ssize_t count =
+            read(file_.descriptor(), buffer_.data() + end_, buffer_.size() - end_);
+        if (count >= 0) {
+            end_ += static_cast<size_t>(count);
+            atEnd_ = count == 0;
+            return count != 0;
+        }
+        if (errno != EINTR) {
+            throwSystemError(file_.path());
+        }
+    }
+}
+
+}  // namespace cli

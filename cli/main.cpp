@@ -1,0 +1,86 @@
+// The command line: what the command is asked for.
+#include <cstdio>
+#include <exception>
+
+#include <CLI/CLI.hpp>
+
+#include "check_command.h"
+#include "core/version.h"
+#include "match_command.h"
+#include "rule_kind.h"
+#include "text_output.h"
+
+namespace {
+
+// CLI11's own exit codes are 100 and more; users of a filter expect 2 for every kind of trouble.
+int exitStatusOf(const CLI::App& app, const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : cli::EXIT_TROUBLE;
+}
+
+void addTypeOption(CLI::App& command, const cli::RuleKind*& kind) {
+    command
+        .add_option_function<std::string>(
+            "-t,--type", [&kind](const std::string& name) { kind = cli::findRuleKind(name); },
+            "Type of the rules")
+        ->required()
+        ->check(CLI::IsMember(cli::ruleKindNames()));
+}
+
+void describeMatch(CLI::App& command, cli::MatchOptions& options) {
+    addTypeOption(command, options.kind);
+    command.add_option("-r,--rules", options.ruleFiles, "Rule file; may be given several times")
+        ->required()
+        ->take_all()
+        ->allow_extra_args(false);
+    command.add_option("KEY", options.keys, "Keys; without any, the lines of standard input");
+    command.add_flag("-v,--invert-match", options.invert, "Print the keys that no rule covers");
+    command.add_flag("-c,--count", options.countOnly, "Print only how many keys are selected");
+    command.add_flag("-q,--quiet", options.isQuiet,
+                     "Print nothing, stop at the first key selected");
+    command.add_option("-m,--max-count", options.maxCount, "Stop after that many selected keys");
+    command.add_flag("--json", options.asJson, "Print one JSON object a line");
+    command.add_flag("--skip-bad", options.skipBad, "Go on without the bad lines of rule files");
+    command.add_flag("--line-buffered", options.lineBuffered, "Write each line at once");
+}
+
+void describeCheck(CLI::App& command, cli::CheckOptions& options) {
+    addTypeOption(command, options.kind);
+    command.add_option("RULES", options.ruleFiles, "Rule files")->required();
+    command.add_option("--max-errors", options.maxErrors, "Bad lines to show, 0 for all")
+        ->capture_default_str();
+    command.add_flag("-q,--quiet", options.isQuiet, "No summary");
+}
+
+int run(int argc, char** argv) {
+    CLI::App app("Tells which rule covers an address.", "ruleset");
+    app.set_version_flag("--version", rs::getLibraryVersion());
+    app.require_subcommand(1);
+
+    cli::MatchOptions matchOptions;
+    CLI::App* match = app.add_subcommand("match", "Which rule covers each key");
+    describeMatch(*match, matchOptions);
+
+    cli::CheckOptions checkOptions;
+    CLI::App* check = app.add_subcommand("check", "Report the bad lines of rule files");
+    describeCheck(*check, checkOptions);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return exitStatusOf(app, error);
+    }
+    return match->parsed() ? cli::runMatch(matchOptions) : cli::runCheck(checkOptions);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run(argc, argv);
+    } catch (const std::bad_alloc&) {
+        cli::printMessage("error: out of memory");
+    } catch (const std::exception& error) {
+        cli::printMessage(std::string("error: ") + error.what());
+    }
+    return cli::EXIT_TROUBLE;
+}

@@ -1,0 +1,28 @@
+#include "rule_kind.h"
+
+#include <algorithm>
+#include <array>
+
+namespace cli {
+
+namespace {
+
+const std::array KINDS = {&IP_KIND};
+
+}  // namespace
+
+const RuleKind* findRuleKind(std::string_view name) {
+    const auto* found = std::find_if(KINDS.begin(), KINDS.end(),
+                                     [name](const RuleKind* kind) { return kind->name == name; });
+    return found == KINDS.end() ? nullptr : *found;
+}
+
+std::vector<std::string> ruleKindNames() {
+    std::vector<std::string> names;
+    for (const RuleKind* kind : KINDS) {
+        names.emplace_back(kind->name);
+    }
+    return names;
+}
+
+}  // namespace cli

@@ -1,0 +1,64 @@
+#include "rule_line.h"
+
+#include <charconv>
+
+#include "address_text.h"
+#include "text_output.h"
+
+namespace cli {
+
+namespace {
+
+bool parseNumber(std::string_view text, uint32_t& out) {
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), out);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+// Takes the next field off, without blanks around it. False when there is none.
+bool takeField(std::string_view& rest, std::string_view& field) {
+    if (rest.empty()) {
+        return false;
+    }
+    rest.remove_prefix(1);  // the TAB before it
+    const size_t tab = rest.find('\t');
+    field = trimmed(rest.substr(0, tab));
+    rest.remove_prefix(tab == std::string_view::npos ? rest.size() : tab);
+    return true;
+}
+
+}  // namespace
+
+bool isSkippedLine(std::string_view line) {
+    const std::string_view text = trimmed(line);
+    return text.empty() || text.front() == '#';
+}
+
+bool parseRuleLine(std::string_view line, uint64_t defaultId, RuleLine& out, std::string* why) {
+    const size_t tab = line.find('\t', line.find_first_not_of(" \t"));
+    std::string_view rest = tab == std::string_view::npos ? std::string_view() : line.substr(tab);
+    out.rule = trimmed(line.substr(0, tab));
+    out.value = 0;
+    std::string_view field;
+    if (takeField(rest, field) && !parseNumber(field, out.value)) {
+        *why = "value is not a number up to 4294967295: " + shownText(field);
+        return false;
+    }
+    if (takeField(rest, field)) {
+        if (!parseNumber(field, out.id) || out.id == 0) {
+            *why = "id is not a number from 1 to 4294967295: " + shownText(field);
+            return false;
+        }
+    } else if (defaultId > UINT32_MAX) {
+        *why = "too many lines to number them: give the rules ids";
+        return false;
+    } else {
+        out.id = static_cast<uint32_t>(defaultId);
+    }
+    if (!rest.empty()) {
+        *why = "extra fields after the id";
+        return false;
+    }
+    return true;
+}
+
+}  // namespace cli

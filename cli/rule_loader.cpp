@@ -1,0 +1,112 @@
+#include "rule_loader.h"
+
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+
+#include "line_reader.h"
+#include "progress.h"
+#include "rule_line.h"
+#include "text_output.h"
+
+namespace cli {
+
+namespace {
+
+// A load in progress.
+class Loader {
+public:
+    Loader(const RuleKind& kind, const LoadOptions& options)
+        : kind_(kind), options_(options), progress_("rules", !options.isQuiet) {
+        rules_.set = newRuleSet(kind);
+    }
+
+    LoadedRules load() {
+        for (const std::string& file : options_.files) {
+            loadFile(file);
+        }
+        if (options_.maxErrors != 0 && rules_.badLines > options_.maxErrors) {
+            std::fprintf(stderr, "... and %s more\n",
+                         withCommas(rules_.badLines - options_.maxErrors).c_str());
+        }
+        rules_.seconds = stopwatch_.seconds();
+        return std::move(rules_);
+    }
+
+private:
+    void loadFile(const std::string& path) {
+        const InputFile file(path);
+        LineReader lines(file);
+        rules_.book.startFile(path);
+        std::string_view line;
+        while (lines.next(line)) {
+            ++lineCount_;
+            if (!isSkippedLine(line)) {
+                loadLine(file, lines.lineNumber(), line);
+                progress_.update(rules_.book.ruleCount());
+            }
+        }
+    }
+
+    void loadLine(const InputFile& file, uint64_t lineNumber, std::string_view line) {
+        RuleLine rule{};
+        std::string why;
+        if (!parseRuleLine(line, lineCount_, rule, &why)) {
+            report(file, lineNumber, why, line);
+            return;
+        }
+        const int32_t status =
+            rule.rule.size() > UINT32_MAX
+                ? RULE_ERR_BAD_RULE
+                : rs_addRuleToRuleSet(rules_.set.get(), rule.rule.data(),
+                                      static_cast<uint32_t>(rule.rule.size()), rule.value, rule.id);
+        if (status == RULE_OK) {
+            rules_.book.add(rule.rule, lineNumber);
+        } else if (status == RULE_ERR_SET_FULL) {
+            throw std::length_error("more rules than a rule set holds");
+        } else {
+            report(file, lineNumber, kind_.whyBadRule(rule.rule, status), rule.rule);
+        }
+    }
+
+    void report(const InputFile& file, uint64_t lineNumber, const std::string& why,
+                std::string_view text) {
+        ++rules_.badLines;
+        if (options_.maxErrors == 0 || rules_.badLines <= options_.maxErrors) {
+            std::fprintf(stderr, "%s:%llu: error: %s: %s\n", file.path().c_str(),
+                         static_cast<unsigned long long>(lineNumber), why.c_str(),
+                         shownText(text).c_str());
+        }
+    }
+
+    const RuleKind& kind_;
+    const LoadOptions& options_;
+    LoadedRules rules_;
+    Progress progress_;
+    Stopwatch stopwatch_;
+    uint64_t lineCount_ = 0;  // over all files
+};
+
+}  // namespace
+
+LoadedRules loadRules(const RuleKind& kind, const LoadOptions& options) {
+    return Loader(kind, options).load();
+}
+
+OwnedRuleSet newRuleSet(const RuleKind& kind) {
+    RuleSet* set = nullptr;
+    if (rs_newRuleSet(kind.type, &set) != RULE_OK) {
+        throw std::bad_alloc();
+    }
+    return OwnedRuleSet(set);
+}
+
+OwnedRuleGroup buildRuleGroup(RuleSet& set) {
+    RuleGroup* group = nullptr;
+    if (rs_buildRuleGroup(&set, &group) != RULE_OK) {
+        throw std::bad_alloc();
+    }
+    return OwnedRuleGroup(group);
+}
+
+}  // namespace cli

@@ -1,0 +1,44 @@
+// Texts for people and programs: standard output in large writes, messages on standard error.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+// Standard output. Written when the buffer is full, at each line on a terminal or when asked for,
+// and by flush.
+class Output {
+public:
+    explicit Output(bool flushEachLine);
+
+    void write(std::string_view text) { buffer_ += text; }
+    void write(char byte) { buffer_ += byte; }
+    void writeNumber(uint64_t number);
+
+    // Ends a line. Throws std::system_error when writing fails.
+    void endLine();
+    void flush();
+
+private:
+    std::string buffer_;
+    bool flushEachLine_;
+};
+
+// Prints "ruleset: message" on standard error.
+void printMessage(std::string_view message);
+
+// A number with commas between groups of three digits: 1,234,567.
+std::string withCommas(uint64_t number);
+
+// "0.81 s"
+std::string secondsText(double seconds);
+
+// "1,234,567 per second" for people: rounded to three digits.
+std::string rateText(uint64_t count, double seconds);
+
+// A text of unknown bytes for a message: control bytes escaped, a long one shortened.
+std::string shownText(std::string_view text);
+
+}  // namespace cli

@@ -1,0 +1,54 @@
+// Runs the command as a user does: as a program, with files, standard input and an exit status.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+
+#include <gtest/gtest.h>
+
+namespace rs::test {
+
+struct CommandResult {
+    int status;
+    std::string output;
+    std::string messages;
+};
+
+// A folder of its own for a test, in which the command runs.
+class CommandTest : public ::testing::Test {
+protected:
+    CommandTest() {
+        std::string name = (std::filesystem::temp_directory_path() / "ruleset_cli_XXXXXX").string();
+        folder_ = mkdtemp(name.data());
+    }
+    ~CommandTest() override { std::filesystem::remove_all(folder_); }
+
+    void writeFile(const std::string& name, const std::string& content) const {
+        std::ofstream(folder_ / name, std::ios::binary) << content;
+    }
+
+    [[nodiscard]] std::string readFile(const std::string& name) const {
+        std::ostringstream content;
+        content << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
+        return content.str();
+    }
+
+    // Arguments as a shell reads them; input is what standard input holds.
+    [[nodiscard]] CommandResult run(const std::string& arguments,
+                                    const std::string& input = "") const {
+        writeFile("input", input);
+        const std::string line = "cd '" + folder_.string() + "' && { '" RULESET_COMMAND "' " +
+                                 arguments + "; } <input >output 2>messages";
+        const int status = std::system(line.c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile("output"),
+                readFile("messages")};
+    }
+
+    std::filesystem::path folder_;
+};
+
+}  // namespace rs::test
