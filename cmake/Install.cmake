@@ -42,6 +42,7 @@ set(pkgconfig_dir ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH pc_prefix ${pkgconfig_dir} ${CMAKE_INSTALL_PREFIX})
 file(RELATIVE_PATH pc_libdir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH pc_includedir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
+string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
 configure_file(packaging/ruleset.pc.in ruleset.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ruleset.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig

@@ -1,0 +1,98 @@
+#include "support/failing_allocator.h"
+
+#include <cstdlib>
+#include <unordered_set>
+
+namespace rs::test {
+
+namespace {
+
+struct WatchState {
+    uint64_t allocationCount = 0;
+    uint64_t failingAllocation = AllocationWatch::NO_FAILURE;
+    std::unordered_set<const void*> liveBlocks;
+};
+
+// What the only watch sees; null while there is none.
+WatchState* currentState = nullptr;
+
+// Counts one allocation. False when it must fail.
+bool countAllocation() {
+    return currentState == nullptr ||
+           ++currentState->allocationCount != currentState->failingAllocation;
+}
+
+void* remember(void* block) {
+    if (currentState != nullptr && block != nullptr) {
+        currentState->liveBlocks.insert(block);
+    }
+    return block;
+}
+
+void forget(const void* block) {
+    if (currentState != nullptr) {
+        currentState->liveBlocks.erase(block);
+    }
+}
+
+}  // namespace
+
+AllocationWatch::AllocationWatch(uint64_t failingAllocation) {
+    EXPECT_EQ(nullptr, currentState) << "one watch at a time";
+    auto* state = new WatchState;
+    state->failingAllocation = failingAllocation;
+    currentState = state;
+}
+
+AllocationWatch::~AllocationWatch() {
+    // Freeing the state may come by the wrapped operations.
+    WatchState* state = currentState;
+    currentState = nullptr;
+    delete state;
+}
+
+uint64_t AllocationWatch::allocationCount() const {
+    return currentState->allocationCount;
+}
+
+bool AllocationWatch::hasFailed() const {
+    return currentState->failingAllocation != NO_FAILURE &&
+           currentState->allocationCount >= currentState->failingAllocation;
+}
+
+size_t AllocationWatch::liveBlockCount() const {
+    return currentState->liveBlocks.size();
+}
+
+}  // namespace rs::test
+
+// The linker sends each call of malloc to __wrap_malloc, and each of __real_malloc to the allocator;
+// likewise the others.
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* block, size_t size);
+void __real_free(void* block);
+
+void* __wrap_malloc(size_t size) {
+    return rs::test::countAllocation() ? rs::test::remember(__real_malloc(size)) : nullptr;
+}
+
+void* __wrap_calloc(size_t count, size_t size) {
+    return rs::test::countAllocation() ? rs::test::remember(__real_calloc(count, size)) : nullptr;
+}
+
+void* __wrap_realloc(void* block, size_t size) {
+    if (!rs::test::countAllocation()) {
+        return nullptr;  // block stays as it is
+    }
+    rs::test::forget(block);
+    return rs::test::remember(__real_realloc(block, size));
+}
+
+void __wrap_free(void* block) {
+    rs::test::forget(block);
+    __real_free(block);
+}
+}

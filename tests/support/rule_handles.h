@@ -1,0 +1,42 @@
+// Rule sets and groups that free themselves.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+namespace rs::test {
+
+struct DeletingRuleSet {
+    void operator()(RuleSet* set) const { rs_delRuleSet(&set); }
+};
+using RuleSetHandle = std::unique_ptr<RuleSet, DeletingRuleSet>;
+
+struct DeletingRuleGroup {
+    void operator()(RuleGroup* group) const { rs_delRuleGroup(&group); }
+};
+using RuleGroupHandle = std::unique_ptr<RuleGroup, DeletingRuleGroup>;
+
+// Null when the set cannot be made.
+inline RuleSetHandle newRuleSet(int32_t type) {
+    RuleSet* set = nullptr;
+    rs_newRuleSet(type, &set);
+    return RuleSetHandle(set);
+}
+
+// Null when the build fails.
+inline RuleGroupHandle buildRuleGroup(RuleSet& set) {
+    RuleGroup* group = nullptr;
+    rs_buildRuleGroup(&set, &group);
+    return RuleGroupHandle(group);
+}
+
+inline int32_t addRule(RuleSet& set, std::string_view text, uint32_t ruleValue, uint32_t ruleId,
+                       void* userData = nullptr) {
+    return rs_addRuleToRuleSetEx(&set, text.data(), static_cast<uint32_t>(text.size()), ruleValue,
+                                 ruleId, userData);
+}
+
+}  // namespace rs::test

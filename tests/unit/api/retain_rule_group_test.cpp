@@ -1,0 +1,161 @@
+#include "api/retain_rule_group.h"
+
+#include <ruleset.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "ip/ip_index.h"
+#include "support/release_recorder.h"
+#include "support/rule_builder.h"
+
+namespace rs::test {
+
+namespace {
+
+using Pointers = std::vector<void*>;
+
+// A group with userData in a host entry and in a tree, and the recorder that it hands back to.
+class RetainedGroup : public ::testing::Test {
+protected:
+    void SetUp() override {
+        RuleSetHandle set = makeIpRuleSet({{"10.0.0.1", 1, &host}, {"10.0.0.0/8", 1, &range}});
+        recorder.registerOn(*set);
+        original = buildRuleGroup(*set);
+        ASSERT_NE(nullptr, original);
+    }
+
+    RuleGroupHandle retain() { return RuleGroupHandle(retainRuleGroup(original.get())); }
+
+    int host = 0;
+    int range = 0;
+    ReleaseRecorder recorder;
+    RuleGroupHandle original;
+};
+
+TEST_F(RetainedGroup, SharesTheStructureButNotTheCallback) {
+    original->reservedWords[0] = 11;
+    original->reservedWords[1] = 12;
+    original->reserved = 13;
+    const RuleGroupHandle copy = retain();
+    ASSERT_NE(nullptr, copy);
+    EXPECT_NE(original, copy);
+    EXPECT_EQ(1, copy->refCount);
+    EXPECT_EQ(1, original->refCount);
+    EXPECT_EQ(original->ipTable, copy->ipTable);
+    EXPECT_EQ(2, copy->ipTable->refCount);
+    EXPECT_EQ(nullptr, copy->urlIndex);
+    EXPECT_EQ(nullptr, copy->domainIndex);
+    EXPECT_EQ(nullptr, copy->packetFilterTable);
+    EXPECT_EQ(nullptr, copy->ipPortIndex);
+    EXPECT_EQ(nullptr, copy->compoundTable);
+    EXPECT_EQ(11, copy->reservedWords[0]);
+    EXPECT_EQ(12, copy->reservedWords[1]);
+    EXPECT_EQ(0, copy->reserved);
+    EXPECT_EQ(1, copy->nonEmpty);
+    EXPECT_EQ(nullptr, copy->releaseCallback);
+    EXPECT_EQ(nullptr, copy->releaseContext);
+}
+
+TEST_F(RetainedGroup, AnswersLikeTheOriginalAndOutlivesIt) {
+    const RuleGroupHandle copy = retain();
+    original.reset();
+    MatchResult result{};
+    EXPECT_EQ(1, rs_matchIPRuleGroup(copy.get(), 0x0A000001, &result));
+    EXPECT_EQ(&host, result.userData);
+    EXPECT_EQ(1, rs_matchIPRuleGroup(copy.get(), 0x0A000002, &result));
+    EXPECT_EQ(&range, result.userData);
+}
+
+TEST_F(RetainedGroup, HandsEverythingBackWhenTheOriginalGoesLast) {
+    RuleGroupHandle copy = retain();
+    copy.reset();
+    EXPECT_TRUE(recorder.order().empty());
+    original.reset();
+    EXPECT_EQ((Pointers{&host, &range}), recorder.order());
+}
+
+// Deliberate: the copy holds no callback, so the userData of single IPv4 addresses is lost to the
+// host. The trees keep the callback that they were built with.
+TEST_F(RetainedGroup, HandsBackWhatTreesOwnWhenTheCopyGoesLast) {
+    RuleGroupHandle copy = retain();
+    original.reset();
+    EXPECT_TRUE(recorder.order().empty());
+    copy.reset();
+    EXPECT_EQ(Pointers{&range}, recorder.order());
+}
+
+TEST_F(RetainedGroup, CanBeRetainedAgain) {
+    RuleGroupHandle copy = retain();
+    RuleGroupHandle copyOfCopy(retainRuleGroup(copy.get()));
+    ASSERT_NE(nullptr, copyOfCopy);
+    EXPECT_EQ(3, original->ipTable->refCount);
+    copy.reset();
+    EXPECT_EQ(2, original->ipTable->refCount);
+    copyOfCopy.reset();
+    EXPECT_EQ(1, original->ipTable->refCount);
+}
+
+TEST(RetainRuleGroup, GivesNullForNull) {
+    EXPECT_EQ(nullptr, retainRuleGroup(nullptr));
+}
+
+TEST(RetainRuleGroup, CopiesAnEmptyGroupOfEveryType) {
+    for (int32_t type = RULE_TYPE_IP; type <= RULE_TYPE_COMPOUND; ++type) {
+        const RuleGroupHandle group = buildRuleGroup(*newRuleSet(type));
+        const RuleGroupHandle copy(retainRuleGroup(group.get()));
+        ASSERT_NE(nullptr, copy) << type;
+        EXPECT_EQ(0, copy->nonEmpty) << type;
+        EXPECT_EQ(group->ipTable, copy->ipTable) << type;
+    }
+}
+
+// Threads that match in a group while others retain and drop it; the original goes first, so that
+// some other thread drops the last reference.
+TEST(RetainRuleGroup, LetsThreadsMatchRetainAndDropAtOnce) {
+    constexpr uint32_t THREAD_COUNT = 8;
+    constexpr uint32_t ROUNDS = 500;
+    int range = 0;
+    ReleaseRecorder recorder;
+    const RuleSetHandle set = makeIpRuleSet({{"10.0.0.0/8", 1, &range}, {"2001:db8::/32"}});
+    recorder.registerOn(*set);
+    RuleGroupHandle original = buildRuleGroup(*set);
+    ASSERT_NE(nullptr, original);
+
+    std::array<RuleGroupHandle, THREAD_COUNT> copies;
+    for (RuleGroupHandle& copy : copies) {
+        copy.reset(retainRuleGroup(original.get()));
+        ASSERT_NE(nullptr, copy);
+    }
+    std::atomic<uint32_t> wrongAnswers{0};
+    std::array<std::thread, THREAD_COUNT> threads;
+    for (uint32_t i = 0; i < THREAD_COUNT; ++i) {
+        threads[i] = std::thread([&copy = copies[i], &wrongAnswers] {
+            for (uint32_t round = 0; round < ROUNDS; ++round) {
+                const RuleGroupHandle own(retainRuleGroup(copy.get()));
+                MatchResult result{};
+                if (rs_matchIPRuleGroup(own.get(), 0x0A000000 + round, &result) != 1 ||
+                    result.ruleIndex != 1 ||
+                    rs_matchIPRuleGroup(own.get(), 0x0B000000 + round, &result) != 0) {
+                    ++wrongAnswers;
+                }
+            }
+            copy.reset();
+        });
+    }
+    original.reset();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(0, wrongAnswers);
+    EXPECT_EQ(Pointers{&range}, recorder.order());
+}
+
+}  // namespace
+
+}  // namespace rs::test

@@ -1,0 +1,63 @@
+#include "core/list.h"
+
+#include <gtest/gtest.h>
+
+namespace rs::test {
+
+namespace {
+
+TEST(List, IsEmptyAtFirst) {
+    ListLink head;
+    resetList(head);
+    EXPECT_TRUE(isListEmpty(head));
+    EXPECT_EQ(&head, head.next);
+    EXPECT_EQ(&head, head.prev);
+    EXPECT_EQ(nullptr, takeFirst(head));
+}
+
+TEST(List, AppendsAtTheTail) {
+    ListLink head;
+    ListLink elements[3];
+    resetList(head);
+    for (ListLink& element : elements) {
+        appendToList(head, element);
+    }
+    EXPECT_FALSE(isListEmpty(head));
+    const ListLink* ring[] = {&head, &elements[0], &elements[1], &elements[2], &head};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(ring[i + 1], ring[i]->next) << i;
+        EXPECT_EQ(ring[i], ring[i + 1]->prev) << i;
+    }
+}
+
+TEST(List, TakesTheFirstElementsOff) {
+    ListLink head;
+    ListLink elements[2];
+    resetList(head);
+    appendToList(head, elements[0]);
+    appendToList(head, elements[1]);
+    EXPECT_EQ(&elements[0], takeFirst(head));
+    EXPECT_EQ(&elements[1], head.next);
+    EXPECT_EQ(&head, elements[1].prev);
+    EXPECT_EQ(&elements[1], takeFirst(head));
+    EXPECT_TRUE(isListEmpty(head));
+    EXPECT_EQ(&head, head.prev);
+}
+
+TEST(List, UnlinksAnElementFromTheMiddle) {
+    ListLink head;
+    ListLink elements[3];
+    resetList(head);
+    for (ListLink& element : elements) {
+        appendToList(head, element);
+    }
+    unlinkFromList(elements[1]);
+    EXPECT_EQ(&elements[2], elements[0].next);
+    EXPECT_EQ(&elements[0], elements[2].prev);
+    unlinkFromList(elements[2]);
+    EXPECT_EQ(&elements[0], head.prev);
+}
+
+}  // namespace
+
+}  // namespace rs::test

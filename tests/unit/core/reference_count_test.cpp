@@ -1,0 +1,73 @@
+#include "core/reference_count.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace rs::test {
+
+namespace {
+
+constexpr uint32_t THREAD_COUNT = 8;
+constexpr uint32_t ROUNDS = 5000;
+
+template <typename Work>
+void runInThreads(const Work& work) {
+    std::array<std::thread, THREAD_COUNT> threads;
+    for (std::thread& thread : threads) {
+        thread = std::thread(work);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(ReferenceCount, CountsUpAndDown) {
+    uint32_t count = 0;
+    EXPECT_EQ(1, incrementCount(count));
+    EXPECT_EQ(2, incrementCount(count));
+    decrementCount(count);
+    EXPECT_EQ(1, readCount(count));
+    EXPECT_EQ(1, count);
+}
+
+TEST(ReferenceCount, NamesTheLastReference) {
+    uint32_t refCount = 1;
+    retainReference(refCount);
+    EXPECT_FALSE(dropReference(refCount));
+    EXPECT_TRUE(dropReference(refCount));
+    EXPECT_EQ(0, refCount);
+}
+
+TEST(ReferenceCount, LosesNoCountBetweenThreads) {
+    uint32_t count = 7;
+    runInThreads([&count] {
+        for (uint32_t i = 0; i < ROUNDS; ++i) {
+            incrementCount(count);
+            incrementCount(count);
+            decrementCount(count);
+        }
+    });
+    EXPECT_EQ(7 + THREAD_COUNT * ROUNDS, count);
+}
+
+TEST(ReferenceCount, NamesOneLastReferenceAmongThreads) {
+    for (uint32_t round = 0; round < 50; ++round) {
+        uint32_t refCount = THREAD_COUNT;
+        std::atomic<uint32_t> lastOnes{0};
+        runInThreads([&] {
+            if (dropReference(refCount)) {
+                ++lastOnes;
+            }
+        });
+        ASSERT_EQ(1, lastOnes);
+        ASSERT_EQ(0, refCount);
+    }
+}
+
+}  // namespace
+
+}  // namespace rs::test

@@ -1,0 +1,434 @@
+// The insert operations of ip/ip_index.h: exact nodes and entries, and the order of the work.
+#include <ruleset.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/address128.h"
+#include "ip/ip_index.h"
+#include "support/search_tree_check.h"
+#include "support/tree_text.h"
+
+namespace rs::test {
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using Intervals = std::vector<std::pair<uint32_t, uint32_t>>;
+
+constexpr uint32_t ONES = 0xFFFFFFFF;
+
+// Both widths get the same small numbers; of the 128-bit ones 99 and 100 lie on both sides of a
+// border between all four words.
+template <typename Address>
+struct Width;
+
+template <>
+struct Width<uint32_t> {
+    static constexpr TreeCompare CLASSIFY = classifyInterval32;
+    static constexpr TreeReleaseEntries RELEASE = releaseRangeEntries32;
+    static constexpr uint32_t FIRST = 0;
+    static constexpr uint32_t LAST = ONES;
+    static uint32_t address(uint32_t number) { return number; }
+    static uint32_t number(uint32_t address) { return address; }
+    static int32_t insert(SearchTree* tree, uint32_t low, uint32_t high, const EntryRule& rule) {
+        return insertInterval32(tree, low, high, rule);
+    }
+};
+
+template <>
+struct Width<Address128> {
+    static constexpr TreeCompare CLASSIFY = classifyInterval128;
+    static constexpr TreeReleaseEntries RELEASE = releaseRangeEntries128;
+    static constexpr Address128 FIRST{};
+    static constexpr Address128 LAST{{ONES, ONES, ONES, ONES}};
+    static Address128 address(uint32_t number) {
+        return number < 100 ? Address128{{7, ONES, ONES, ONES - 99 + number}}
+                            : Address128{{8, 0, 0, number - 100}};
+    }
+    static uint32_t number(const Address128& address) { return address.words[3] + 100; }
+    static int32_t insert(SearchTree* tree, const Address128& low, const Address128& high,
+                          const EntryRule& rule) {
+        return insertInterval128(tree, low, high, rule);
+    }
+};
+
+// The intervals that a tree was searched for, one after the other.
+Intervals searches;
+
+template <typename Address>
+int32_t recordSearch(const void* key, const TreeNode* node) noexcept {
+    const auto& item = *static_cast<const IntervalKey<Address>*>(key);
+    const std::pair search(Width<Address>::number(item.low), Width<Address>::number(item.high));
+    if (searches.empty() || searches.back() != search) {
+        searches.push_back(search);
+    }
+    return Width<Address>::CLASSIFY(key, node);
+}
+
+template <typename Address>
+class IntervalInsertion : public ::testing::Test {
+protected:
+    using Of = Width<Address>;
+
+    int32_t insert(uint32_t low, uint32_t high, uint32_t ruleIndex, uint32_t ruleValue,
+                   void* userData = nullptr) {
+        return insertAddresses(Of::address(low), Of::address(high), ruleIndex, ruleValue, userData);
+    }
+
+    int32_t insertAddresses(const Address& low, const Address& high, uint32_t ruleIndex,
+                            uint32_t ruleValue, void* userData = nullptr) {
+        const EntryRule rule{ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims};
+        const int32_t status = Of::insert(tree.get(), low, high, rule);
+        EXPECT_TRUE(checkSearchTree(*tree));
+        return status;
+    }
+
+    Lines lines() const {
+        return describeIntervals<Address>(
+            tree.get(), [](const Address& address) { return std::to_string(Of::number(address)); });
+    }
+
+    void setCompare(TreeCompare compare) { tree->compare = compare; }
+
+    OwnedSearchTree tree{createSearchTree({}, Of::CLASSIFY, Of::RELEASE)};
+    uint8_t claims[20] = {};
+    int token = 0;
+};
+
+using Widths = ::testing::Types<uint32_t, Address128>;
+
+TYPED_TEST_SUITE(IntervalInsertion, Widths);
+
+TYPED_TEST(IntervalInsertion, MakesANodeWhereNothingOverlaps) {
+    EXPECT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    EXPECT_EQ(RULE_OK, this->insert(106, 110, 2, 5));
+    EXPECT_EQ(RULE_OK, this->insert(90, 94, 3, 5));
+    EXPECT_EQ((Lines{"90-94: 3 90-94", "95-105: 1 95-105", "106-110: 2 106-110"}), this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, CopiesTheRuleIntoItsEntries) {
+    int userData = 0;
+    ASSERT_EQ(RULE_OK, this->insert(10, 20, 3, 0xFFFFFFFE, &userData));
+    const auto& entry = *static_cast<const RangeEntry<TypeParam>*>(this->tree->root->entries);
+    EXPECT_EQ(3, entry.ruleIndex);
+    EXPECT_EQ(0xFFFFFFFE, entry.ruleValue);
+    EXPECT_EQ(1003, entry.ruleId);
+    EXPECT_EQ(&userData, entry.userData);
+    EXPECT_EQ(ENTRY_RELEASES_USER_DATA, entry.entryFlags);
+    EXPECT_EQ(nullptr, entry.next);
+    EXPECT_EQ(1, this->claims[2]);
+    const auto& key = *static_cast<const IntervalKey<TypeParam>*>(this->tree->root->key);
+    EXPECT_EQ(nullptr, key.next);
+}
+
+// Each row enters a second interval beside the node 95-105 of rule 1.
+TYPED_TEST(IntervalInsertion, NeitherSplitsNorWidensANode) {
+    const struct {
+        uint32_t low;
+        uint32_t high;
+        Lines lines;
+    } rows[] = {
+        {90, 100, {"90-94: 2 90-94", "95-105: 1 95-105, 2 95-100"}},
+        {90, 105, {"90-94: 2 90-94", "95-105: 1 95-105, 2 95-105"}},
+        {90, 95, {"90-94: 2 90-94", "95-105: 1 95-105, 2 95-95"}},
+        {100, 110, {"95-105: 1 95-105, 2 100-105", "106-110: 2 106-110"}},
+        {95, 110, {"95-105: 1 95-105, 2 95-105", "106-110: 2 106-110"}},
+        {105, 110, {"95-105: 1 95-105, 2 105-105", "106-110: 2 106-110"}},
+        {94, 106, {"94-94: 2 94-94", "95-105: 1 95-105, 2 95-105", "106-106: 2 106-106"}},
+        {95, 105, {"95-105: 1 95-105, 2 95-105"}},
+        {97, 103, {"95-105: 1 95-105, 2 97-103"}},
+        {99, 100, {"95-105: 1 95-105, 2 99-100"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::Message() << row.low << '-' << row.high);
+        this->tree.reset(
+            createSearchTree({}, Width<TypeParam>::CLASSIFY, Width<TypeParam>::RELEASE));
+        ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+        EXPECT_EQ(RULE_OK, this->insert(row.low, row.high, 2, 6));
+        EXPECT_EQ(row.lines, this->lines());
+    }
+}
+
+TYPED_TEST(IntervalInsertion, RefusesWhatTheSameRuleValueCovers) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    for (const auto& [low, high] : Intervals{{95, 105}, {95, 95}, {105, 105}, {99, 100}}) {
+        EXPECT_EQ(RULE_ERR_DUPLICATE, this->insert(low, high, 2, 5)) << low;
+    }
+    EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, RefusesWhatSeveralNodesOfTheSameRuleValueCover) {
+    ASSERT_EQ(RULE_OK, this->insert(90, 99, 1, 5));
+    ASSERT_EQ(RULE_OK, this->insert(100, 109, 2, 5));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insert(95, 105, 3, 5));
+    EXPECT_EQ(RULE_OK, this->insert(95, 105, 4, 6));
+    EXPECT_EQ((Lines{"90-99: 1 90-99, 4 95-99", "100-109: 2 100-109, 4 100-105"}), this->lines());
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insert(97, 103, 5, 6));
+    // It takes one entry that covers a part whole: two that do so together do not count.
+    EXPECT_EQ(RULE_OK, this->insert(90, 96, 6, 6));
+    EXPECT_EQ(RULE_OK, this->insert(90, 99, 7, 6));
+    EXPECT_EQ((Lines{"90-99: 1 90-99, 4 95-99, 6 90-96, 7 90-99", "100-109: 2 100-109, 4 100-105"}),
+              this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, EntersOnlyThePartsThatAreNotCovered) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    EXPECT_EQ(RULE_OK, this->insert(90, 110, 2, 5));
+    EXPECT_EQ((Lines{"90-94: 2 90-94", "95-105: 1 95-105", "106-110: 2 106-110"}), this->lines());
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insert(90, 110, 3, 5));
+    EXPECT_EQ(RULE_OK, this->insert(93, 111, 4, 5));
+    EXPECT_EQ(
+        (Lines{"90-94: 2 90-94", "95-105: 1 95-105", "106-110: 2 106-110", "111-111: 4 111-111"}),
+        this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, FillsTheGapsBetweenManyNodes) {
+    for (uint32_t i = 0; i < 5; ++i) {
+        ASSERT_EQ(RULE_OK, this->insert(82 + 10 * i, 87 + 10 * i, 1 + i, 5));
+    }
+    EXPECT_EQ(RULE_OK, this->insert(85, 124, 6, 6, &this->token));
+    EXPECT_EQ((Lines{"82-87: 1 82-87, 6 85-87", "88-91: 6 88-91", "92-97: 2 92-97, 6* 92-97",
+                     "98-101: 6 98-101", "102-107: 3 102-107, 6 102-107", "108-111: 6 108-111",
+                     "112-117: 4 112-117, 6 112-117", "118-121: 6 118-121",
+                     "122-127: 5 122-127, 6 122-124"}),
+              this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, ReachesBothEndsOfTheAddresses) {
+    using Ends = Width<TypeParam>;
+    ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::FIRST, 1, 5));
+    ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::LAST, Ends::LAST, 2, 5));
+    ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::LAST, 3, 6));
+    const std::vector<const TreeNode*> nodes = nodesInOrder(this->tree.get());
+    ASSERT_EQ(3, nodes.size());
+    const auto& middle = *static_cast<const IntervalKey<TypeParam>*>(nodes[1]->key);
+    EXPECT_EQ(nextAddress(Ends::FIRST), middle.low);
+    EXPECT_EQ(previousAddress(Ends::LAST), middle.high);
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insertAddresses(Ends::FIRST, Ends::LAST, 4, 6));
+    EXPECT_EQ(3, this->tree->nodeCount);
+}
+
+TYPED_TEST(IntervalInsertion, CoversEverythingWithOneNode) {
+    using Ends = Width<TypeParam>;
+    ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::LAST, 1, 5));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insertAddresses(Ends::FIRST, Ends::LAST, 2, 5));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, this->insertAddresses(Ends::LAST, Ends::LAST, 3, 5));
+    EXPECT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::FIRST, 4, 6));
+    EXPECT_EQ(1, this->tree->nodeCount);
+}
+
+// Remainders come directly behind the interval that they are left of, the lower one first.
+TYPED_TEST(IntervalInsertion, WorksOnRemaindersBeforeWhatWasQueuedEarlier) {
+    ASSERT_EQ(RULE_OK, this->insert(100, 109, 1, 5));
+    ASSERT_EQ(RULE_OK, this->insert(40, 59, 2, 5));
+    ASSERT_EQ(RULE_OK, this->insert(140, 159, 3, 5));
+    this->setCompare(recordSearch<TypeParam>);
+    searches.clear();
+    EXPECT_EQ(RULE_OK,
+              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(20),
+                                       Width<TypeParam>::address(180), {4, 6, 1004, nullptr, {}}));
+    EXPECT_EQ(
+        (Intervals{{20, 180}, {20, 99}, {20, 39}, {60, 99}, {110, 180}, {110, 139}, {160, 180}}),
+        searches);
+    this->setCompare(Width<TypeParam>::CLASSIFY);
+    EXPECT_TRUE(checkSearchTree(*this->tree));
+}
+
+TYPED_TEST(IntervalInsertion, LetsTheEntryMadeFirstOwnTheUserData) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    // The part in the node comes before both remainders ...
+    ASSERT_EQ(RULE_OK, this->insert(90, 110, 2, 6, &this->token));
+    EXPECT_EQ((Lines{"90-94: 2 90-94", "95-105: 1 95-105, 2* 95-105", "106-110: 2 106-110"}),
+              this->lines());
+    EXPECT_EQ(1, this->claims[1]);
+    // ... and where it is covered already the lower remainder comes first.
+    ASSERT_EQ(RULE_OK, this->insert(80, 120, 3, 6, &this->token));
+    EXPECT_EQ((Lines{"80-89: 3* 80-89", "90-94: 2 90-94", "95-105: 1 95-105, 2* 95-105",
+                     "106-110: 2 106-110", "111-120: 3 111-120"}),
+              this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, OwnsNoUserDataThatIsClaimedAlready) {
+    this->claims[0] = 1;
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5, &this->token));
+    EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
+    const auto& entry = *static_cast<const RangeEntry<TypeParam>*>(this->tree->root->entries);
+    EXPECT_EQ(&this->token, entry.userData);
+}
+
+TYPED_TEST(IntervalInsertion, ClaimsNothingWhenNothingIsEntered) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    ASSERT_EQ(RULE_ERR_DUPLICATE, this->insert(96, 104, 2, 5, &this->token));
+    EXPECT_EQ(0, this->claims[1]);
+}
+
+// What compare must never say. Before anything was entered even that is reported as a duplicate.
+TYPED_TEST(IntervalInsertion, ReportsAnUnknownRelationAsADuplicateWhileNothingIsEntered) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    const EntryRule rule{2, 6, 1002, nullptr, nullptr};
+    this->setCompare([](const void* /*key*/, const TreeNode* /*node*/) noexcept { return 7; });
+    EXPECT_EQ(RULE_ERR_DUPLICATE,
+              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(1),
+                                       Width<TypeParam>::address(2), rule));
+    this->setCompare(Width<TypeParam>::CLASSIFY);
+    EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
+}
+
+TYPED_TEST(IntervalInsertion, FailsAtAnUnknownRelationOnceSomethingIsEntered) {
+    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
+    const EntryRule rule{2, 6, 1002, nullptr, nullptr};
+    // The whole interval is classified as it should be, the remainders are not.
+    this->setCompare([](const void* key, const TreeNode* node) noexcept {
+        const int32_t relation = Width<TypeParam>::CLASSIFY(key, node);
+        return relation == KEY_STICKS_OUT_BOTH ? relation : 7;
+    });
+    EXPECT_EQ(RULE_ERR_INVALID_ARG,
+              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(90),
+                                       Width<TypeParam>::address(110), rule));
+    this->setCompare(Width<TypeParam>::CLASSIFY);
+    EXPECT_EQ((Lines{"95-105: 1 95-105, 2 95-105"}), this->lines());
+}
+
+class HostInsertion : public ::testing::Test {
+protected:
+    int32_t insert(uint32_t address, uint32_t ruleIndex, uint32_t ruleValue,
+                   void* userData = nullptr) {
+        return insertHost(table->hostTable, address,
+                          {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+    }
+
+    struct Freeing {
+        void operator()(IpRuleTable* table) const {
+            const ReleaseInfo info{};
+            releaseIpRuleTable(&table, &info);
+        }
+    };
+
+    void SetUp() override {
+        table.reset(allocateRecord<IpRuleTable>());
+        table->refCount = 1;
+        table->hostTable = hashCreate(4, HASH_KIND_PLAIN);
+    }
+
+    std::unique_ptr<IpRuleTable, Freeing> table;
+    uint8_t claims[10] = {};
+    int token = 0;
+};
+
+TEST_F(HostInsertion, AppendsToTheBucketOfTheHash) {
+    // 0 and 4 share one of four buckets: their hashes differ by 4 times 13.
+    ASSERT_EQ(RULE_OK, insert(0, 1, 5));
+    ASSERT_EQ(RULE_OK, insert(4, 2, 5));
+    ASSERT_EQ(RULE_OK, insert(0, 3, 6));
+    ASSERT_EQ(RULE_OK, insert(1, 4, 5));
+    EXPECT_EQ((Lines{"0.0.0.0: 1", "0.0.0.4: 2", "0.0.0.0: 3", "0.0.0.1: 4"}),
+              describeHosts(table->hostTable));
+    EXPECT_EQ(4, table->hostTable->elementCount);
+}
+
+TEST_F(HostInsertion, RefusesTheSameAddressWithTheSameRuleValue) {
+    ASSERT_EQ(RULE_OK, insert(7, 1, 5));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(7, 2, 5, &token));
+    EXPECT_EQ(0, claims[1]);
+    ASSERT_EQ(RULE_OK, insert(7, 3, 6));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(7, 4, 6));
+    EXPECT_EQ(2, table->hostTable->elementCount);
+}
+
+TEST_F(HostInsertion, CopiesTheRuleAndClaimsItsUserData) {
+    ASSERT_EQ(RULE_OK, insert(7, 3, 5, &token));
+    ASSERT_EQ(RULE_OK, insert(8, 3, 5, &token));
+    EXPECT_EQ((Lines{"0.0.0.8: 3", "0.0.0.7: 3*"}), describeHosts(table->hostTable));
+    EXPECT_EQ(1, claims[2]);
+    const HostEntry& entry = *hostEntryOf(table->hostTable->buckets[hashIPv4(7) % 4].list.next);
+    EXPECT_EQ(7, entry.address);
+    EXPECT_EQ(3, entry.ruleIndex);
+    EXPECT_EQ(5, entry.ruleValue);
+    EXPECT_EQ(1003, entry.ruleId);
+    EXPECT_EQ(&token, entry.userData);
+}
+
+TEST_F(HostInsertion, FailsWithoutATable) {
+    const int32_t status = insertHost(nullptr, 7, {1, 5, 1001, nullptr, nullptr});
+    EXPECT_NE(RULE_OK, status);
+    EXPECT_NE(RULE_ERR_DUPLICATE, status);
+}
+
+class AddressInsertion : public ::testing::Test {
+protected:
+    int32_t insert(const Address128& address, uint32_t ruleIndex, uint32_t ruleValue,
+                   void* userData = nullptr) {
+        const int32_t status = insertAddress128(
+            tree.get(), address, {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+        EXPECT_TRUE(checkSearchTree(*tree));
+        return status;
+    }
+
+    // The rules of each node, in key order.
+    Lines lines() const {
+        Lines lines;
+        for (const TreeNode* node : nodesInOrder(tree.get())) {
+            std::string line;
+            for (auto* entry = static_cast<const AddressEntry*>(node->entries); entry != nullptr;
+                 entry = entry->next) {
+                line += (line.empty() ? "" : ", ") + describeRuleOf(*entry);
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    OwnedSearchTree tree{createSearchTree({}, compareAddressKey, releaseAddressEntries)};
+    uint8_t claims[10] = {};
+    int token = 0;
+};
+
+TEST_F(AddressInsertion, KeepsOneEntryPerRuleValueInRuleOrder) {
+    const Address128 address{{1, 2, 3, 4}};
+    ASSERT_EQ(RULE_OK, insert(address, 1, 5));
+    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 5}}, 2, 5));
+    ASSERT_EQ(RULE_OK, insert({{0, ONES, ONES, ONES}}, 3, 5));
+    ASSERT_EQ(RULE_OK, insert(address, 4, 6));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(address, 5, 5));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(address, 6, 6));
+    ASSERT_EQ(RULE_OK, insert(address, 7, 4));
+    EXPECT_EQ((Lines{"3", "1, 4, 7", "2"}), lines());
+}
+
+TEST_F(AddressInsertion, CopiesTheRuleAndClaimsItsUserData) {
+    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 4}}, 3, 5, &token));
+    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 5}}, 3, 5, &token));
+    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 4}}, 4, 6, &token));
+    EXPECT_EQ(RULE_ERR_DUPLICATE, insert({{1, 2, 3, 4}}, 5, 6, &token));
+    EXPECT_EQ((Lines{"3*, 4*", "3"}), lines());
+    EXPECT_EQ(1, claims[2]);
+    EXPECT_EQ(1, claims[3]);
+    EXPECT_EQ(0, claims[4]);
+    const TreeNode& node = *nodesInOrder(tree.get())[0];
+    EXPECT_EQ((Address128{{1, 2, 3, 4}}), *static_cast<const Address128*>(node.key));
+    const auto& entry = *static_cast<const AddressEntry*>(node.entries);
+    EXPECT_EQ(3, entry.ruleIndex);
+    EXPECT_EQ(5, entry.ruleValue);
+    EXPECT_EQ(1003, entry.ruleId);
+    EXPECT_EQ(&token, entry.userData);
+}
+
+TEST_F(AddressInsertion, FailsAtANodeWithoutEntries) {
+    const Address128 address{{1, 2, 3, 4}};
+    ASSERT_EQ(RULE_OK, insert(address, 1, 5));
+    void* entries = std::exchange(tree->root->entries, nullptr);
+    EXPECT_EQ(RULE_ERR_FAILED, insert(address, 2, 6, &token));
+    EXPECT_EQ(0, claims[1]);
+    EXPECT_EQ(nullptr, tree->root->entries);
+    tree->root->entries = entries;
+}
+
+}  // namespace
+
+}  // namespace rs::test
