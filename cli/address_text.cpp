@@ -80,7 +80,7 @@ std::string whyBadIpv6(std::string_view text) {
     if (gap != std::string_view::npos && text.find("::", gap + 1) != std::string_view::npos) {
         return "two '::' in an IPv6 address";
     }
-    const std::string why = whyBadIpv6Groups(text);
+    std::string why = whyBadIpv6Groups(text);
     if (!why.empty()) {
         return why;
     }

@@ -18,10 +18,9 @@ const RuleKind* findRuleKind(std::string_view name) {
 }
 
 std::vector<std::string> ruleKindNames() {
-    std::vector<std::string> names;
-    for (const RuleKind* kind : KINDS) {
-        names.emplace_back(kind->name);
-    }
+    std::vector<std::string> names(KINDS.size());
+    std::transform(KINDS.begin(), KINDS.end(), names.begin(),
+                   [](const RuleKind* kind) { return kind->name; });
     return names;
 }
 

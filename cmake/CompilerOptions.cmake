@@ -31,6 +31,10 @@ if(RULESET_SANITIZE)
     endif()
     add_compile_options(${sanitizer_options})
     add_link_options(${sanitizer_options})
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The checks that are woven in lead g++ to warn about the standard library's own code.
+        add_compile_options(-Wno-maybe-uninitialized)
+    endif()
 endif()
 
 if(RULESET_COVERAGE)

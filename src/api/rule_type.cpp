@@ -20,9 +20,7 @@ int32_t parseIpRecord(const char* text, uint32_t length, const RuleValues& value
 }
 
 void freePlainRecords(RuleList& list) noexcept {
-    while (ListLink* record = takeFirst(list.head)) {
-        freeMemory(record);
-    }
+    freeList(list.head, freeMemory<ListLink>);
     list.ruleCount = 0;
 }
 

@@ -1,6 +1,8 @@
 // The exported syntax checks, and the converter beside them.
 #include <ruleset.h>
 
+#include <cstddef>
+
 #include "core/byte_order.h"
 #include "ip/ip_rule.h"
 #include "syntax/ip_range.h"
@@ -43,7 +45,7 @@ extern "C" int32_t rs_convertRule_IP(const char* text, uint32_t length,
         return RULE_ERR_FAILED;
     }
     out->family = 6;
-    for (uint32_t i = 0; i < range.startAddress.words.size(); ++i) {
+    for (size_t i = 0; i < range.startAddress.words.size(); ++i) {
         rs::writeBigEndian32(out->startAddress + 4 * i, range.startAddress.words[i]);
         rs::writeBigEndian32(out->endAddress + 4 * i, range.endAddress.words[i]);
     }

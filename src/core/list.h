@@ -33,14 +33,16 @@ inline void unlinkFromList(ListLink& element) noexcept {
     element.next->prev = element.prev;
 }
 
-// Takes the first element off; null when the list is empty.
-[[nodiscard]] inline ListLink* takeFirst(ListLink& head) noexcept {
-    if (isListEmpty(head)) {
-        return nullptr;
+// Empties a list whose elements freeElement(link) lets go of.
+template <typename FreeElement>
+void freeList(ListLink& head, const FreeElement& freeElement) noexcept {
+    ListLink* link = head.next;
+    while (link != &head) {
+        ListLink* next = link->next;
+        freeElement(link);
+        link = next;
     }
-    ListLink* first = head.next;
-    unlinkFromList(*first);
-    return first;
+    resetList(head);
 }
 
 }  // namespace rs

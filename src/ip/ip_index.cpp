@@ -45,13 +45,13 @@ void releaseEntryList(const ReleaseInfo* info, void* key, void* firstEntry) noex
 // Frees the entries of a bucket; a visitor of the host table.
 int32_t releaseHostBucket(HashBucket* bucket, void* argument, uint32_t* elementCount) noexcept {
     const auto* info = static_cast<const ReleaseInfo*>(argument);
-    while (ListLink* link = takeFirst(bucket->list)) {
+    freeList(bucket->list, [info, elementCount](ListLink* link) noexcept {
         HostEntry* entry = hostEntryOf(link);
         callReleaseCallback(info->releaseCallback, info->releaseContext, entry->userData,
                             entry->entryFlags);
         freeMemory(entry);
         decrementCount(*elementCount);
-    }
+    });
     return 0;
 }
 

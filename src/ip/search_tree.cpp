@@ -96,6 +96,7 @@ void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noe
             rotate(tree, parent, side);
             sibling = parent->*opposite;
         }
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): a black node stands on the sibling's way
         if (!isRed(sibling->*side) && !isRed(sibling->*opposite)) {
             sibling->colour = COLOUR_RED;
             node = parent;
@@ -110,6 +111,7 @@ void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noe
         }
         sibling->colour = parent->colour;
         parent->colour = COLOUR_BLACK;
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): it is red here, so it is there
         (sibling->*opposite)->colour = COLOUR_BLACK;
         rotate(tree, parent, side);
         return;

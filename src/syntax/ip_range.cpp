@@ -2,6 +2,8 @@
 
 #include <ruleset.h>
 
+#include <cstddef>
+
 #include "syntax/ascii.h"
 #include "syntax/text_scan.h"
 
@@ -63,7 +65,7 @@ bool readIpv6Address(Piece piece, Address128& out) noexcept {
     if (parseIPv6Address(piece.text, piece.length, &groups) != RULE_OK) {
         return false;
     }
-    for (uint32_t i = 0; i < out.words.size(); ++i) {
+    for (size_t i = 0; i < out.words.size(); ++i) {
         out.words[i] = (uint32_t{groups[2 * i]} << 16U) | groups[2 * i + 1];
     }
     return true;

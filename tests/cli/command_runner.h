@@ -23,17 +23,17 @@ class CommandTest : public ::testing::Test {
 protected:
     CommandTest() {
         std::string name = (std::filesystem::temp_directory_path() / "ruleset_cli_XXXXXX").string();
-        folder_ = mkdtemp(name.data());
+        folder = mkdtemp(name.data());
     }
-    ~CommandTest() override { std::filesystem::remove_all(folder_); }
+    ~CommandTest() override { std::filesystem::remove_all(folder); }
 
     void writeFile(const std::string& name, const std::string& content) const {
-        std::ofstream(folder_ / name, std::ios::binary) << content;
+        std::ofstream(folder / name, std::ios::binary) << content;
     }
 
     [[nodiscard]] std::string readFile(const std::string& name) const {
         std::ostringstream content;
-        content << std::ifstream(folder_ / name, std::ios::binary).rdbuf();
+        content << std::ifstream(folder / name, std::ios::binary).rdbuf();
         return content.str();
     }
 
@@ -41,14 +41,14 @@ protected:
     [[nodiscard]] CommandResult run(const std::string& arguments,
                                     const std::string& input = "") const {
         writeFile("input", input);
-        const std::string line = "cd '" + folder_.string() + "' && { '" RULESET_COMMAND "' " +
+        const std::string line = "cd '" + folder.string() + "' && { '" RULESET_COMMAND "' " +
                                  arguments + "; } <input >output 2>messages";
         const int status = std::system(line.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile("output"),
                 readFile("messages")};
     }
 
-    std::filesystem::path folder_;
+    std::filesystem::path folder;
 };
 
 }  // namespace rs::test

@@ -252,10 +252,8 @@ TEST(IpGroupFault, FailedInsertionOfHostLeavesTheBucketAlone) {
         });
         EXPECT_EQ(1U, failures);
     }
-    ListLink& head = table->buckets[0].list;
-    while (ListLink* link = takeFirst(head)) {
-        freeMemory(hostEntryOf(link));
-    }
+    freeList(table->buckets[0].list,
+             [](ListLink* link) noexcept { freeMemory(hostEntryOf(link)); });
 }
 
 TEST(IpGroupFault, FailedRetainLeavesTheGroupAlone) {

@@ -3,9 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <set>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

@@ -229,10 +229,17 @@ TEST(HashTable, StopsVisitingAtTheFirstAnswerThatIsNotZero) {
     }
 }
 
-TEST(HashTable, WithoutBucketsHasNothingToVisit) {
-    HashTable table{};
+TEST(HashTable, WithoutBucketsHoldsNothing) {
+    const OwnedHashTable table = makeTable(0);
+    ASSERT_NE(nullptr, table);
+    Item item{};
     Visits visits;
-    EXPECT_EQ(0, hashVisitAll(&table, &visits, recordVisit));
+    EXPECT_EQ(0, hashVisitAll(table.get(), &visits, recordVisit));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, hashInsert(table.get(), 5, &item, pushItem));
+    EXPECT_EQ(nullptr, hashLookup(table.get(), 5, nullptr, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, hashVisitBucket(table.get(), 5, &visits, recordVisit));
+    EXPECT_EQ(nullptr, hashRemove(table.get(), 5, nullptr, removeFirst));
+    EXPECT_EQ(static_cast<uint32_t>(RULE_ERR_INVALID_ARG), hashBucketIndex(table.get(), 5));
     EXPECT_TRUE(visits.buckets.empty());
 }
 

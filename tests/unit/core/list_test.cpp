@@ -1,5 +1,7 @@
 #include "core/list.h"
 
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace rs::test {
@@ -12,7 +14,6 @@ TEST(List, IsEmptyAtFirst) {
     EXPECT_TRUE(isListEmpty(head));
     EXPECT_EQ(&head, head.next);
     EXPECT_EQ(&head, head.prev);
-    EXPECT_EQ(nullptr, takeFirst(head));
 }
 
 TEST(List, AppendsAtTheTail) {
@@ -30,16 +31,18 @@ TEST(List, AppendsAtTheTail) {
     }
 }
 
-TEST(List, TakesTheFirstElementsOff) {
+TEST(List, FreesItsElementsInOrder) {
     ListLink head;
     ListLink elements[2];
     resetList(head);
     appendToList(head, elements[0]);
     appendToList(head, elements[1]);
-    EXPECT_EQ(&elements[0], takeFirst(head));
-    EXPECT_EQ(&elements[1], head.next);
-    EXPECT_EQ(&head, elements[1].prev);
-    EXPECT_EQ(&elements[1], takeFirst(head));
+    std::vector<ListLink*> freed;
+    freeList(head, [&freed](ListLink* element) noexcept {
+        *element = {nullptr, nullptr};  // what is freed is not read again
+        freed.push_back(element);
+    });
+    EXPECT_EQ((std::vector<ListLink*>{&elements[0], &elements[1]}), freed);
     EXPECT_TRUE(isListEmpty(head));
     EXPECT_EQ(&head, head.prev);
 }

@@ -304,9 +304,9 @@ protected:
     }
 
     struct Freeing {
-        void operator()(IpRuleTable* table) const {
+        void operator()(IpRuleTable* owned) const {
             const ReleaseInfo info{};
-            releaseIpRuleTable(&table, &info);
+            releaseIpRuleTable(&owned, &info);
         }
     };
 

@@ -251,7 +251,8 @@ TEST(IpMatchWithValue, FindsTheEarliestRuleOfThatValue) {
                                                {"10.0.0.0/24", 7},
                                                {"10.0.0.0-10.0.0.9", 6},
                                                {"10.0.0.0/24", 6},
-                                               {"10.0.0.0/24", 5}});
+                                               {"10.0.0.0/24", 5},
+                                               {"10.0.0.200-10.0.0.210", 9}});
     constexpr struct {
         uint32_t address;
         uint32_t ruleValue;
@@ -265,11 +266,15 @@ TEST(IpMatchWithValue, FindsTheEarliestRuleOfThatValue) {
         {0x0A000002, 6, 4},
         {0x0A000002, 7, 3},
         {0x0A000002, 8, 0},
-        // Rule 4 covers a part of the node only.
+        // Rules 4 and 7 cover parts of the node only.
         {0x0A000009, 6, 4},
         {0x0A00000A, 6, 5},
         {0x0A0000FF, 6, 5},
         {0x0A000100, 6, 0},
+        {0x0A0000C7, 9, 0},
+        {0x0A0000C8, 9, 7},
+        {0x0A0000D2, 9, 7},
+        {0x0A0000D3, 9, 0},
     };
     for (const auto& row : ROWS) {
         SCOPED_TRACE(::testing::Message() << row.address << " with " << row.ruleValue);
