@@ -230,6 +230,34 @@ RS_API int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address, Mat
 RS_API int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family, const void* address,
                                      MatchResult* result) RS_NOEXCEPT;
 
+/* Looks a host name up in a group of domain rules.
+ *   name, length  the name as users write it: any letter case, a trailing dot, UTF-8, escapes and
+ *                 Punycode labels ("xn--", RFC 3492) all meet the same rules
+ *   result        receives the winning rule; when there is none, its ruleIndex is set to 0
+ * Returns 1 when a rule covers the name, 0 when none does; RULE_ERR_INVALID_ARG for a null group,
+ * name or result, a zero length, a group without domain rules' index, and a name that has no labels
+ * or an empty one ("a..b") or one over 255 bytes; RULE_ERR_BUFFER_SMALL when the canonical name
+ * exceeds 8191 bytes; RULE_ERR_NO_MEMORY, for names over 8000 bytes only.
+ * Any number of threads may match in one group. Names of ordinary length allocate nothing.
+ * Cost: the name and each of its suffixes are hashed and probed once. */
+RS_API int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const char* name,
+                                               uint32_t length, MatchResult* result) RS_NOEXCEPT;
+
+/* Looks a URL up in a group of URL rules.
+ *   url, length  the URL; a text without scheme is taken for a host and what follows it. Blanks
+ *                around it are not trimmed. User information is ignored; without a port, https means
+ *                443 and everything else 80
+ *   result       receives the winning rule; when there is none, its ruleIndex is set to 0
+ * Returns 1 when a rule covers the URL, 0 when none does; RULE_ERR_INVALID_ARG for a null group, url
+ * or result, a zero length, and a group without URL rules' index; RULE_ERR_BAD_RULE for a URL that
+ * has neither host nor path, or no host but a scheme or a port; RULE_ERR_BUFFER_SMALL when its
+ * canonical form exceeds four times its length, or 4096 bytes for URLs over 1024.
+ * Any number of threads may match in one group. Allocates nothing.
+ * Cost: the host and each of its suffixes are hashed and probed once, and the paths of each host
+ * found are walked or bisected. */
+RS_API int32_t rs_matchUrlWithRuleGroup(const RuleGroup* group, const char* url, uint32_t length,
+                                        MatchResult* result) RS_NOEXCEPT;
+
 /* ------------------------------------------------------------------------------------------------
  * Validators
  *
@@ -257,6 +285,19 @@ RS_API int32_t rs_validate_PortRange(const char* text, uint32_t length) RS_NOEXC
  * Returns RULE_OK or RULE_ERR_BAD_RULE, also for a null text. */
 RS_API int32_t rs_validateRule_IP(const char* text, uint32_t length) RS_NOEXCEPT;
 
+/* A rule for a set of type RULE_TYPE_FQDN: a host name, one behind "*.", or "*".
+ * Returns RULE_OK, or what adding it would return: RULE_ERR_BAD_RULE; RULE_ERR_INVALID_ARG for a
+ * null text; RULE_ERR_NO_MEMORY for one whose canonical form exceeds 4095 bytes. */
+RS_API int32_t rs_validateRule_FQDN(const char* text, uint32_t length) RS_NOEXCEPT;
+
+/* A rule for a set of type RULE_TYPE_URL: an optional http:// or https://, a domain rule or a
+ * bracketed IPv6 literal (RFC 3986 section 3.2.2), an optional port or ":*", and an optional path
+ * with one '*' at most.
+ * Returns RULE_OK, or what adding it would return: RULE_ERR_BAD_RULE; RULE_ERR_BAD_SCHEME for
+ * another scheme; RULE_ERR_INVALID_ARG for a null text; RULE_ERR_NO_MEMORY for one whose canonical
+ * form exceeds 4095 bytes. */
+RS_API int32_t rs_validateRule_URL(const char* text, uint32_t length) RS_NOEXCEPT;
+
 /* ------------------------------------------------------------------------------------------------
  * Converters
  * --------------------------------------------------------------------------------------------- */
@@ -266,6 +307,22 @@ RS_API int32_t rs_validateRule_IP(const char* text, uint32_t length) RS_NOEXCEPT
  * Returns RULE_OK; RULE_ERR_FAILED for a text that is neither an IPv4 nor an IPv6 range, and for a
  * null text or out. Keeps nothing; may be called from any thread. */
 RS_API int32_t rs_convertRule_IP(const char* text, uint32_t length, ConvertedRange* out)
+    RS_NOEXCEPT;
+
+/* Writes the canonical fields of a URL into the caller's buffers.
+ *   text, length  the URL; blanks around it are ignored. Any scheme is taken, or none
+ *   record        buffers and their capacities in, lengths and port out; see NormalizedUrl
+ * The scheme is written without "://" in lower case; the host in the form that URL rules store, an
+ * IPv6 literal with all eight groups in brackets, an IPv4-mapped one as a dotted quad; the path with
+ * query and fragment, percent-escapes decoded and, unless keepPathCase is set, in lower case, "/"
+ * for a URL with a host and no path. User information is dropped.
+ * Returns RULE_OK; RULE_ERR_INVALID_ARG for a null text or record, a zero length, and a null buffer
+ * of a field that is needed; RULE_ERR_BUFFER_SMALL with shortField naming the buffer to enlarge,
+ * with the other outputs not to be relied on; RULE_ERR_BAD_RULE for a URL that has no such form: no
+ * scheme, host and path at all, a colon without a valid port behind it, a bad host, a path without
+ * host under a scheme other than file.
+ * Keeps nothing; may be called from any thread. Cost: linear in the length, no allocation. */
+RS_API int32_t rs_normalize_URL(const char* text, uint32_t length, NormalizedUrl* record)
     RS_NOEXCEPT;
 
 #if defined(__cplusplus)

@@ -3,7 +3,9 @@
 
 #include "core/byte_order.h"
 #include "core/rule_group.h"
+#include "domain/domain_match.h"
 #include "ip/ip_match.h"
+#include "url/url_match.h"
 
 extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
                                        MatchResult* result) noexcept {
@@ -26,4 +28,14 @@ extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
                              result);
     }
     return RULE_ERR_INVALID_ARG;
+}
+
+extern "C" int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const char* name,
+                                                   uint32_t length, MatchResult* result) noexcept {
+    return rs::matchDomainName(group, name, length, result);
+}
+
+extern "C" int32_t rs_matchUrlWithRuleGroup(const RuleGroup* group, const char* url,
+                                            uint32_t length, MatchResult* result) noexcept {
+    return rs::matchUrl(group, url, length, result);
 }

@@ -2,26 +2,43 @@
 
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "domain/domain_index.h"
+#include "domain/domain_rule.h"
 #include "ip/ip_compile.h"
 #include "ip/ip_rule.h"
+#include "url/url_index.h"
+#include "url/url_rule.h"
 
 namespace rs {
 
 namespace {
 
-int32_t parseIpRecord(const char* text, uint32_t length, const RuleValues& values,
-                      ListLink** out) noexcept {
+// The new record of make as the link that a set keeps it by.
+template <auto make>
+int32_t parseRecord(const char* text, uint32_t length, const RuleValues& values,
+                    ListLink** out) noexcept {
     int32_t status = RULE_OK;
-    OwnedMemory<IpRule> rule = makeIpRule(text, length, values, &status);
-    if (rule) {
-        *out = &rule.release()->links;
+    auto* rule = make(text, length, values, &status);
+    if (rule != nullptr) {
+        *out = &rule->links;
     }
     return status;
 }
 
-void freePlainRecords(RuleList& list) noexcept {
-    freeList(list.head, freeMemory<ListLink>);
+// Every record begins with its links.
+template <typename Rule, auto freeRule>
+void freeRecords(RuleList& list) noexcept {
+    freeList(list.head,
+             [](ListLink* record) noexcept { freeRule(reinterpret_cast<Rule*>(record)); });
     list.ruleCount = 0;
+}
+
+template <typename Structure>
+void retainStructure(Structure* structure, Structure*& copy) noexcept {
+    if (structure != nullptr) {
+        retainReference(structure->refCount);
+        copy = structure;
+    }
 }
 
 }  // namespace
@@ -51,7 +68,11 @@ int32_t parseRule(const RuleSet& set, const char* text, uint32_t length, const R
     switch (set.type) {
         case RULE_TYPE_IP:
         case RULE_TYPE_IP_ALT:
-            return parseIpRecord(text, length, values, out);
+            return parseRecord<makeIpRule>(text, length, values, out);
+        case RULE_TYPE_FQDN:
+            return parseRecord<makeDomainRule>(text, length, values, out);
+        case RULE_TYPE_URL:
+            return parseRecord<makeUrlRule>(text, length, values, out);
         default:
             return RULE_ERR_BAD_TYPE;
     }
@@ -62,24 +83,31 @@ bool buildSlot(RuleSet& set, RuleGroup& group) noexcept {
         case RULE_TYPE_IP:
         case RULE_TYPE_IP_ALT:
             return buildIpRuleTable(&set, &group) != nullptr;
+        case RULE_TYPE_FQDN:
+            return compileDomainRules(&set, &group) != nullptr;
+        case RULE_TYPE_URL:
+            return compileUrlRules(&set, &group) != nullptr;
         default:
             return true;  // parseRule takes no rules of these types: there is nothing to compile
     }
 }
 
 void retainSlots(const RuleGroup& group, RuleGroup& copy) noexcept {
-    if (group.ipTable != nullptr) {
-        retainReference(group.ipTable->refCount);
-        copy.ipTable = group.ipTable;
-    }
+    retainStructure(group.ipTable, copy.ipTable);
+    retainStructure(group.urlIndex, copy.urlIndex);
+    retainStructure(group.domainIndex, copy.domainIndex);
 }
 
 void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept {
     releaseIpRuleTable(&group.ipTable, &info);
+    releaseUrlIndex(&group.urlIndex, &info);
+    releaseDomainIndex(&group.domainIndex, &info);
 }
 
 void freeRules(RuleSet& set) noexcept {
-    freePlainRecords(set.ipRules);
+    freeRecords<IpRule, freeIpRule>(set.ipRules);
+    freeRecords<DomainRule, freeDomainRule>(set.domainRules);
+    freeRecords<UrlRule, freeUrlRule>(set.urlRules);
 }
 
 }  // namespace rs

@@ -4,9 +4,25 @@
 #include <cstddef>
 
 #include "core/byte_order.h"
+#include "domain/domain_rule.h"
 #include "ip/ip_rule.h"
 #include "syntax/ip_range.h"
 #include "syntax/port.h"
+#include "url/url_rule.h"
+
+namespace {
+
+// Deliberate: a canonical text that does not fit here is RULE_ERR_NO_MEMORY, as when it is added.
+template <typename Record, auto parse>
+int32_t validateText(const char* text, uint32_t length) noexcept {
+    char canonical[rs::MAX_ITEM_LENGTH];
+    uint32_t capacity = sizeof canonical;
+    Record record{};
+    const int32_t status = parse(text, length, canonical, &capacity, &record);
+    return status == RULE_ERR_BUFFER_SMALL ? RULE_ERR_NO_MEMORY : status;
+}
+
+}  // namespace
 
 extern "C" int32_t rs_validate_IPv4Range(const char* text, uint32_t length) noexcept {
     rs::AddressSpec range{};
@@ -26,6 +42,14 @@ extern "C" int32_t rs_validate_PortRange(const char* text, uint32_t length) noex
 extern "C" int32_t rs_validateRule_IP(const char* text, uint32_t length) noexcept {
     rs::AddressSpec range{};
     return rs::parseIpRule(text, length, &range) == RULE_OK ? RULE_OK : RULE_ERR_BAD_RULE;
+}
+
+extern "C" int32_t rs_validateRule_FQDN(const char* text, uint32_t length) noexcept {
+    return validateText<rs::DomainRuleText, rs::parseDomainRule>(text, length);
+}
+
+extern "C" int32_t rs_validateRule_URL(const char* text, uint32_t length) noexcept {
+    return validateText<rs::UrlRuleText, rs::parseUrlRule>(text, length);
 }
 
 extern "C" int32_t rs_convertRule_IP(const char* text, uint32_t length,

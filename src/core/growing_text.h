@@ -14,6 +14,16 @@ namespace rs {
 inline constexpr uint32_t TEXT_BUFFER_STEP = 16;
 inline constexpr uint32_t MAX_TEXT_BUFFER = 8191;
 
+// The largest capacity that a normalizer of an input gets: steps on from the first, as long as the
+// size stays below 8192. A normalizer that takes part in this answers alike at every capacity that
+// is enough, so that one call with the largest does for all of them.
+constexpr uint64_t largestTextBuffer(uint32_t inputLength) noexcept {
+    const uint64_t first = uint64_t{inputLength} + TEXT_BUFFER_STEP;
+    return first >= MAX_TEXT_BUFFER
+               ? first
+               : first + (MAX_TEXT_BUFFER - first) / TEXT_BUFFER_STEP * TEXT_BUFFER_STEP;
+}
+
 // Calls parse(buffer, &inOutLength), capacity in and length out, with buffers of inputLength + 16
 // bytes and more while it answers RULE_ERR_BUFFER_SMALL and the next size is at most 8191; the
 // first call is made whatever its size. On RULE_OK the buffer of the last call is in *out. Returns
@@ -41,6 +51,14 @@ int32_t parseIntoGrowingText(uint32_t inputLength, const Parse& parse,
             return status;
         }
     }
+}
+
+// The same for a rule's text, where running out of sizes is RULE_ERR_NO_MEMORY.
+template <typename Parse>
+int32_t parseRuleIntoGrowingText(uint32_t inputLength, const Parse& parse,
+                                 OwnedMemory<char[]>& out) noexcept {
+    const int32_t status = parseIntoGrowingText(inputLength, parse, out);
+    return status == RULE_ERR_BUFFER_SMALL ? RULE_ERR_NO_MEMORY : status;
 }
 
 }  // namespace rs

@@ -3,6 +3,7 @@
 #include <ruleset.h>
 
 #include "core/library_option.h"
+#include "core/memory.h"
 
 namespace rs {
 
@@ -19,8 +20,8 @@ int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noex
     return parseIPv6Range(text, length, record);
 }
 
-OwnedMemory<IpRule> makeIpRule(const char* text, uint32_t length, const RuleValues& values,
-                               int32_t* status) noexcept {
+IpRule* makeIpRule(const char* text, uint32_t length, const RuleValues& values,
+                   int32_t* status) noexcept {
     OwnedMemory<IpRule> rule(allocateRecord<IpRule>());
     if (!rule) {
         *status = RULE_ERR_NO_MEMORY;
@@ -34,7 +35,11 @@ OwnedMemory<IpRule> makeIpRule(const char* text, uint32_t length, const RuleValu
     rule->ruleId = values.ruleId;
     rule->userData = values.userData;
     *status = RULE_OK;
-    return rule;
+    return rule.release();
+}
+
+void freeIpRule(IpRule* rule) noexcept {
+    freeMemory(rule);
 }
 
 }  // namespace rs

@@ -9,7 +9,6 @@
 #include <cstdint>
 
 #include "core/list.h"
-#include "core/memory.h"
 #include "core/rule_set.h"
 #include "syntax/ip_range.h"
 
@@ -28,9 +27,11 @@ struct IpRule {
 // text; *record is then unspecified.
 int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noexcept;
 
-// Parses a rule into a new record, which the caller owns; null for a text that parseIpRule refuses,
-// with *status telling which of that and a failed allocation it was.
-[[nodiscard]] OwnedMemory<IpRule> makeIpRule(const char* text, uint32_t length,
-                                             const RuleValues& values, int32_t* status) noexcept;
+// Parses a rule into a new record, which the caller frees with freeIpRule; null, with a status, for a
+// text that parseIpRule refuses (RULE_ERR_BAD_RULE) and when memory is out (RULE_ERR_NO_MEMORY).
+[[nodiscard]] IpRule* makeIpRule(const char* text, uint32_t length, const RuleValues& values,
+                                 int32_t* status) noexcept;
+
+void freeIpRule(IpRule* rule) noexcept;
 
 }  // namespace rs

@@ -14,6 +14,15 @@ constexpr bool isDecimalDigit(char byte) noexcept {
     return byte >= '0' && byte <= '9';
 }
 
+// 'A' to 'Z' become 'a' to 'z'; every other byte stays, also those from 0x80 on.
+constexpr char lowerAscii(char byte) noexcept {
+    return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
+}
+
+constexpr bool isAscii(char byte) noexcept {
+    return static_cast<uint8_t>(byte) < 0x80;
+}
+
 constexpr uint32_t NOT_A_HEX_DIGIT = 16;
 
 // 0 to 15 for 0-9, a-f and A-F; NOT_A_HEX_DIGIT for every other byte.

@@ -1,0 +1,27 @@
+// Scratch bytes for one call: on the stack as long as they fit there.
+#pragma once
+
+#include <cstddef>
+
+#include "core/memory.h"
+
+namespace rs {
+
+template <size_t stackSize>
+class Scratch {
+public:
+    // At least size bytes that live as long as the scratch; null when memory is out. Called once.
+    char* reserve(size_t size) noexcept {
+        if (size <= stackSize) {
+            return stack_;
+        }
+        heap_.reset(allocateBytes(size));
+        return heap_.get();
+    }
+
+private:
+    char stack_[stackSize];
+    OwnedMemory<char[]> heap_;
+};
+
+}  // namespace rs

@@ -1,0 +1,170 @@
+// List of domain rules -> DomainIndex.
+#include <ruleset.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "core/chain_blocks.h"
+#include "core/memory.h"
+#include "domain/domain_index.h"
+#include "domain/domain_rule.h"
+
+namespace rs {
+
+namespace {
+
+ReleaseInfo releaseInfoOf(const RuleSet& set) noexcept {
+    return {set.releaseCallback, set.releaseContext, 0};
+}
+
+// Freeing an index calls the host back, so its owner carries what that needs.
+struct DomainIndexReleasing {
+    ReleaseInfo info;
+    void operator()(DomainIndex* index) const noexcept { releaseDomainIndex(&index, &info); }
+};
+using OwnedDomainIndex = std::unique_ptr<DomainIndex, DomainIndexReleasing>;
+
+void freeEntry(DomainEntry* entry) noexcept {
+    freeMemory(entry->name);
+    freeMemory(entry);
+}
+using OwnedDomainEntry = Owned<DomainEntry, freeEntry>;
+
+// An entry for the part of a rule's text from skipped on; null when that has no wire form or memory
+// is out.
+OwnedDomainEntry makeEntry(const DomainRule& rule, uint32_t skipped, uint32_t ruleIndex) noexcept {
+    const uint32_t length = rule.rule.length - skipped;
+    OwnedDomainEntry entry(allocateRecord<DomainEntry>());
+    if (!entry) {
+        return nullptr;
+    }
+    entry->name = allocateBytes(size_t{length} + 2);
+    if (entry->name == nullptr) {
+        return nullptr;
+    }
+    std::copy_n(rule.rule.text + skipped, length, entry->name + 1);
+    if (!makeWireName(entry->name, length)) {
+        return nullptr;
+    }
+    entry->nameLength = length + 1;
+    entry->hash = hashWireName(entry->name, entry->nameLength);
+    entry->ruleIndex = ruleIndex;
+    entry->ruleValue = rule.ruleValue;
+    entry->ruleId = rule.ruleId;
+    entry->userData = rule.userData;
+    return entry;
+}
+
+struct DomainInsertion {
+    DomainEntry* entry;
+    bool isDuplicate;
+};
+
+void* insertIntoDomainBucket(HashBucket* bucket, void* item) noexcept {
+    auto* insertion = static_cast<DomainInsertion*>(item);
+    auto* head = static_cast<DomainEntry*>(bucket->chain);
+    const HashedName name = nameOf(*insertion->entry);
+    for (const DomainEntry* entry = head; entry != nullptr; entry = entry->next) {
+        if (compareHashedNames(nameOf(*entry), name) == 0) {
+            insertion->isDuplicate = true;
+            return nullptr;
+        }
+    }
+    pushToChain(head, *insertion->entry);
+    bucket->chain = head;
+    return insertion;
+}
+
+// Enters a rule into a table, which is created when needed. False only when that fails.
+bool insertDomainRule(HashTable*& table, const RuleSet& set, const DomainRule& rule,
+                      uint32_t skipped, uint32_t ruleIndex) noexcept {
+    if (table == nullptr) {
+        table = hashCreate(DOMAIN_BUCKETS, HASH_KIND_PLAIN);
+        if (table == nullptr) {
+            return false;
+        }
+    }
+    OwnedDomainEntry entry = makeEntry(rule, skipped, ruleIndex);
+    if (!entry) {
+        return true;  // the rule is left out
+    }
+    DomainInsertion insertion{entry.get(), false};
+    if (hashInsert(table, entry->hash, &insertion, insertIntoDomainBucket) > 0) {
+        entry.release();
+    } else if (insertion.isDuplicate) {
+        callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData,
+                            ENTRY_RELEASES_USER_DATA);
+    }
+    return true;
+}
+
+void enterMatchAll(DomainIndex& index, const DomainRule& rule, uint32_t ruleIndex) noexcept {
+    if (index.matchAll != nullptr) {
+        return;
+    }
+    index.matchAll = makeEntry(rule, 0, ruleIndex).release();
+    if (index.matchAll != nullptr) {
+        index.matchAll->nextCount = 1;
+    }
+}
+
+bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
+                     uint32_t ruleIndex) noexcept {
+    if (rule.rule.flags == 0) {
+        return insertDomainRule(index.exactTable, set, rule, 0, ruleIndex);
+    }
+    if (rule.rule.flags != DOMAIN_RULE_WILDCARD) {
+        return true;
+    }
+    if (rule.rule.length == 1) {
+        enterMatchAll(index, rule, ruleIndex);
+        return true;
+    }
+    return insertDomainRule(index.wildcardTable, set, rule, 2, ruleIndex);
+}
+
+bool enterDomainRules(DomainIndex& index, RuleSet& set) noexcept {
+    const RuleList& list = set.domainRules;
+    uint32_t position = 0;
+    for (ListLink* link = list.head.next; link != &list.head; link = link->next) {
+        const auto& rule = *reinterpret_cast<const DomainRule*>(link);
+        if (!enterDomainRule(index, set, rule, ++position)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int32_t packDomainBucket(HashBucket* bucket, void* /*argument*/,
+                         uint32_t* /*elementCount*/) noexcept {
+    packChain(
+        static_cast<DomainEntry*>(bucket->chain), MAX_DOMAIN_BLOCK,
+        [](const DomainEntry& left, const DomainEntry& right) noexcept {
+            return compareHashedNames(nameOf(left), nameOf(right)) < 0;
+        },
+        [](const DomainEntry&, const DomainEntry&) noexcept { return true; });
+    return 0;
+}
+
+}  // namespace
+
+DomainIndex* compileDomainRules(RuleSet* set, RuleGroup* group) noexcept {
+    if (set == nullptr || group == nullptr) {
+        return nullptr;
+    }
+    group->domainIndex = nullptr;
+    OwnedDomainIndex index(allocateRecord<DomainIndex>(), {releaseInfoOf(*set)});
+    if (!index) {
+        return nullptr;
+    }
+    index->refCount = 1;
+    if (!enterDomainRules(*index, *set)) {
+        return nullptr;
+    }
+    hashVisitAll(index->exactTable, nullptr, packDomainBucket);
+    hashVisitAll(index->wildcardTable, nullptr, packDomainBucket);
+    group->domainIndex = index.release();
+    return group->domainIndex;
+}
+
+}  // namespace rs

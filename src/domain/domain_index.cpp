@@ -1,0 +1,107 @@
+#include "domain/domain_index.h"
+
+#include <ruleset.h>
+
+#include "core/chain_blocks.h"
+#include "core/memory.h"
+#include "core/reference_count.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t HASH_FACTOR = 1999;
+constexpr uint32_t MAX_WIRE_LABEL = 255;
+
+void freeMatchAll(DomainEntry* entry, const ReleaseInfo& info) noexcept {
+    if (entry == nullptr) {
+        return;
+    }
+    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
+                        entry->releaseFlags);
+    freeMemory(entry->name);
+    freeMemory(entry);
+}
+
+// Frees the chain of a bucket; a visitor of both tables.
+int32_t freeDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
+    const auto& info = *static_cast<const ReleaseInfo*>(argument);
+    freeChain(static_cast<DomainEntry*>(bucket->chain),
+              [&info](const ChainBlock<DomainEntry>& block, DomainEntry& entry) noexcept {
+                  freeMemory(entry.name);
+                  if (&entry == block.first) {
+                      callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
+                                          ENTRY_RELEASES_USER_DATA);
+                  }
+              });
+    bucket->chain = nullptr;
+    return 0;
+}
+
+int32_t countDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
+    auto* count = static_cast<uint64_t*>(argument);
+    for (auto block = firstBlock(static_cast<DomainEntry*>(bucket->chain)); block.first != nullptr;
+         block = nextBlock(block)) {
+        *count += block.count;
+    }
+    return 0;
+}
+
+}  // namespace
+
+uint32_t hashWireName(const char* wireName, uint32_t wireLength) noexcept {
+    if (wireLength < 2) {
+        return 0;
+    }
+    uint32_t hash = 0;
+    uint32_t labelEnd = 0;
+    for (uint32_t i = 0; i < wireLength; ++i) {
+        if (i == labelEnd) {
+            labelEnd += static_cast<uint8_t>(wireName[i]) + 1U;
+        } else {
+            hash = addToNameHash(hash, wireName[i], HASH_FACTOR);
+        }
+    }
+    return hash;
+}
+
+bool makeWireName(char* buffer, uint32_t length) noexcept {
+    uint32_t lengthByte = 0;
+    for (uint32_t i = 1; i <= length + 1; ++i) {
+        if (i <= length && buffer[i] != '.') {
+            continue;
+        }
+        const uint32_t labelLength = i - lengthByte - 1;
+        if (labelLength == 0 || labelLength > MAX_WIRE_LABEL) {
+            return false;
+        }
+        buffer[lengthByte] = static_cast<char>(labelLength);
+        lengthByte = i;
+    }
+    buffer[length + 1] = 0;
+    return true;
+}
+
+void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept {
+    if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {
+        return;
+    }
+    DomainIndex* index = *slot;
+    *slot = nullptr;
+    ReleaseInfo callbackInfo = *info;
+    freeMatchAll(index->matchAll, callbackInfo);
+    for (HashTable** table : {&index->exactTable, &index->wildcardTable}) {
+        hashVisitAll(*table, &callbackInfo, freeDomainChain);
+        hashDestroy(table);
+    }
+    freeMemory(index);
+}
+
+uint64_t countDomainEntries(const DomainIndex& index) noexcept {
+    uint64_t count = 0;
+    hashVisitAll(index.exactTable, &count, countDomainChain);
+    hashVisitAll(index.wildcardTable, &count, countDomainChain);
+    return count;
+}
+
+}  // namespace rs

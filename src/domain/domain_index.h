@@ -1,0 +1,75 @@
+// The compiled form of a list of domain rules.
+//
+//   matchAll        *                             -> rule 7       the first rule "*"
+//   exactTable      3 web 7 example 3 com 0       -> rule 2       full names, by hash
+//   wildcardTable   7 example 3 com 0             -> rule 1       names behind "*.", by hash
+//
+// Names stand in wire form: each label behind a byte with its length, and a zero byte at the end,
+// which nameLength does not count.
+//
+// Invariants: a table holds a name once, for the earliest rule. Chains are laid out as
+//             core/chain_blocks.h pictures them, in blocks of at most 72 entries.
+// Ownership:  the index owns everything below it.
+//             Deliberate: only the first entry of a block hands its userData back when the index is
+//             freed, and matchAll never does.
+// Threads:    read-only once built; afterwards only refCount changes, atomically.
+// Cost:       a lookup hashes and probes the name once and each of its suffixes once.
+#pragma once
+
+#include <cstdint>
+
+#include "core/hash_table.h"
+#include "core/hashed_name.h"
+#include "core/release.h"
+#include "core/rule_group.h"
+#include "core/rule_set.h"
+
+namespace rs {
+
+inline constexpr int32_t DOMAIN_BUCKETS = 4096;
+inline constexpr uint32_t MAX_DOMAIN_BLOCK = 72;
+
+struct DomainEntry {
+    char* name;           // owned; wire form
+    uint32_t nameLength;  // without the final zero byte
+    uint32_t ruleIndex;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;         // borrowed from the host
+    uint32_t releaseFlags;  // 0
+    uint32_t hash;
+    uint32_t nextCount;  // entries in the block that next points to
+    DomainEntry* next;   // owned
+};
+
+struct DomainIndex {
+    uint32_t refCount;
+    DomainEntry* matchAll;  // owned; null without a rule "*"
+    HashTable* exactTable;  // owned; null until needed, like wildcardTable
+    HashTable* wildcardTable;
+};
+
+// The hash of a name in wire form: its label bytes, not their lengths. 0 for less than 2 bytes.
+uint32_t hashWireName(const char* wireName, uint32_t wireLength) noexcept;
+
+// Rewrites a dotted name of length bytes that stands at buffer + 1 in wire form at buffer, which has
+// length + 2 bytes. False for an empty name and for labels that are empty or over 255 bytes.
+bool makeWireName(char* buffer, uint32_t length) noexcept;
+
+inline HashedName nameOf(const DomainEntry& entry) noexcept {
+    return {entry.name, entry.nameLength, entry.hash};
+}
+
+// Compiles the domain rules of a set, stores the index in the group's slot and returns it; null,
+// with null in the slot, when that fails. A rule whose name is there already hands its userData back
+// through the set's callback at once; a later "*" does not; a rule that memory runs out for is left
+// out.
+DomainIndex* compileDomainRules(RuleSet* set, RuleGroup* group) noexcept;
+
+// Drops one reference; the last one frees the index and clears *slot.
+void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept;
+
+// Visits every chain of both tables and changes nothing: the number of entries.
+uint64_t countDomainEntries(const DomainIndex& index) noexcept;
+
+}  // namespace rs

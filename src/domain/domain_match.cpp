@@ -1,0 +1,172 @@
+#include "domain/domain_match.h"
+
+#include <algorithm>
+
+#include "core/chain_blocks.h"
+#include "core/growing_text.h"
+#include "core/scratch.h"
+#include "domain/host_name.h"
+#include "syntax/ascii.h"
+
+namespace rs {
+
+namespace {
+
+// Names of ordinary length are handled on the stack.
+using NameScratch = Scratch<size_t{MAX_TEXT_BUFFER} + 2>;
+using WireScratch = Scratch<512>;
+
+// The entry of a sorted block for a name: the earliest rule, should a name stand there twice.
+const DomainEntry* findInBlock(const ChainBlock<DomainEntry>& block,
+                               const HashedName& name) noexcept {
+    const DomainEntry* entry = lowerBound(block, [&name](const DomainEntry& node) noexcept {
+        return compareHashedNames(nameOf(node), name);
+    });
+    const DomainEntry* best = nullptr;
+    for (; entry != nullptr && entry != block.first + block.count &&
+           compareHashedNames(nameOf(*entry), name) == 0;
+         ++entry) {
+        if (best == nullptr || entry->ruleIndex < best->ruleIndex) {
+            best = entry;
+        }
+    }
+    return best;
+}
+
+void* findInDomainBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& name = *static_cast<const HashedName*>(key);
+    for (auto block = firstBlock(static_cast<DomainEntry*>(bucket->chain)); block.first != nullptr;
+         block = nextBlock(block)) {
+        const DomainEntry* found = findInBlock(block, name);
+        if (found != nullptr) {
+            return const_cast<DomainEntry*>(found);
+        }
+    }
+    return nullptr;
+}
+
+const DomainEntry* findName(const HashTable* table, const char* wireName,
+                            uint32_t wireLength) noexcept {
+    if (table == nullptr) {
+        return nullptr;
+    }
+    const HashedName name{wireName, wireLength, hashWireName(wireName, wireLength)};
+    return static_cast<const DomainEntry*>(hashLookup(table, name.hash, &name, findInDomainBucket));
+}
+
+const DomainEntry* earlier(const DomainEntry* left, const DomainEntry* right) noexcept {
+    if (left == nullptr || right == nullptr) {
+        return left == nullptr ? right : left;
+    }
+    return right->ruleIndex < left->ruleIndex ? right : left;
+}
+
+// The earliest wildcard rule for any suffix of a name but the name itself.
+const DomainEntry* findSuffix(const HashTable* table, const char* wireName,
+                              uint32_t wireLength) noexcept {
+    const DomainEntry* best = nullptr;
+    if (table == nullptr) {
+        return best;
+    }
+    for (;;) {
+        const uint32_t firstLabel = static_cast<uint8_t>(wireName[0]) + 1U;
+        if (firstLabel + 2 > wireLength || wireName[firstLabel] == 0) {
+            return best;
+        }
+        wireName += firstLabel;
+        wireLength -= firstLabel;
+        best = earlier(best, findName(table, wireName, wireLength));
+    }
+}
+
+// Finds the first upper-case letter inside a label, or the end.
+const char* findUpperCase(const char* wireName, uint32_t wireLength) noexcept {
+    uint32_t labelEnd = 0;
+    for (uint32_t i = 0; i < wireLength; ++i) {
+        if (i == labelEnd) {
+            labelEnd += static_cast<uint8_t>(wireName[i]) + 1U;
+        } else if (wireName[i] != lowerAscii(wireName[i])) {
+            return wireName + i;
+        }
+    }
+    return wireName + wireLength;
+}
+
+void lowerWireName(const char* wireName, uint32_t wireLength, char* out) noexcept {
+    uint32_t labelEnd = 0;
+    for (uint32_t i = 0; i < wireLength; ++i) {
+        if (i == labelEnd) {
+            labelEnd += static_cast<uint8_t>(wireName[i]) + 1U;
+            out[i] = wireName[i];
+        } else {
+            out[i] = lowerAscii(wireName[i]);
+        }
+    }
+}
+
+int32_t lookupLowerCase(const DomainIndex& index, const char* wireName, uint32_t wireLength,
+                        MatchResult& result) noexcept {
+    const DomainEntry* best = earlier(findName(index.exactTable, wireName, wireLength),
+                                      findSuffix(index.wildcardTable, wireName, wireLength));
+    best = earlier(best, index.matchAll);
+    if (best == nullptr) {
+        return 0;
+    }
+    result = {best->ruleIndex, best->ruleValue, best->ruleId, best->userData};
+    return 1;
+}
+
+}  // namespace
+
+int32_t lookupDomainWire(const DomainIndex* index, const char* wireName, uint32_t wireLength,
+                         MatchResult* result) noexcept {
+    if (index == nullptr || wireName == nullptr || wireLength == 0 || result == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    result->ruleIndex = 0;
+    if (findUpperCase(wireName, wireLength) == wireName + wireLength) {
+        return lookupLowerCase(*index, wireName, wireLength, *result);
+    }
+    WireScratch scratch;
+    char* lowered = scratch.reserve(wireLength);
+    if (lowered == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    lowerWireName(wireName, wireLength, lowered);
+    return lookupLowerCase(*index, lowered, wireLength, *result);
+}
+
+int32_t matchDomainWireWithRuleGroup(const RuleGroup* group, const char* wireName,
+                                     uint32_t wireLength, MatchResult* result) noexcept {
+    return lookupDomainWire(group == nullptr ? nullptr : group->domainIndex, wireName, wireLength,
+                            result);
+}
+
+int32_t matchDomainName(const RuleGroup* group, const char* name, uint32_t length,
+                        MatchResult* result) noexcept {
+    if (group == nullptr || name == nullptr || length == 0 || result == nullptr ||
+        group->domainIndex == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    const uint64_t capacity = largestTextBuffer(length);
+    if (capacity > UINT32_MAX) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    NameScratch scratch;
+    // The wire form is made in place: a length byte goes before the name and a zero byte behind it.
+    char* buffer = scratch.reserve(capacity + 2);
+    if (buffer == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    auto nameLength = static_cast<uint32_t>(capacity);
+    const int32_t status = normalizeMatchHost(name, length, buffer + 1, &nameLength);
+    if (status != RULE_OK) {
+        return status;
+    }
+    if (!makeWireName(buffer, nameLength)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    return lookupDomainWire(group->domainIndex, buffer, nameLength + 1, result);
+}
+
+}  // namespace rs

@@ -1,0 +1,109 @@
+#include "domain/domain_rule.h"
+
+#include <ruleset.h>
+
+#include <algorithm>
+
+#include "core/growing_text.h"
+#include "domain/host_name.h"
+#include "syntax/text_scan.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t WILDCARD_LENGTH = 2;  // of "*."
+
+// Recognises the wildcard in front of a host. *outLength is its length in the rule and in the
+// canonical text alike: 0 for none, 1 for "*" alone, 2 for "*.".
+int32_t readWildcard(const char* text, uint32_t length, uint32_t* outLength) noexcept {
+    const auto stars = std::count(text, text + length, '*');
+    if (stars == 0) {
+        *outLength = 0;
+        return RULE_OK;
+    }
+    if (stars > 1 || text[0] != '*' || length == 2 || (length > 2 && text[1] != '.')) {
+        return RULE_ERR_BAD_RULE;
+    }
+    *outLength = length == 1 ? 1 : WILDCARD_LENGTH;
+    return RULE_OK;
+}
+
+// Writes the wildcard; a host behind it needs a byte at least.
+int32_t writeWildcard(uint32_t wildcardLength, char* out, uint32_t capacity) noexcept {
+    if (capacity < (wildcardLength == 1 ? 1 : WILDCARD_LENGTH + 1)) {
+        return RULE_ERR_BUFFER_SMALL;
+    }
+    std::copy_n("*.", wildcardLength, out);
+    return RULE_OK;
+}
+
+}  // namespace
+
+int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
+                        DomainRuleText* record) noexcept {
+    if (text == nullptr || out == nullptr || inOutCapacity == nullptr || record == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    *record = {};
+    const char* rule = nullptr;
+    uint32_t ruleLength = 0;
+    trimWhitespace(text, length, &rule, &ruleLength);
+    uint32_t wildcardLength = 0;
+    if (ruleLength == 0 || readWildcard(rule, ruleLength, &wildcardLength) != RULE_OK) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (wildcardLength != 0) {
+        const int32_t status = writeWildcard(wildcardLength, out, *inOutCapacity);
+        if (status != RULE_OK) {
+            return status;
+        }
+    }
+    uint32_t hostLength = 0;
+    if (wildcardLength != 1) {
+        hostLength = *inOutCapacity - wildcardLength;
+        const int32_t status = normalizeRuleHost(rule + wildcardLength, ruleLength - wildcardLength,
+                                                 out + wildcardLength, &hostLength);
+        if (status != RULE_OK) {
+            return status;
+        }
+    }
+    const uint32_t total = wildcardLength + hostLength;
+    if (total == 0 || total > MAX_HOST_LENGTH) {
+        return RULE_ERR_BAD_RULE;
+    }
+    *record = {out, total, wildcardLength != 0 ? DOMAIN_RULE_WILDCARD : 0};
+    *inOutCapacity = total;
+    return RULE_OK;
+}
+
+DomainRule* makeDomainRule(const char* text, uint32_t length, const RuleValues& values,
+                           int32_t* status) noexcept {
+    Owned<DomainRule, freeDomainRule> rule(allocateRecord<DomainRule>());
+    if (!rule) {
+        *status = RULE_ERR_NO_MEMORY;
+        return nullptr;
+    }
+    OwnedMemory<char[]> buffer;
+    const auto parse = [&](char* out, uint32_t* inOutCapacity) noexcept {
+        return parseDomainRule(text, length, out, inOutCapacity, &rule->rule);
+    };
+    *status = parseRuleIntoGrowingText(length, parse, buffer);
+    if (*status != RULE_OK) {
+        return nullptr;
+    }
+    rule->text = buffer.release();
+    rule->ruleValue = values.ruleValue;
+    rule->ruleId = values.ruleId;
+    rule->userData = values.userData;
+    return rule.release();
+}
+
+void freeDomainRule(DomainRule* rule) noexcept {
+    if (rule != nullptr) {
+        freeMemory(rule->text);
+        freeMemory(rule);
+    }
+}
+
+}  // namespace rs

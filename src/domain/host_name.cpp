@@ -1,0 +1,267 @@
+#include "domain/host_name.h"
+
+#include <ruleset.h>
+
+#include <algorithm>
+
+#include "domain/punycode.h"
+#include "domain/utf8.h"
+#include "syntax/ascii.h"
+#include "syntax/percent.h"
+
+namespace rs {
+
+namespace {
+
+// The longest label that decoding may leave, before it is encoded as ASCII.
+constexpr uint32_t MAX_DECODED_LABEL = 255;
+
+enum class HostCharClass : uint8_t { INVALID, SEPARATOR, NON_ASCII, LABEL };
+
+HostCharClass hostCharClass(char byte) noexcept {
+    if (!isAscii(byte)) {
+        return HostCharClass::NON_ASCII;
+    }
+    if (byte == '.') {
+        return HostCharClass::SEPARATOR;
+    }
+    const char lower = lowerAscii(byte);
+    const bool isLabelByte =
+        (lower >= 'a' && lower <= 'z') || isDecimalDigit(byte) || byte == '-' || byte == '%';
+    return isLabelByte ? HostCharClass::LABEL : HostCharClass::INVALID;
+}
+
+int32_t copyAsciiLabel(const char* decoded, uint32_t length, char* out,
+                       uint32_t* inOutCapacity) noexcept {
+    if (length > MAX_LABEL_LENGTH) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (length > *inOutCapacity) {
+        return RULE_ERR_BUFFER_SMALL;
+    }
+    std::copy(decoded, decoded + length, out);
+    *inOutCapacity = length;
+    return RULE_OK;
+}
+
+// decoded has a readable byte behind its end that continues no UTF-8 sequence.
+int32_t encodeUnicodeLabel(const char* decoded, uint32_t length, char* out,
+                           uint32_t* inOutCapacity) noexcept {
+    uint32_t codePoints[MAX_LABEL_LENGTH];
+    uint32_t count = MAX_LABEL_LENGTH;
+    if (utf8ToCodePoints(decoded, length, codePoints, &count, true) != RULE_OK) {
+        return RULE_ERR_BAD_RULE;
+    }
+    return punycodeEncode(codePoints, count, out, inOutCapacity, true, false);
+}
+
+// What is written of a name so far.
+struct NameWriter {
+    char* out;
+    uint32_t capacity;
+    uint32_t length = 0;
+
+    [[nodiscard]] bool isFull() const noexcept { return length == capacity; }
+    void put(char byte) noexcept { out[length++] = byte; }
+};
+
+int32_t appendLabel(NameWriter& writer, const char* label, uint32_t length,
+                    bool nonAscii) noexcept {
+    uint32_t room = writer.capacity - writer.length;
+    const int32_t status =
+        normalizeHostLabel(label, length, writer.out + writer.length, &room, nonAscii);
+    if (status == RULE_OK) {
+        writer.length += room;
+    }
+    return status;
+}
+
+// Ends a label at a '.' of the name.
+int32_t appendLabelAndDot(NameWriter& writer, const char* label, uint32_t length,
+                          bool nonAscii) noexcept {
+    const int32_t status = appendLabel(writer, label, length, nonAscii);
+    if (status != RULE_OK) {
+        return status;
+    }
+    if (writer.isFull()) {
+        return RULE_ERR_BUFFER_SMALL;
+    }
+    writer.put('.');
+    return RULE_OK;
+}
+
+// Ends the name: with its last label, or behind a trailing dot, which is dropped.
+int32_t finishName(NameWriter& writer, const char* label, uint32_t length, bool nonAscii) noexcept {
+    if (length == 0) {
+        --writer.length;
+    } else {
+        const int32_t status = appendLabel(writer, label, length, nonAscii);
+        if (status != RULE_OK) {
+            return status;
+        }
+    }
+    return writer.length <= MAX_HOST_LENGTH ? RULE_OK : RULE_ERR_BAD_RULE;
+}
+
+bool isForbiddenInRules(char byte) noexcept {
+    return byte == '#' || byte == '/' || byte == ':' || byte == '?';
+}
+
+// The literal copy of a rule's host, see normalizeRuleHost.
+int32_t copyRuleHost(const char* name, uint32_t length, NameWriter& writer) noexcept {
+    uint32_t labelLength = 0;
+    for (uint32_t i = 0; i < length;) {
+        if (name[i] == '.') {
+            if (labelLength == 0 || labelLength > MAX_LABEL_LENGTH) {
+                return RULE_ERR_BAD_RULE;
+            }
+            labelLength = 0;
+        } else if (isForbiddenInRules(name[i])) {
+            return RULE_ERR_BAD_RULE;
+        } else {
+            ++labelLength;
+        }
+        if (writer.isFull()) {
+            return RULE_ERR_BUFFER_SMALL;
+        }
+        const PercentByte next = readPercentByte(name + i, length - i, 0);
+        writer.put(next.byte);
+        i += next.length;
+    }
+    return labelLength <= MAX_LABEL_LENGTH ? RULE_OK : RULE_ERR_BAD_RULE;
+}
+
+// The literal copy of a name to be matched.
+int32_t copyMatchHost(const char* name, uint32_t length, NameWriter& writer) noexcept {
+    for (uint32_t i = 0; i < length;) {
+        if (writer.isFull()) {
+            return RULE_ERR_BUFFER_SMALL;
+        }
+        const PercentByte next = readPercentByte(name + i, length - i, 0);
+        writer.put(next.byte);
+        i += next.length;
+    }
+    return RULE_OK;
+}
+
+uint32_t lengthWithoutLastDot(const char* name, uint32_t length) noexcept {
+    return length > 0 && name[length - 1] == '.' ? length - 1 : length;
+}
+
+using CopyHost = int32_t (*)(const char* name, uint32_t length, NameWriter& writer) noexcept;
+
+// The strict form, or a literal copy of what that refuses. The length still counts a last dot.
+int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* inOutCapacity,
+                        CopyHost copyHost) noexcept {
+    uint32_t strictLength = inOutCapacity == nullptr ? 0 : *inOutCapacity;
+    int32_t status =
+        normalizeHostName(name, length, out, inOutCapacity == nullptr ? nullptr : &strictLength);
+    if (status == RULE_OK) {
+        *inOutCapacity = strictLength;
+    }
+    if (status != RULE_ERR_BAD_RULE) {
+        return status;
+    }
+    NameWriter writer{out, *inOutCapacity};
+    status = copyHost(name, length, writer);
+    if (status == RULE_OK) {
+        *inOutCapacity = writer.length;
+    }
+    return status;
+}
+
+}  // namespace
+
+int32_t percentDecodeLower(const char* label, uint32_t length, char* out, uint32_t* inOutCapacity,
+                           bool* inOutNonAscii) noexcept {
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < length; ++count) {
+        if (count == *inOutCapacity) {
+            return RULE_ERR_BUFFER_SMALL;
+        }
+        const PercentByte next = readPercentByte(label + i, length - i, 0);
+        if (label[i] == '%') {
+            if (next.length == 1) {
+                return RULE_ERR_BAD_RULE;
+            }
+            *inOutNonAscii = *inOutNonAscii || !isAscii(next.byte);
+        }
+        out[count] = next.byte;
+        i += next.length;
+    }
+    *inOutCapacity = count;
+    return RULE_OK;
+}
+
+int32_t normalizeHostLabel(const char* label, uint32_t length, char* out, uint32_t* inOutCapacity,
+                           bool nonAscii) noexcept {
+    if (length == 0) {
+        return RULE_ERR_BAD_RULE;
+    }
+    char decoded[MAX_DECODED_LABEL + 1];
+    uint32_t decodedLength = MAX_DECODED_LABEL;
+    if (percentDecodeLower(label, length, decoded, &decodedLength, &nonAscii) != RULE_OK) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (!nonAscii) {
+        return copyAsciiLabel(decoded, decodedLength, out, inOutCapacity);
+    }
+    decoded[decodedLength] = 0;  // continues no UTF-8 sequence that the label's end cuts off
+    return encodeUnicodeLabel(decoded, decodedLength, out, inOutCapacity);
+}
+
+int32_t normalizeHostName(const char* name, uint32_t length, char* out,
+                          uint32_t* inOutCapacity) noexcept {
+    if (name == nullptr || length == 0 || out == nullptr || inOutCapacity == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    NameWriter writer{out, *inOutCapacity};
+    uint32_t labelStart = 0;
+    bool nonAscii = false;
+    for (uint32_t i = 0; i < length; ++i) {
+        const HostCharClass charClass = hostCharClass(name[i]);
+        if (charClass == HostCharClass::INVALID) {
+            return RULE_ERR_BAD_RULE;
+        }
+        nonAscii = nonAscii || charClass == HostCharClass::NON_ASCII;
+        if (charClass != HostCharClass::SEPARATOR) {
+            continue;
+        }
+        const int32_t status =
+            appendLabelAndDot(writer, name + labelStart, i - labelStart, nonAscii);
+        if (status != RULE_OK) {
+            return status;
+        }
+        labelStart = i + 1;
+        nonAscii = false;
+    }
+    const int32_t status = finishName(writer, name + labelStart, length - labelStart, nonAscii);
+    if (status == RULE_OK) {
+        *inOutCapacity = writer.length;
+    }
+    return status;
+}
+
+int32_t normalizeRuleHost(const char* name, uint32_t length, char* out,
+                          uint32_t* inOutCapacity) noexcept {
+    const int32_t status = normalizeOrCopy(name, length, out, inOutCapacity, copyRuleHost);
+    if (status != RULE_OK) {
+        return status;
+    }
+    if (*inOutCapacity > MAX_HOST_LENGTH) {
+        return RULE_ERR_BAD_RULE;
+    }
+    *inOutCapacity = lengthWithoutLastDot(out, *inOutCapacity);
+    return RULE_OK;
+}
+
+int32_t normalizeMatchHost(const char* name, uint32_t length, char* out,
+                           uint32_t* inOutCapacity) noexcept {
+    const int32_t status = normalizeOrCopy(name, length, out, inOutCapacity, copyMatchHost);
+    if (status == RULE_OK) {
+        *inOutCapacity = lengthWithoutLastDot(out, *inOutCapacity);
+    }
+    return status;
+}
+
+}  // namespace rs

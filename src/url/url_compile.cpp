@@ -1,0 +1,208 @@
+// List of URL rules -> UrlIndex.
+#include <ruleset.h>
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+
+#include "core/chain_blocks.h"
+#include "core/memory.h"
+#include "url/url_index.h"
+#include "url/url_paths.h"
+#include "url/url_rule.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t WILDCARD_LENGTH = 2;  // of "*."
+
+// Freeing an index calls the host program back, so its owner carries what that needs.
+struct UrlIndexReleasing {
+    ReleaseInfo info;
+    void operator()(UrlIndex* index) const noexcept { releaseUrlIndex(&index, &info); }
+};
+using OwnedUrlIndex = std::unique_ptr<UrlIndex, UrlIndexReleasing>;
+
+void freeNode(UrlHostNode* node) noexcept {
+    freeMemory(node->scheme);
+    freeMemory(node->host);
+    freeMemory(node);
+}
+using OwnedHostNode = Owned<UrlHostNode, freeNode>;
+
+// An owned copy; null for an empty piece.
+char* copyPiece(const UrlPiece& piece) noexcept {
+    char* copy = piece.length == 0 ? nullptr : allocateBytes(piece.length);
+    if (copy != nullptr) {
+        std::copy_n(piece.text, piece.length, copy);
+    }
+    return copy;
+}
+
+// The place of a rule: its scheme, and its host without wildcard.
+struct HostPlace {
+    UrlPiece scheme;
+    UrlPiece host;
+    uint32_t hash;
+};
+
+HostPlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
+    const DomainRuleText& host = rule.rule.host;
+    const UrlPiece key{host.text + skipped, host.length - skipped};
+    return {rule.rule.scheme, key, urlHostHash(key.text, key.length)};
+}
+
+UrlHostNode* makeHostNode(const HostPlace& place) noexcept {
+    if (place.host.length == 0 || place.host.length > MAX_STORED_LENGTH) {
+        return nullptr;
+    }
+    OwnedHostNode node(allocateRecord<UrlHostNode>());
+    if (!node) {
+        return nullptr;
+    }
+    node->host = copyPiece(place.host);
+    node->scheme = copyPiece(place.scheme);
+    if (node->host == nullptr || (node->scheme == nullptr && place.scheme.length != 0)) {
+        return nullptr;
+    }
+    node->hostLength = place.host.length;
+    node->schemeLength = place.scheme.length;
+    node->hash = place.hash;
+    return node.release();
+}
+
+void addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+    UrlPathEntry* entry = makePathEntry(rule, ruleIndex);
+    if (entry != nullptr) {
+        entry->next = node.paths;
+        node.paths = entry;
+        ++node.pathCount;
+    }
+}
+
+// The node of a place in a bucket, made and pushed when there is none; null when memory is out.
+struct HostSearch {
+    HostPlace place;
+    UrlHostNode* node;
+};
+
+void* findOrInsertHost(HashBucket* bucket, void* item) noexcept {
+    auto* search = static_cast<HostSearch*>(item);
+    const HashedName host{search->place.host.text, search->place.host.length, search->place.hash};
+    auto* head = static_cast<UrlHostNode*>(bucket->chain);
+    for (UrlHostNode* node = head; node != nullptr; node = node->next) {
+        // There is one scheme to be told apart from none.
+        if (node->schemeLength == search->place.scheme.length &&
+            compareHashedNames(hostOf(*node), host) == 0) {
+            search->node = node;
+            return nullptr;
+        }
+    }
+    search->node = makeHostNode(search->place);
+    if (search->node == nullptr) {
+        return nullptr;
+    }
+    pushToChain(head, *search->node);
+    bucket->chain = head;
+    return search;
+}
+
+// Enters a rule into a table, which is created when needed. False only when that fails.
+bool insertUrlRule(HashTable*& table, const UrlRule& rule, uint32_t skipped,
+                   uint32_t ruleIndex) noexcept {
+    if (table == nullptr) {
+        table = hashCreate(URL_BUCKETS, HASH_KIND_PLAIN);
+        if (table == nullptr) {
+            return false;
+        }
+    }
+    HostSearch search{placeOf(rule, skipped), nullptr};
+    hashInsert(table, search.place.hash, &search, findOrInsertHost);
+    if (search.node != nullptr) {
+        addPath(*search.node, rule, ruleIndex);
+    }
+    return true;
+}
+
+// Deliberate: rules for "*" share one node, which has the scheme of the first of them; no lookup
+// asks for it.
+void enterAnyHost(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+    if (index.anyHost == nullptr) {
+        index.anyHost = makeHostNode(placeOf(rule, 0));
+    }
+    if (index.anyHost != nullptr) {
+        addPath(*index.anyHost, rule, ruleIndex);
+    }
+}
+
+bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+    const DomainRuleText& host = rule.rule.host;
+    if ((host.flags & DOMAIN_RULE_WILDCARD) == 0) {
+        return insertUrlRule(index.exactHosts, rule, 0, ruleIndex);
+    }
+    if (host.length == 1) {
+        enterAnyHost(index, rule, ruleIndex);
+        return true;
+    }
+    if (host.length <= WILDCARD_LENGTH) {
+        return true;  // nothing is left behind the wildcard
+    }
+    return insertUrlRule(index.wildcardHosts, rule, WILDCARD_LENGTH, ruleIndex);
+}
+
+bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {
+    const RuleList& list = set.urlRules;
+    uint32_t position = 0;
+    for (ListLink* link = list.head.next; link != &list.head; link = link->next) {
+        if (!enterUrlRule(index, *reinterpret_cast<const UrlRule*>(link), ++position)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+int32_t packUrlBucket(HashBucket* bucket, void* /*argument*/, uint32_t* /*elementCount*/) noexcept {
+    auto* head = static_cast<UrlHostNode*>(bucket->chain);
+    for (UrlHostNode* node = head; node != nullptr; node = node->next) {
+        packPaths(*node);
+    }
+    // A lookup tests the scheme on the first node of a block, so a block holds one scheme only: one
+    // host under both schemes never hides one behind the other.
+    packChain(
+        head, MAX_HOST_BLOCK,
+        [](const UrlHostNode& left, const UrlHostNode& right) noexcept {
+            return compareHashedNames(hostOf(left), hostOf(right)) < 0;
+        },
+        [](const UrlHostNode& first, const UrlHostNode& node) noexcept {
+            return first.schemeLength == node.schemeLength;
+        });
+    return 0;
+}
+
+}  // namespace
+
+UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept {
+    if (set == nullptr || group == nullptr) {
+        return nullptr;
+    }
+    group->urlIndex = nullptr;
+    OwnedUrlIndex index(allocateRecord<UrlIndex>(),
+                        {{set->releaseCallback, set->releaseContext, 0}});
+    if (!index) {
+        return nullptr;
+    }
+    index->refCount = 1;
+    if (!enterUrlRules(*index, *set)) {
+        return nullptr;
+    }
+    if (index->anyHost != nullptr) {
+        packPaths(*index->anyHost);
+    }
+    hashVisitAll(index->exactHosts, nullptr, packUrlBucket);
+    hashVisitAll(index->wildcardHosts, nullptr, packUrlBucket);
+    group->urlIndex = index.release();
+    return group->urlIndex;
+}
+
+}  // namespace rs

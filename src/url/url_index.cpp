@@ -1,0 +1,114 @@
+#include "url/url_index.h"
+
+#include <ruleset.h>
+
+#include "core/chain_blocks.h"
+#include "core/memory.h"
+#include "core/reference_count.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t HASH_FACTOR = 3571;
+
+void releaseEntry(UrlPathEntry& entry, const ReleaseInfo& info) noexcept {
+    freeMemory(entry.path);
+    callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
+                        ENTRY_RELEASES_USER_DATA);
+}
+
+void freePaths(UrlPathEntry* entry, const ReleaseInfo& info) noexcept {
+    while (entry != nullptr) {
+        UrlPathEntry* next = entry->next;
+        releaseEntry(*entry, info);
+        freeMemory(entry);
+        entry = next;
+    }
+}
+
+void freePathBlocks(UrlPathBlock* block, const ReleaseInfo& info) noexcept {
+    while (block != nullptr) {
+        UrlPathBlock* next = block->next;
+        for (int32_t i = 0; i < block->count; ++i) {
+            releaseEntry(entriesOf(block)[i], info);
+        }
+        freeMemory(block);
+        block = next;
+    }
+}
+
+// Frees what a chain of nodes owns, and the nodes.
+void freeHostChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
+    freeChain(head, [&info](const ChainBlock<UrlHostNode>&, UrlHostNode& node) noexcept {
+        freePaths(node.paths, info);
+        freePathBlocks(node.pathBlocks, info);
+        freeMemory(node.scheme);
+        freeMemory(node.host);
+    });
+}
+
+int32_t freeHostBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
+    freeHostChain(static_cast<UrlHostNode*>(bucket->chain),
+                  *static_cast<const ReleaseInfo*>(argument));
+    bucket->chain = nullptr;
+    return 0;
+}
+
+void countHost(const UrlHostNode& node, UrlStatistics& statistics) noexcept {
+    ++statistics.hosts;
+    for (const UrlPathEntry* entry = node.paths; entry != nullptr; entry = entry->next) {
+        ++statistics.paths;
+    }
+    for (const UrlPathBlock* block = node.pathBlocks; block != nullptr; block = block->next) {
+        statistics.paths += static_cast<uint32_t>(block->count);
+    }
+}
+
+int32_t countHostBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
+    auto& statistics = *static_cast<UrlStatistics*>(argument);
+    for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket->chain)); block.first != nullptr;
+         block = nextBlock(block)) {
+        for (uint32_t i = 0; i < block.count; ++i) {
+            countHost(block.first[i], statistics);
+        }
+    }
+    return 0;
+}
+
+}  // namespace
+
+uint32_t urlHostHash(const char* host, uint32_t length) noexcept {
+    uint32_t hash = 0;
+    for (uint32_t i = 0; i < length; ++i) {
+        hash = addToNameHash(hash, host[i], HASH_FACTOR);
+    }
+    return hash;
+}
+
+void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept {
+    if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {
+        return;
+    }
+    UrlIndex* index = *slot;
+    *slot = nullptr;
+    ReleaseInfo callbackInfo = *info;
+    freeHostChain(index->anyHost, callbackInfo);
+    for (HashTable** table : {&index->exactHosts, &index->wildcardHosts}) {
+        hashVisitAll(*table, &callbackInfo, freeHostBucket);
+        hashDestroy(table);
+    }
+    freeMemory(index);
+}
+
+UrlStatistics countUrlRules(const UrlIndex& index) noexcept {
+    UrlStatistics statistics{};
+    if (index.anyHost != nullptr) {
+        countHost(*index.anyHost, statistics);
+    }
+    hashVisitAll(index.exactHosts, &statistics, countHostBucket);
+    hashVisitAll(index.wildcardHosts, &statistics, countHostBucket);
+    return statistics;
+}
+
+}  // namespace rs

@@ -1,0 +1,115 @@
+// The compiled form of a list of URL rules.
+//
+//   anyHost         *                 -> paths of all rules with host "*"
+//   exactHosts      web.example.com   -> paths of its rules       host nodes, by hash
+//   wildcardHosts   example.com       -> paths of its rules       hosts behind "*.", by hash
+//
+//   UrlHostNode  (scheme, host)   paths -> entry -> entry -> ...           newest rule first
+//                                 pathBlocks -> [ sorted entries ] -> [ sorted entries ]
+//
+// One host stands under https and under http in two nodes. A node with many long paths has them in
+// blocks, where they are found by bisection on their first bytes.
+//
+// Invariants: chains of a bucket are laid out as core/chain_blocks.h pictures them, in blocks of at
+//             most 63 nodes, and every block holds nodes of one scheme only: the scheme of its first
+//             node is that of all. The entries of a path block have prefixes of minPrefixLength
+//             bytes at least and stand in prefix order.
+// Ownership:  the index owns everything below it; every entry hands its userData back when freed.
+// Threads:    read-only once built; afterwards only refCount changes, atomically.
+// Cost:       a lookup probes the host once and each of its suffixes once, and walks or bisects the
+//             paths of each host found.
+#pragma once
+
+#include <cstdint>
+
+#include "core/hash_table.h"
+#include "core/hashed_name.h"
+#include "core/release.h"
+#include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "url/url_split.h"
+
+namespace rs {
+
+inline constexpr int32_t URL_BUCKETS = 4096;
+inline constexpr uint32_t MAX_HOST_BLOCK = 63;
+inline constexpr uint32_t MAX_PATH_BLOCK = 63;
+inline constexpr uint32_t MAX_STORED_LENGTH = 8191;  // of a host key or a path
+
+// A host has path blocks from this many long paths on.
+inline constexpr uint32_t LONG_PREFIX_LENGTH = 5;
+inline constexpr uint32_t CROWDED_PATHS = 16;
+
+struct UrlPathEntry {
+    char* path;             // owned; NUL-terminated
+    uint32_t plainPath;     // 1 without '*', '?' and '#', and not ending in '/'
+    uint32_t prefixLength;  // up to the wildcard, or the whole path
+    uint32_t pathLength;
+    uint32_t ruleIndex;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;  // borrowed from the host program
+    uint16_t portHigh;
+    uint16_t portLow;
+    UrlPathEntry* next;  // owned; null in a block
+};
+
+struct UrlPathBlock {
+    int32_t count;
+    uint32_t minPrefixLength;
+    UrlPathBlock* next;  // owned
+    // count entries follow
+};
+
+inline UrlPathEntry* entriesOf(UrlPathBlock* block) noexcept {
+    return reinterpret_cast<UrlPathEntry*>(block + 1);
+}
+
+inline const UrlPathEntry* entriesOf(const UrlPathBlock* block) noexcept {
+    return reinterpret_cast<const UrlPathEntry*>(block + 1);
+}
+
+struct UrlHostNode {
+    char* scheme;  // owned; "https", or null
+    uint32_t schemeLength;
+    char* host;  // owned
+    uint32_t hostLength;
+    uint32_t hash;
+    uint32_t nextCount;        // nodes in the block that next points to
+    uint32_t pathCount;        // entries in paths
+    UrlPathBlock* pathBlocks;  // owned, like paths and next
+    UrlPathEntry* paths;
+    UrlHostNode* next;
+};
+
+struct UrlIndex {
+    uint32_t refCount;
+    UrlHostNode* anyHost;   // owned; null without a rule for "*"
+    HashTable* exactHosts;  // owned; null until needed, like wildcardHosts
+    HashTable* wildcardHosts;
+};
+
+// The hash of a host text: all its bytes, dots included.
+uint32_t urlHostHash(const char* host, uint32_t length) noexcept;
+
+inline HashedName hostOf(const UrlHostNode& node) noexcept {
+    return {node.host, node.hostLength, node.hash};
+}
+
+// Compiles the URL rules of a set, stores the index in the group's slot and returns it; null, with
+// null in the slot, when that fails. A rule that memory runs out for is left out; equal rules each
+// have their entry.
+UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept;
+
+// Drops one reference; the last one frees the index and clears *slot.
+void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept;
+
+struct UrlStatistics {
+    uint64_t hosts;  // nodes, "*" included
+    uint64_t paths;  // entries
+};
+
+// Visits every bucket of both tables and changes nothing.
+UrlStatistics countUrlRules(const UrlIndex& index) noexcept;
+
+}  // namespace rs

@@ -1,0 +1,226 @@
+#include "url/url_match.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "core/chain_blocks.h"
+
+namespace rs {
+
+namespace {
+
+constexpr uint32_t HTTPS_SCHEME_LENGTH = 8;  // of "https://"
+constexpr uint16_t HTTP_PORT = 80;
+constexpr uint16_t HTTPS_PORT = 443;
+constexpr uint32_t MAX_URL_SCRATCH = 4096;
+
+bool isHttps(const UrlMatchKey& key) noexcept {
+    return std::string_view(key.scheme.text, key.scheme.length).starts_with("https") &&
+           key.scheme.length == HTTPS_SCHEME_LENGTH;
+}
+
+// Whether the rules of a node may cover URLs with the key's scheme.
+bool admitsScheme(const UrlHostNode& node, const UrlMatchKey& key) noexcept {
+    return node.schemeLength != 0 ? isHttps(key) : key.scheme.length != HTTPS_SCHEME_LENGTH;
+}
+
+uint16_t effectivePort(const UrlMatchKey& key, uint16_t defaultPort) noexcept {
+    if (key.portText.length == 0) {
+        return defaultPort;
+    }
+    uint16_t port = 0;
+    for (uint32_t i = 1; i < key.portText.length; ++i) {
+        port = static_cast<uint16_t>(port * 10 + (key.portText.text[i] - '0'));
+    }
+    return port;
+}
+
+// What an entry is tested against.
+struct PathKey {
+    const char* path;
+    uint32_t length;
+    uint16_t port;
+};
+
+PathKey pathKeyOf(const UrlMatchKey& key, uint16_t defaultPort) noexcept {
+    const uint16_t port = effectivePort(key, defaultPort);
+    if (key.path.length == 0) {
+        return {"/", 1, port};
+    }
+    return {key.path.text, key.path.length, port};
+}
+
+bool hasPrefix(const UrlPathEntry& entry, const PathKey& key) noexcept {
+    return entry.prefixLength <= key.length &&
+           std::memcmp(entry.path, key.path, entry.prefixLength) == 0;
+}
+
+bool endsAtSeparator(const UrlPathEntry& entry, const PathKey& key) noexcept {
+    if (entry.plainPath == 0 || entry.pathLength >= key.length) {
+        return true;
+    }
+    const char next = key.path[entry.pathLength];
+    return next == '/' || next == '?' || next == '#';
+}
+
+bool hasPort(const UrlPathEntry& entry, const PathKey& key) noexcept {
+    return entry.portLow <= key.port && key.port <= entry.portHigh;
+}
+
+// Whether what the entry holds behind its '*' occurs behind the prefix.
+bool hasTail(const UrlPathEntry& entry, const PathKey& key) noexcept {
+    if (entry.pathLength <= entry.prefixLength) {
+        return true;
+    }
+    return findSubstring(key.path + entry.prefixLength, key.length - entry.prefixLength,
+                         entry.path + entry.prefixLength + 1,
+                         entry.pathLength - entry.prefixLength - 1) != nullptr;
+}
+
+const UrlPathEntry* earlier(const UrlPathEntry* left, const UrlPathEntry* right) noexcept {
+    if (left == nullptr || right == nullptr) {
+        return left == nullptr ? right : left;
+    }
+    return right->ruleIndex < left->ruleIndex ? right : left;
+}
+
+const UrlPathEntry* matchBlock(const UrlPathBlock& block, const PathKey& key) noexcept {
+    const uint32_t keyLength = block.minPrefixLength;
+    if (keyLength > key.length) {
+        return nullptr;
+    }
+    // Every entry has keyLength bytes of prefix at least, so in prefix order those that share the
+    // key's first keyLength bytes stand together.
+    const UrlPathEntry* const end = entriesOf(&block) + block.count;
+    const UrlPathEntry* entry =
+        std::partition_point(entriesOf(&block), end, [&](const UrlPathEntry& stored) noexcept {
+            return std::memcmp(stored.path, key.path, keyLength) < 0;
+        });
+    const UrlPathEntry* best = nullptr;
+    for (; entry != end && std::memcmp(entry->path, key.path, keyLength) == 0; ++entry) {
+        if (hasPrefix(*entry, key) && hasPort(*entry, key) && hasTail(*entry, key)) {
+            best = earlier(best, entry);
+        }
+    }
+    return best;
+}
+
+const UrlPathEntry* matchPaths(const UrlHostNode& node, const UrlMatchKey& key) noexcept {
+    return earlier(matchPathList(node.paths, key), matchPathBlocks(node.pathBlocks, key));
+}
+
+struct HostKey {
+    HashedName host;
+    const UrlMatchKey* url;
+};
+
+// The earliest entry for a URL in a bucket: a host may stand in it under both schemes.
+void* matchHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& hostKey = *static_cast<const HostKey*>(key);
+    const UrlPathEntry* best = nullptr;
+    for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket->chain)); block.first != nullptr;
+         block = nextBlock(block)) {
+        if (!admitsScheme(*block.first, *hostKey.url)) {
+            continue;
+        }
+        const UrlHostNode* node = lowerBound(block, [&](const UrlHostNode& stored) noexcept {
+            return compareHashedNames(hostOf(stored), hostKey.host);
+        });
+        if (node != nullptr && compareHashedNames(hostOf(*node), hostKey.host) == 0) {
+            best = earlier(best, matchPaths(*node, *hostKey.url));
+        }
+    }
+    return const_cast<UrlPathEntry*>(best);
+}
+
+const UrlPathEntry* matchHost(const HashTable* table, const char* host, uint32_t length,
+                              const UrlMatchKey& key) noexcept {
+    if (table == nullptr || length == 0) {
+        return nullptr;
+    }
+    const HostKey hostKey{{host, length, urlHostHash(host, length)}, &key};
+    return static_cast<const UrlPathEntry*>(
+        hashLookup(table, hostKey.host.hash, &hostKey, matchHostBucket));
+}
+
+// The earliest entry for any suffix of the host but the host itself.
+const UrlPathEntry* matchSuffixes(const HashTable* table, const UrlMatchKey& key) noexcept {
+    const UrlPathEntry* best = nullptr;
+    std::string_view host(key.host.text, key.host.length);
+    if (table == nullptr) {
+        return best;
+    }
+    for (;;) {
+        const size_t dot = host.find('.');
+        if (dot == std::string_view::npos || dot + 1 == host.size()) {
+            return best;
+        }
+        host.remove_prefix(dot + 1);
+        best =
+            earlier(best, matchHost(table, host.data(), static_cast<uint32_t>(host.size()), key));
+    }
+}
+
+}  // namespace
+
+const char* findSubstring(const char* text, uint32_t textLength, const char* pattern,
+                          uint32_t patternLength) noexcept {
+    const char* const end = text + textLength;
+    const char* const found = std::search(text, end, pattern, pattern + patternLength);
+    return found != end || patternLength == 0 ? found : nullptr;
+}
+
+const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept {
+    const PathKey pathKey = pathKeyOf(key, isHttps(key) ? HTTPS_PORT : HTTP_PORT);
+    const UrlPathEntry* best = nullptr;
+    for (const UrlPathEntry* entry = firstEntry; entry != nullptr; entry = entry->next) {
+        if (hasPrefix(*entry, pathKey) && endsAtSeparator(*entry, pathKey) &&
+            hasPort(*entry, pathKey) && hasTail(*entry, pathKey)) {
+            best = earlier(best, entry);
+        }
+    }
+    return best;
+}
+
+const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
+                                    const UrlMatchKey& key) noexcept {
+    const PathKey pathKey = pathKeyOf(key, HTTP_PORT);
+    const UrlPathEntry* best = nullptr;
+    for (const UrlPathBlock* block = firstBlock; block != nullptr; block = block->next) {
+        best = earlier(best, matchBlock(*block, pathKey));
+    }
+    return best;
+}
+
+int32_t lookupUrl(const UrlIndex* index, const UrlMatchKey* key, MatchResult* result) noexcept {
+    if (index == nullptr || key == nullptr || result == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    result->ruleIndex = 0;
+    const UrlPathEntry* best = matchHost(index->exactHosts, key->host.text, key->host.length, *key);
+    if (index->anyHost != nullptr) {
+        best = earlier(best, matchPaths(*index->anyHost, *key));
+    }
+    best = earlier(best, matchSuffixes(index->wildcardHosts, *key));
+    if (best == nullptr) {
+        return 0;
+    }
+    *result = {best->ruleIndex, best->ruleValue, best->ruleId, best->userData};
+    return 1;
+}
+
+int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,
+                 MatchResult* result) noexcept {
+    if (group == nullptr || url == nullptr || length == 0 || result == nullptr ||
+        group->urlIndex == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    char scratch[MAX_URL_SCRATCH];
+    uint32_t capacity = urlScratchSize(length);
+    UrlMatchKey key{};
+    const int32_t status = parseUrlForMatch(url, length, scratch, &capacity, &key);
+    return status == RULE_OK ? lookupUrl(group->urlIndex, &key, result) : status;
+}
+
+}  // namespace rs

@@ -1,0 +1,60 @@
+// Compiled URL rules + URL -> MatchResult.
+//
+// Lookups only read and may run in any number of threads; none needs the heap.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+
+#include "core/rule_group.h"
+#include "url/url_index.h"
+
+namespace rs {
+
+// A URL in the canonical forms that rules are stored in; its pieces lie in the buffer that it was
+// parsed into.
+struct UrlMatchKey {
+    UrlPiece scheme;    // lower case, with "://"; empty for "//" and for none
+    UrlPiece userInfo;  // as written; not used by lookups
+    UrlPiece host;
+    UrlPiece portText;  // ':' and digits of a valid port
+    UrlPiece path;
+};
+
+// The scratch bytes that a URL of length bytes gets.
+constexpr uint32_t urlScratchSize(uint32_t length) noexcept {
+    return length <= 1024 ? 4 * length : 4096;
+}
+
+// Looks a URL up. Returns 1 with *result filled, 0 for none, or a negative status:
+// RULE_ERR_INVALID_ARG for null or zero arguments and a group without URL rules' index, otherwise
+// that of parseUrlForMatch. result->ruleIndex is set to 0 before the lookup itself.
+int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,
+                 MatchResult* result) noexcept;
+
+// Splits a URL and writes its canonical pieces into scratch. RULE_ERR_INVALID_ARG for null
+// arguments; RULE_ERR_BUFFER_SMALL when they do not fit; RULE_ERR_BAD_RULE for a URL with neither
+// host nor path, and for one without host that has a scheme or a port. Blanks are not trimmed.
+int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32_t* inOutCapacity,
+                         UrlMatchKey* key) noexcept;
+
+// Looks a parsed URL up. Returns 1, 0 or RULE_ERR_INVALID_ARG for null arguments.
+int32_t lookupUrl(const UrlIndex* index, const UrlMatchKey* key, MatchResult* result) noexcept;
+
+// The earliest entry of a list, or of a chain of blocks, that covers the key's path and port; null
+// when none does.
+//
+// Deliberate: the two differ. In a list, a plain path covers what goes on behind it with '/', '?' or
+// '#' only, and a URL of https has the default port 443. In a block, a plain path is a plain prefix
+// and the default port is always 80.
+const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept;
+const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
+                                    const UrlMatchKey& key) noexcept;
+
+// The first occurrence of a pattern in a text, null without one; an empty pattern is found at the
+// start.
+const char* findSubstring(const char* text, uint32_t textLength, const char* pattern,
+                          uint32_t patternLength) noexcept;
+
+}  // namespace rs

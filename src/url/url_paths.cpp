@@ -1,0 +1,129 @@
+#include "url/url_paths.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+namespace rs {
+
+namespace {
+
+// Prefix order: by the bytes up to the shorter prefix, then by length.
+bool standsBefore(const UrlPathEntry& left, const UrlPathEntry& right) noexcept {
+    const uint32_t shorter = std::min(left.prefixLength, right.prefixLength);
+    const int32_t order = std::memcmp(left.path, right.path, shorter);
+    return order != 0 ? order < 0 : left.prefixLength < right.prefixLength;
+}
+
+bool isPlainPath(std::string_view path) noexcept {
+    return path.find_first_of("*?#") == std::string_view::npos && !path.ends_with('/');
+}
+
+bool isLong(const UrlPathEntry& entry) noexcept {
+    return entry.prefixLength >= LONG_PREFIX_LENGTH;
+}
+
+uint32_t countLongPaths(const UrlHostNode& node) noexcept {
+    uint32_t count = 0;
+    for (const UrlPathEntry* entry = node.paths; entry != nullptr; entry = entry->next) {
+        count += isLong(*entry) ? 1 : 0;
+    }
+    return count;
+}
+
+uint32_t nextBlockSize(uint32_t remaining) noexcept {
+    return remaining <= MAX_PATH_BLOCK ? remaining : std::min(remaining / 2, MAX_PATH_BLOCK);
+}
+
+// The link that holds the first long path from link on.
+UrlPathEntry** findLongPath(UrlPathEntry** link) noexcept {
+    while (!isLong(**link)) {
+        link = &(*link)->next;
+    }
+    return link;
+}
+
+// Fills a block with the first long paths from link on, of which the list has enough, and returns
+// the link behind them.
+UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBlock& block) noexcept {
+    block.minPrefixLength = UINT32_MAX;
+    UrlPathEntry* entries = entriesOf(&block);
+    for (int32_t i = 0; i < block.count; ++i) {
+        link = findLongPath(link);
+        UrlPathEntry* entry = *link;
+        *link = entry->next;
+        --node.pathCount;
+        entries[i] = *entry;
+        entries[i].next = nullptr;
+        block.minPrefixLength = std::min(block.minPrefixLength, entry->prefixLength);
+        freeMemory(entry);
+    }
+    std::sort(entries, entries + block.count, standsBefore);
+    return link;
+}
+
+UrlPathBlock* allocateBlock(uint32_t count) noexcept {
+    static_assert(alignof(UrlPathBlock) == alignof(UrlPathEntry));
+    char* memory = allocateBytes(sizeof(UrlPathBlock) + size_t{count} * sizeof(UrlPathEntry));
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    auto* block = reinterpret_cast<UrlPathBlock*>(memory);
+    *block = {static_cast<int32_t>(count), 0, nullptr};
+    return block;
+}
+
+}  // namespace
+
+UrlPathEntry* makePathEntry(const UrlRule& rule, uint32_t ruleIndex) noexcept {
+    const std::string_view own(rule.rule.path.text, rule.rule.path.length);
+    const bool coversHost = own.empty() || own == "/";
+    const std::string_view path = coversHost ? "/*" : own;
+    if (path.size() > MAX_STORED_LENGTH) {
+        return nullptr;
+    }
+    OwnedMemory<UrlPathEntry> entry(allocateRecord<UrlPathEntry>());
+    OwnedMemory<char[]> text(allocateBytes(path.size() + 1));
+    if (!entry || !text) {
+        return nullptr;
+    }
+    std::copy(path.begin(), path.end(), text.get());
+    text[path.size()] = 0;
+    entry->path = text.release();
+    entry->pathLength = static_cast<uint32_t>(path.size());
+    entry->prefixLength = entry->pathLength;
+    if (coversHost) {
+        entry->prefixLength = 1;
+    } else if (rule.rule.wildcardOffset != 0) {
+        entry->prefixLength = rule.rule.wildcardOffset;
+    }
+    entry->plainPath = isPlainPath(path) ? 1 : 0;
+    entry->ruleIndex = ruleIndex;
+    entry->ruleValue = rule.ruleValue;
+    entry->ruleId = rule.ruleId;
+    entry->userData = rule.userData;
+    entry->portLow = rule.rule.portLow;
+    entry->portHigh = rule.rule.portHigh;
+    return entry.release();
+}
+
+void packPaths(UrlHostNode& node) noexcept {
+    uint32_t remaining = countLongPaths(node);
+    if (remaining < CROWDED_PATHS) {
+        return;
+    }
+    UrlPathEntry** link = &node.paths;
+    while (remaining != 0) {
+        const uint32_t count = nextBlockSize(remaining);
+        UrlPathBlock* block = allocateBlock(count);
+        if (block == nullptr) {
+            return;
+        }
+        link = moveIntoBlock(node, link, *block);
+        block->next = node.pathBlocks;
+        node.pathBlocks = block;
+        remaining -= count;
+    }
+}
+
+}  // namespace rs

@@ -1,0 +1,60 @@
+// URL rules (type 3): rule text -> record.
+//
+//     rule      [ 'http://' | 'https://' | '//' ] host [ ':' port | ':*' ] [ path ]
+//     host      a domain rule, or a bracketed IPv6 literal
+//     path      from '/', '?' or '#' on, with one '*' at most behind its first byte
+//
+//     stored text                       [https][host][path], without anything between them
+//
+//     HTTP://WEB.Example.com/Index.HTML  ->  web.example.com/index.html   port 80
+//     https://example.com                ->  httpsexample.com             port 443, no path
+//     example.com:*/a*b                  ->  example.com/a*b              any port, '*' at 2
+//
+// http:// and no scheme are the same. Without a port, http means 80 and https 443.
+#pragma once
+
+#include <cstdint>
+
+#include "core/list.h"
+#include "core/memory.h"
+#include "core/rule_set.h"
+#include "domain/domain_rule.h"
+#include "url/url_split.h"
+
+namespace rs {
+
+// A parsed rule. Its pieces point into the buffer that the parser was given.
+struct UrlRuleText {
+    DomainRuleText host;
+    UrlPiece scheme;          // "https", or empty
+    UrlPiece extra;           // empty; reserved
+    UrlPiece path;            // empty when the rule has none
+    uint32_t wildcardOffset;  // of the '*' in the path; 0 without one
+    uint16_t portLow;
+    uint16_t portHigh;  // inclusive
+};
+
+struct UrlRule {
+    ListLink links;
+    char* text;  // owned; what rule points to
+    UrlRuleText rule;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;  // borrowed from the host
+};
+
+// Writes the canonical text of a rule into out and fills *record; *inOutCapacity is the capacity in
+// and the length out. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_SCHEME for a scheme
+// other than http and https, RULE_ERR_BAD_RULE for anything else that is wrong with the text,
+// RULE_ERR_BUFFER_SMALL.
+int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
+                     UrlRuleText* record) noexcept;
+
+// Parses a rule into a new record, which the caller frees with freeUrlRule; null with a status
+// otherwise. A text that no buffer below 8192 bytes is large enough for is RULE_ERR_NO_MEMORY.
+[[nodiscard]] UrlRule* makeUrlRule(const char* text, uint32_t length, const RuleValues& values,
+                                   int32_t* status) noexcept;
+
+void freeUrlRule(UrlRule* rule) noexcept;
+
+}  // namespace rs
