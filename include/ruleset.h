@@ -298,6 +298,16 @@ RS_API int32_t rs_validateRule_FQDN(const char* text, uint32_t length) RS_NOEXCE
  * form exceeds 4095 bytes. */
 RS_API int32_t rs_validateRule_URL(const char* text, uint32_t length) RS_NOEXCEPT;
 
+/* A rule for a set of type RULE_TYPE_IP_PORT: addresses, ports, addresses, ports and a mask between
+ * semicolons, without blanks inside: "10.0.0.0/8;80,443;*;1-65535;0x10".
+ * Returns RULE_OK or RULE_ERR_BAD_RULE, also for a null text. */
+RS_API int32_t rs_validateRule_IpPort(const char* text, uint32_t length) RS_NOEXCEPT;
+
+/* A rule for a set of type RULE_TYPE_PACKET_FILTER: "tcp", address, ports, address and ports between
+ * semicolons: "tcp;10.0.0.1;80;192.168.0.0/16;1024-65535".
+ * Returns RULE_OK or RULE_ERR_BAD_RULE, also for a null text. */
+RS_API int32_t rs_validateRule_PacketFilter(const char* text, uint32_t length) RS_NOEXCEPT;
+
 /* ------------------------------------------------------------------------------------------------
  * Converters
  * --------------------------------------------------------------------------------------------- */

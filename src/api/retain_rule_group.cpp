@@ -1,10 +1,12 @@
-#include "api/retain_rule_group.h"
+// Sharing the compiled structures of a group.
+#include <ruleset_static.h>
 
 #include <algorithm>
 #include <iterator>
 
 #include "api/rule_type.h"
 #include "core/memory.h"
+#include "core/rule_group.h"
 
 namespace rs {
 

@@ -1,11 +1,16 @@
 #include "api/rule_type.h"
 
-#include "core/memory.h"
+#include "compound/compound_index.h"
+#include "compound/compound_rule.h"
 #include "core/reference_count.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_compile.h"
 #include "ip/ip_rule.h"
+#include "ipport/ipport_index.h"
+#include "ipport/ipport_rule.h"
+#include "packetfilter/packet_filter_index.h"
+#include "packetfilter/packet_filter_rule.h"
 #include "url/url_index.h"
 #include "url/url_rule.h"
 
@@ -73,6 +78,12 @@ int32_t parseRule(const RuleSet& set, const char* text, uint32_t length, const R
             return parseRecord<makeDomainRule>(text, length, values, out);
         case RULE_TYPE_URL:
             return parseRecord<makeUrlRule>(text, length, values, out);
+        case RULE_TYPE_PACKET_FILTER:
+            return parseRecord<makePacketFilterRule>(text, length, values, out);
+        case RULE_TYPE_IP_PORT:
+            return parseRecord<makeIpPortRule>(text, length, values, out);
+        case RULE_TYPE_COMPOUND:
+            return parseRecord<makeCompoundRule>(text, length, values, out);
         default:
             return RULE_ERR_BAD_TYPE;
     }
@@ -87,8 +98,14 @@ bool buildSlot(RuleSet& set, RuleGroup& group) noexcept {
             return compileDomainRules(&set, &group) != nullptr;
         case RULE_TYPE_URL:
             return compileUrlRules(&set, &group) != nullptr;
+        case RULE_TYPE_PACKET_FILTER:
+            return buildPacketFilterTable(&set, &group) != nullptr;
+        case RULE_TYPE_IP_PORT:
+            return buildIpPortIndex(&set, &group) != nullptr;
+        case RULE_TYPE_COMPOUND:
+            return buildCompoundTable(&set, &group.compoundTable);
         default:
-            return true;  // parseRule takes no rules of these types: there is nothing to compile
+            return false;
     }
 }
 
@@ -96,18 +113,27 @@ void retainSlots(const RuleGroup& group, RuleGroup& copy) noexcept {
     retainStructure(group.ipTable, copy.ipTable);
     retainStructure(group.urlIndex, copy.urlIndex);
     retainStructure(group.domainIndex, copy.domainIndex);
+    retainStructure(group.packetFilterTable, copy.packetFilterTable);
+    retainStructure(group.ipPortIndex, copy.ipPortIndex);
+    retainStructure(group.compoundTable, copy.compoundTable);
 }
 
 void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept {
     releaseIpRuleTable(&group.ipTable, &info);
     releaseUrlIndex(&group.urlIndex, &info);
     releaseDomainIndex(&group.domainIndex, &info);
+    releasePacketFilterTable(&group.packetFilterTable, &info);
+    destroyIpPortIndex(&group.ipPortIndex, &info);
+    destroyCompoundTable(&group.compoundTable, &info);
 }
 
 void freeRules(RuleSet& set) noexcept {
     freeRecords<IpRule, freeIpRule>(set.ipRules);
     freeRecords<DomainRule, freeDomainRule>(set.domainRules);
     freeRecords<UrlRule, freeUrlRule>(set.urlRules);
+    freeRecords<PacketFilterRule, freePacketFilterRule>(set.packetFilterRules);
+    freeRecords<IpPortRule, freeIpPortRule>(set.ipPortRules);
+    freeRecords<CompoundRuleRecord, freeCompoundRecord>(set.compoundRules);
 }
 
 }  // namespace rs

@@ -6,6 +6,8 @@
 #include "core/byte_order.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_rule.h"
+#include "ipport/ipport_rule.h"
+#include "packetfilter/packet_filter_rule.h"
 #include "syntax/ip_range.h"
 #include "syntax/port.h"
 #include "url/url_rule.h"
@@ -50,6 +52,17 @@ extern "C" int32_t rs_validateRule_FQDN(const char* text, uint32_t length) noexc
 
 extern "C" int32_t rs_validateRule_URL(const char* text, uint32_t length) noexcept {
     return validateText<rs::UrlRuleText, rs::parseUrlRule>(text, length);
+}
+
+extern "C" int32_t rs_validateRule_IpPort(const char* text, uint32_t length) noexcept {
+    rs::IpPortRuleFields fields{};
+    return rs::parseIpPortRule(text, length, &fields) == RULE_OK ? RULE_OK : RULE_ERR_BAD_RULE;
+}
+
+extern "C" int32_t rs_validateRule_PacketFilter(const char* text, uint32_t length) noexcept {
+    rs::PacketFilterRuleFields fields{};
+    return rs::parsePacketFilterRule(text, length, &fields) == RULE_OK ? RULE_OK
+                                                                       : RULE_ERR_BAD_RULE;
 }
 
 extern "C" int32_t rs_convertRule_IP(const char* text, uint32_t length,

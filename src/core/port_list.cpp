@@ -2,19 +2,12 @@
 
 #include <ruleset.h>
 
-#include <algorithm>
-
+#include "syntax/items.h"
 #include "syntax/port.h"
 
 namespace rs {
 
 namespace {
-
-void freeNodes(PortRange* head) noexcept {
-    freeRangeList(&head);
-}
-
-using OwnedPortList = Owned<PortRange, freeNodes>;
 
 // Pushes a node for an item that is already parsed.
 PortRange* pushRange(PortPair ports, PortRange** head) noexcept {
@@ -35,22 +28,17 @@ int32_t parseItem(const char* text, uint32_t length, PortRange** head) noexcept 
 }
 
 int32_t parseItems(const char* text, uint32_t length, PortRange** out) noexcept {
-    OwnedPortList list;
-    const char* const end = text + length;
-    for (const char* item = text;; ++item) {
-        const char* const comma = std::find(item, end, ',');
-        PortRange* head = list.release();
-        const int32_t status = parseItem(item, static_cast<uint32_t>(comma - item), &head);
-        list.reset(head);
-        if (status != RULE_OK) {
-            return status;
-        }
-        if (comma == end) {
-            *out = list.release();
-            return RULE_OK;
-        }
-        item = comma;
+    PortRange* head = nullptr;
+    const int32_t status =
+        forEachItem(text, length, [&head](const char* item, uint32_t itemLength) noexcept {
+            return parseItem(item, itemLength, &head);
+        });
+    if (status == RULE_OK) {
+        *out = head;
+    } else {
+        freeRangeList(&head);
     }
+    return status;
 }
 
 }  // namespace

@@ -28,6 +28,19 @@ int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexce
 // the text is bad or memory is out.
 PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept;
 
+// Whether a range of the list holds a port.
+inline bool holdsPort(const PortRange* first, uint16_t port) noexcept {
+    while (first != nullptr && (port < first->low || port > first->high)) {
+        first = first->next;
+    }
+    return first != nullptr;
+}
+
+// What counts of a port that a lookup is given.
+constexpr uint16_t lookupPort(uint32_t port) noexcept {
+    return static_cast<uint16_t>(port & 0xFFFFU);
+}
+
 // Frees every node and sets *head to null; a null argument is left alone.
 void freeRangeList(PortRange** head) noexcept;
 

@@ -1,4 +1,5 @@
-#include "core/version.h"
+// The ident text of the library.
+#include <ruleset_static.h>
 
 namespace rs {
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "core/build.h"
 #include "core/chain_blocks.h"
 #include "core/memory.h"
 #include "domain/domain_index.h"
@@ -12,10 +13,6 @@
 namespace rs {
 
 namespace {
-
-ReleaseInfo releaseInfoOf(const RuleSet& set) noexcept {
-    return {set.releaseCallback, set.releaseContext, 0};
-}
 
 // Freeing an index calls the host back, so its owner carries what that needs.
 struct DomainIndexReleasing {

@@ -2,6 +2,7 @@
 
 #include <ruleset.h>
 
+#include "core/build.h"
 #include "core/memory.h"
 #include "core/release.h"
 #include "ip/ip_rule.h"
@@ -11,10 +12,6 @@ namespace rs {
 namespace {
 
 constexpr uint32_t MAX_HOST_BUCKETS = 4095;
-
-ReleaseInfo releaseInfoOf(const RuleSet& set) noexcept {
-    return {set.releaseCallback, set.releaseContext, 0};
-}
 
 // Freeing a table calls the host back, so its owner carries what that needs.
 struct IpRuleTableReleasing {
@@ -29,14 +26,6 @@ OwnedIpRuleTable newIpRuleTable(const RuleSet& set) noexcept {
         table->refCount = 1;
     }
     return table;
-}
-
-bool allocateClaims(const RuleSet& set, OwnedMemory<uint8_t>& claims) noexcept {
-    if (set.hasUserData == 0 || set.ipRules.ruleCount == 0) {
-        return true;
-    }
-    claims.reset(allocateArray<uint8_t>(set.ipRules.ruleCount));
-    return claims != nullptr;
 }
 
 bool createHostTable(HashTable*& hostTable, uint32_t ruleCount) noexcept {
@@ -142,7 +131,7 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
     }
     group->ipTable = nullptr;
     OwnedMemory<uint8_t> claims;
-    if (!allocateClaims(*set, claims)) {
+    if (!allocateClaims(*set, set->ipRules, claims)) {
         return nullptr;
     }
     OwnedIpRuleTable table = newIpRuleTable(*set);

@@ -3,6 +3,7 @@
 #include <ruleset.h>
 
 #include "syntax/ascii.h"
+#include "syntax/items.h"
 
 namespace rs {
 
@@ -54,6 +55,21 @@ int32_t parsePortPair(const char* text, uint32_t length, PortPair* out) noexcept
     }
     *out = pair;
     return RULE_OK;
+}
+
+int32_t checkPortItem(const char* text, uint32_t length) noexcept {
+    PortPair ports{};
+    return parsePortPair(text, length, &ports);
+}
+
+int32_t checkPortField(const char* text, uint32_t length) noexcept {
+    if (text == nullptr || length == 0) {
+        return RULE_ERR_BAD_RULE;
+    }
+    if (text[0] == '*') {
+        return length == 1 ? RULE_OK : RULE_ERR_BAD_RULE;
+    }
+    return forEachItem(text, length, checkPortItem);
 }
 
 }  // namespace rs

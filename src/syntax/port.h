@@ -18,4 +18,15 @@ struct PortPair {
 // RULE_ERR_BAD_RULE for anything else, null text included.
 int32_t parsePortPair(const char* text, uint32_t length, PortPair* out) noexcept;
 
+// Whether a port field of a rule with endpoints is well formed:
+//
+//     field     '*' | item { ',' item }
+//     item      port | port '-' port
+//
+// RULE_OK or RULE_ERR_BAD_RULE, also for null or empty text.
+int32_t checkPortField(const char* text, uint32_t length) noexcept;
+
+// The same for one item.
+int32_t checkPortItem(const char* text, uint32_t length) noexcept;
+
 }  // namespace rs

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string_view>
 
+#include "core/build.h"
 #include "core/chain_blocks.h"
 #include "core/memory.h"
 #include "url/url_index.h"
@@ -187,8 +188,7 @@ UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept {
         return nullptr;
     }
     group->urlIndex = nullptr;
-    OwnedUrlIndex index(allocateRecord<UrlIndex>(),
-                        {{set->releaseCallback, set->releaseContext, 0}});
+    OwnedUrlIndex index(allocateRecord<UrlIndex>(), {releaseInfoOf(*set)});
     if (!index) {
         return nullptr;
     }

@@ -1,0 +1,121 @@
+/*
+ * ruleset, linked statically: what libruleset.a offers beside the functions of <ruleset.h>.
+ *
+ * The shared library exports the functions of <ruleset.h> and nothing else. A C++ host that links
+ * the static archive reaches more: lookups in groups of IP:Port, packet filter and compound rules,
+ * the library's option, its ident text, and groups that share their compiled structures.
+ *
+ * Statuses, ownership and threads are as in <ruleset.h>: lookups only read, allocate nothing and may
+ * run in any number of threads. Unless an operation says otherwise, *result is left alone when it
+ * does not return 1.
+ */
+#ifndef RULESET_STATIC_H
+#define RULESET_STATIC_H
+
+#include <ruleset.h>
+
+#include <array>
+#include <cstdint>
+
+namespace rs {
+
+/* ------------------------------------------------------------------------------------------------
+ * The library
+ * --------------------------------------------------------------------------------------------- */
+
+inline constexpr int32_t RULE_OPTION_IPV6 = 1;
+
+/* Whether rule texts and hosts of URLs may name IPv6 addresses: RULE_OPTION_IPV6 with a value other
+ * than 0 allows it, as at first, with 0 forbids it. RULE_ERR_INVALID_ARG, with nothing changed, for
+ * another option. A plain word for the whole process: set it before rules are added, while no other
+ * thread uses the library. */
+int32_t setLibraryOption(int32_t option, int32_t value) noexcept;
+
+/* Name, version, build platform and build date, as one constant line:
+ * "ruleset 5.200.1021 (linux-x86_64, built 2026-11-21)". The date is the day of SOURCE_DATE_EPOCH
+ * when that was set for the build. */
+const char* getLibraryVersion() noexcept;
+
+/* A new group record that shares every compiled structure of group. The caller frees it with
+ * rs_delRuleGroup, in any order with the original and from any thread; the last one frees the
+ * structures. Null for a null group or when memory is out.
+ *
+ * Deliberate: the copy holds no release callback. Of the records that share a structure the one
+ * dropped last decides through which callback, if any, userData goes back; only the trees of IP
+ * groups keep the callback that they were built with. */
+RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept;
+
+/* ------------------------------------------------------------------------------------------------
+ * Endpoint lookups
+ *
+ * IPv4 addresses are numbers in host byte order; 128-bit addresses are four words in host byte
+ * order, the most significant first, where an IPv4 address stands in IPv4-mapped form
+ * (0, 0, 0xFFFF, address). Of a port only the low 16 bits count.
+ *
+ * All return 1 when a rule covers the endpoints, with the winning rule in *result; 0 when none does;
+ * RULE_ERR_INVALID_ARG for a null group or result and for a group of another type. After a negative
+ * status *result is unspecified.
+ *
+ * The rule added earliest wins, with one exception. Deliberate: rules whose first address is a range
+ * of 128-bit addresses are asked range by range, in the order in which the ranges were first named;
+ * the first range that answers wins over a later range that holds an earlier rule.
+ * --------------------------------------------------------------------------------------------- */
+
+using AddressWords = std::array<uint32_t, 4>;
+
+/* IP:Port rules (RULE_TYPE_IP_PORT). A rule covers the pair only if its mask and the given one have
+ * a bit in common. Cost: one hash probe and the rules for one /16 block (IPv4) or the list of ranges
+ * (128 bits). */
+int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
+                         uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
+                         MatchResult* result) noexcept;
+int32_t matchIpPortPair6(const RuleGroup* group, const AddressWords& firstAddress,
+                         uint32_t firstPort, const AddressWords& secondAddress, uint32_t secondPort,
+                         uint32_t mask, MatchResult* result) noexcept;
+
+/* Whether an address and port are covered by the second endpoint of any IP:Port rule, whatever its
+ * first endpoint and mask. Cost: a walk over all rules. */
+int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t port) noexcept;
+int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address,
+                             uint32_t port) noexcept;
+
+/* Packet filter rules (RULE_TYPE_PACKET_FILTER). The protocol is not asked for: every rule is for
+ * TCP. Cost as for IP:Port. */
+int32_t matchPacketFilter4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
+                           uint32_t secondAddress, uint32_t secondPort,
+                           MatchResult* result) noexcept;
+int32_t matchPacketFilter6(const RuleGroup* group, const AddressWords& firstAddress,
+                           uint32_t firstPort, const AddressWords& secondAddress,
+                           uint32_t secondPort, MatchResult* result) noexcept;
+
+/* ------------------------------------------------------------------------------------------------
+ * Compound lookups
+ * --------------------------------------------------------------------------------------------- */
+
+/* What a compound rule (RULE_TYPE_COMPOUND) is tested against. What the numbers stand for is the
+ * host's; a rule's fields are numbered as in its text. */
+struct CompoundFlow {
+    uint16_t firstValue16; /* field 4 covers the first or the second of these */
+    uint16_t secondValue16;
+    uint32_t value32;           /* field 1 covers it */
+    int32_t family;             /* 4 or 6; with any other number no rule covers the flow */
+    AddressWords firstAddress;  /* field 3 covers the first or the second; words in network byte */
+    AddressWords secondAddress; /* order, of which family 4 uses the first */
+    uint16_t listValue16;       /* field 2 covers this or the next, when bit 1 of field 5 is set */
+    uint16_t listValue12;       /* 0 to 4095; 4096 stands for "none" and is never covered */
+    uint32_t outNumber;         /* out: field 6 of the rule */
+    uint32_t outListValue;      /* in and out, see matchCompound */
+    uint32_t outMark;           /* out: 1 when bit 2 of field 5 is set, else left alone */
+};
+
+/* Looks a flow up. Returns 1 with the first rule that covers the flow in *result and the flow's
+ * outputs written; 0 when none does; RULE_ERR_INVALID_ARG for a null argument or a group of another
+ * type. With bit 0 of the rule's field 5 set and wantsListValue, outListValue becomes 4095 when
+ * listValue12 is 4096; otherwise it becomes listValue12 when the rule covered listValue16 and
+ * outListValue held the value of listValue16. Cost: a walk over all rules. */
+int32_t matchCompound(const RuleGroup* group, CompoundFlow* flow, bool wantsListValue,
+                      MatchResult* result) noexcept;
+
+}  // namespace rs
+
+#endif

@@ -1,0 +1,114 @@
+// Compiled compound rules + flow -> MatchResult.
+#include <ruleset_static.h>
+
+#include "compound/compound_index.h"
+#include "core/byte_order.h"
+#include "core/rule_group.h"
+
+namespace rs {
+
+namespace {
+
+// Bits of numberA.
+constexpr uint32_t WRITES_LIST_VALUE = 1;
+constexpr uint32_t TESTS_RANGE_LIST_B = 2;
+constexpr uint32_t WRITES_MARK = 4;
+
+constexpr uint32_t LARGEST_12_BITS = 4095;
+constexpr uint32_t NO_VALUE_12 = 4096;
+
+template <typename Range, typename Value>
+bool holds(const Range* range, const Value& value) noexcept {
+    while (range != nullptr && (value < range->low || range->high < value)) {
+        range = range->next;
+    }
+    return range != nullptr;
+}
+
+uint32_t hostOrder(const uint32_t& networkWord) noexcept {
+    return readBigEndian32(reinterpret_cast<const uint8_t*>(&networkWord));
+}
+
+// The address of a flow as the lists hold it. False for an unknown family.
+bool readAddress(int32_t family, const AddressWords& words, Address128& out) noexcept {
+    if (family == 4) {
+        out = mappedAddress(hostOrder(words[0]));
+        return true;
+    }
+    out = {{hostOrder(words[0]), hostOrder(words[1]), hostOrder(words[2]), hostOrder(words[3])}};
+    return family == 6;
+}
+
+bool coversAddress(const CompoundEntry& entry, const CompoundFlow& flow) noexcept {
+    Address128 first{};
+    Address128 second{};
+    return readAddress(flow.family, flow.firstAddress, first) &&
+           readAddress(flow.family, flow.secondAddress, second) &&
+           (holds(entry.addressList, first) || holds(entry.addressList, second));
+}
+
+// How the values for field 2 passed.
+enum class ListTest : uint8_t { NOT_MADE, BY_VALUE_16, BY_VALUE_12, FAILED };
+
+ListTest testRangeListB(const CompoundEntry& entry, const CompoundFlow& flow) noexcept {
+    if ((entry.numberA & TESTS_RANGE_LIST_B) == 0) {
+        return ListTest::NOT_MADE;
+    }
+    if (holds(entry.rangeListB, uint32_t{flow.listValue16})) {
+        return ListTest::BY_VALUE_16;
+    }
+    const bool hasValue12 = flow.listValue12 <= LARGEST_12_BITS;
+    return hasValue12 && holds(entry.rangeListB, uint32_t{flow.listValue12}) ? ListTest::BY_VALUE_12
+                                                                             : ListTest::FAILED;
+}
+
+void writeListValue(CompoundFlow& flow, ListTest listTest) noexcept {
+    if (flow.listValue12 == NO_VALUE_12) {
+        flow.outListValue = LARGEST_12_BITS;
+    } else if (listTest == ListTest::BY_VALUE_16 && flow.listValue16 == flow.outListValue) {
+        flow.outListValue = flow.listValue12;
+    }
+}
+
+}  // namespace
+
+int32_t testCompoundEntry(const CompoundEntry& entry, CompoundFlow& flow,
+                          bool wantsListValue) noexcept {
+    if (!holds(entry.rangeList16, flow.firstValue16) &&
+        !holds(entry.rangeList16, flow.secondValue16)) {
+        return RULE_ERR_FAILED;
+    }
+    if (!holds(entry.rangeListA, flow.value32) || !coversAddress(entry, flow)) {
+        return RULE_ERR_FAILED;
+    }
+    const ListTest listTest = testRangeListB(entry, flow);
+    if (listTest == ListTest::FAILED) {
+        return RULE_ERR_FAILED;
+    }
+    flow.outNumber = entry.numberB;
+    if ((entry.numberA & WRITES_LIST_VALUE) != 0 && wantsListValue) {
+        writeListValue(flow, listTest);
+    }
+    if ((entry.numberA & WRITES_MARK) != 0) {
+        flow.outMark = 1;
+    }
+    return RULE_OK;
+}
+
+int32_t matchCompound(const RuleGroup* group, CompoundFlow* flow, bool wantsListValue,
+                      MatchResult* result) noexcept {
+    if (group == nullptr || flow == nullptr || result == nullptr ||
+        group->compoundTable == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    for (const CompoundEntry* entry = group->compoundTable->entries; entry != nullptr;
+         entry = entry->next) {
+        if (testCompoundEntry(*entry, *flow, wantsListValue) == RULE_OK) {
+            *result = {entry->ruleIndex, entry->ruleValue, entry->ruleId, entry->userData};
+            return 1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace rs

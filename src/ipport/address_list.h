@@ -1,0 +1,48 @@
+// Lists of address ranges, as IP:Port rules hold them while and after they are compiled.
+//
+// An address has two encodings. The default form of a rule gives the IPv4 form: the address in word
+// 0, the other words 0. The wide form gives 128 bits, with IPv4 addresses in mapped form.
+//
+//     10.0.0.1     IPv4 form    0a000001 0 0 0          mapped    0 0 ffff 0a000001
+//     *            in both      0 0 0 0 to ffffffff ffffffff ffffffff ffffffff
+#pragma once
+
+#include <cstdint>
+
+#include "core/memory.h"
+#include "syntax/ip_address.h"
+
+namespace rs {
+
+struct AddressRangeNode {
+    Address128 low;
+    Address128 high;         // inclusive
+    AddressRangeNode* next;  // owned
+};
+
+void freeAddressList(AddressRangeNode* first) noexcept;
+
+using OwnedAddressList = Owned<AddressRangeNode, freeAddressList>;
+
+// Reads an address field into a list in reverse text order. False when an item is bad or memory is
+// out.
+[[nodiscard]] bool parseAddressList(const char* text, uint32_t length, bool isWide,
+                                    OwnedAddressList& out) noexcept;
+
+// Copies a list node by node, in order. False when memory is out.
+[[nodiscard]] bool copyAddressList(const AddressRangeNode* first, OwnedAddressList& out) noexcept;
+
+// Copies the nodes of a list of 128-bit addresses that have an IPv4 form, all of them when takeAll
+// is set, and converts the copies to it. The order stays. False when memory is out.
+[[nodiscard]] bool copyAsIpv4List(const AddressRangeNode* first, bool takeAll,
+                                  OwnedAddressList& out) noexcept;
+
+// The mapped form of an address in IPv4 form.
+constexpr Address128 mappedFromIpv4Form(const Address128& address) noexcept {
+    return mappedAddress(address.words[0]);
+}
+
+// Converts all nodes from IPv4 form to mapped form.
+void convertToMapped(AddressRangeNode* first) noexcept;
+
+}  // namespace rs
