@@ -1,4 +1,7 @@
 // IP rules; a key is an IPv4 or IPv6 address.
+#include <arpa/inet.h>
+#include <array>
+
 #include "address_text.h"
 #include "ip/ip_match.h"
 #include "rule_kind.h"
@@ -25,8 +28,24 @@ std::string whyBadIpKey(std::string_view key, int32_t /*status*/) {
     return whyBadAddress(key);
 }
 
+// IPv4 as a dotted quad, IPv6 as RFC 5952 writes it.
+std::string canonicalAddress(std::string_view key) {
+    ParsedAddress address{};
+    if (!parseAddress(key, address)) {
+        return std::string(trimmed(key));
+    }
+    std::array<uint32_t, 4> words = address.address.words;
+    for (uint32_t& word : words) {
+        word = htonl(word);
+    }
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    const void* bytes = address.isIpv4 ? words.data() + 3 : words.data();
+    inet_ntop(address.isIpv4 ? AF_INET : AF_INET6, bytes, text.data(), text.size());
+    return text.data();
+}
+
 }  // namespace
 
-const RuleKind IP_KIND{"ip", RULE_TYPE_IP, matchIp, whyBadIpRule, whyBadIpKey};
+const RuleKind IP_KIND{"ip", RULE_TYPE_IP, matchIp, whyBadIpRule, whyBadIpKey, canonicalAddress};
 
 }  // namespace cli

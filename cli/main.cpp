@@ -1,12 +1,14 @@
 // The command line: what the command is asked for.
+#include <ruleset_static.h>
+
 #include <cstdio>
 #include <exception>
 
 #include <CLI/CLI.hpp>
 
 #include "check_command.h"
-#include "core/version.h"
 #include "match_command.h"
+#include "normalize_command.h"
 #include "rule_kind.h"
 #include "text_output.h"
 
@@ -26,6 +28,12 @@ void addTypeOption(CLI::App& command, const cli::RuleKind*& kind) {
         ->check(CLI::IsMember(cli::ruleKindNames()));
 }
 
+void addIpv6Flag(CLI::App& command) {
+    command.add_flag_callback(
+        "--no-ipv6", [] { rs::setLibraryOption(rs::RULE_OPTION_IPV6, 0); },
+        "Take IPv4 addresses only in rules");
+}
+
 void describeMatch(CLI::App& command, cli::MatchOptions& options) {
     addTypeOption(command, options.kind);
     command.add_option("-r,--rules", options.ruleFiles, "Rule file; may be given several times")
@@ -40,6 +48,11 @@ void describeMatch(CLI::App& command, cli::MatchOptions& options) {
     command.add_option("-m,--max-count", options.maxCount, "Stop after that many selected keys");
     command.add_flag("--json", options.asJson, "Print one JSON object a line");
     command.add_flag("--skip-bad", options.skipBad, "Go on without the bad lines of rule files");
+    command.add_flag("--explain", options.explain,
+                     "Print the canonical form of one key, all rules that cover it and the winner");
+    command.add_option("--mask", options.lookup.mask, "Mask of the lookup, for ipport rules")
+        ->capture_default_str();
+    addIpv6Flag(command);
     command.add_flag("--line-buffered", options.lineBuffered, "Write each line at once");
 }
 
@@ -48,11 +61,18 @@ void describeCheck(CLI::App& command, cli::CheckOptions& options) {
     command.add_option("RULES", options.ruleFiles, "Rule files")->required();
     command.add_option("--max-errors", options.maxErrors, "Bad lines to show, 0 for all")
         ->capture_default_str();
+    addIpv6Flag(command);
     command.add_flag("-q,--quiet", options.isQuiet, "No summary");
 }
 
+void describeNormalize(CLI::App& command, cli::NormalizeOptions& options) {
+    command.add_option("URL", options.urls, "URLs; without any, the lines of standard input");
+    command.add_flag("--json", options.asJson, "Print one JSON object a line");
+    command.add_flag("--keep-case", options.keepCase, "Keep the letter case of paths");
+}
+
 int run(int argc, char** argv) {
-    CLI::App app("Tells which rule covers an address.", "ruleset");
+    CLI::App app("Tells which rule covers an address, a host name or a URL.", "ruleset");
     app.set_version_flag("--version", rs::getLibraryVersion());
     app.require_subcommand(1);
 
@@ -64,10 +84,18 @@ int run(int argc, char** argv) {
     CLI::App* check = app.add_subcommand("check", "Report the bad lines of rule files");
     describeCheck(*check, checkOptions);
 
+    cli::NormalizeOptions normalizeOptions;
+    CLI::App* normalize =
+        app.add_subcommand("normalize", "Print scheme, host, port and path of URLs");
+    describeNormalize(*normalize, normalizeOptions);
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return exitStatusOf(app, error);
+    }
+    if (normalize->parsed()) {
+        return cli::runNormalize(normalizeOptions);
     }
     return match->parsed() ? cli::runMatch(matchOptions) : cli::runCheck(checkOptions);
 }

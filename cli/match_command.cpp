@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "explain.h"
 #include "line_reader.h"
 #include "progress.h"
 #include "text_output.h"
@@ -159,6 +160,9 @@ int runMatch(const MatchOptions& options) {
     if (options.keys.empty() && std::find(files.begin(), files.end(), "-") != files.end()) {
         throw std::invalid_argument("standard input cannot hold both the rules and the keys");
     }
+    if (options.explain && options.keys.size() != 1) {
+        throw std::invalid_argument("--explain takes one key");
+    }
     LoadedRules rules =
         loadRules(*options.kind, {.files = options.ruleFiles, .isQuiet = options.isQuiet});
     if (rules.badLines != 0 && !options.skipBad) {
@@ -171,6 +175,12 @@ int runMatch(const MatchOptions& options) {
     rules.set.reset();
     if (!options.isQuiet) {
         printLoadSummary(rules, buildTime.seconds());
+    }
+    if (options.explain) {
+        Output output(options.lineBuffered);
+        const int status = explainKey(options, *group, rules.book, options.keys.front(), output);
+        output.flush();
+        return status;
     }
     Matcher matcher(options, *group, rules.book);
     if (!options.keys.empty()) {

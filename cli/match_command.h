@@ -7,6 +7,7 @@
 
 #include "rule_kind.h"
 #include "rule_loader.h"
+#include "text_output.h"
 
 namespace cli {
 
@@ -26,6 +27,7 @@ struct MatchOptions {
     bool asJson = false;
     bool skipBad = false;
     bool lineBuffered = false;
+    bool explain = false;  // of the one key
     uint64_t maxCount = UINT64_MAX;
 };
 

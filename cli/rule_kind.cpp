@@ -7,7 +7,8 @@ namespace cli {
 
 namespace {
 
-const std::array KINDS = {&IP_KIND};
+const std::array KINDS = {&IP_KIND,      &DOMAIN_KIND,        &URL_KIND,
+                          &IP_PORT_KIND, &PACKET_FILTER_KIND, &COMPOUND_KIND};
 
 }  // namespace
 

@@ -26,6 +26,9 @@ struct RuleKind {
     // disagree about what is valid.
     std::string (*whyBadRule)(std::string_view rule, int32_t status);
     std::string (*whyBadKey)(std::string_view key, int32_t status);
+
+    // The form in which a key is looked up.
+    std::string (*canonicalKey)(std::string_view key);
 };
 
 // Null for an unknown name.
@@ -34,5 +37,13 @@ const RuleKind* findRuleKind(std::string_view name);
 std::vector<std::string> ruleKindNames();
 
 extern const RuleKind IP_KIND;
+extern const RuleKind DOMAIN_KIND;
+extern const RuleKind URL_KIND;
+extern const RuleKind IP_PORT_KIND;
+extern const RuleKind PACKET_FILTER_KIND;
+extern const RuleKind COMPOUND_KIND;
+
+// What is wrong with the host of a domain or URL rule.
+std::string whyBadHostPattern(std::string_view host);
 
 }  // namespace cli

@@ -1,0 +1,117 @@
+// Compound rules; a key is "name=value" pairs between blanks, of which each may be left out:
+//
+//     a=80 b=0 value=7 first=10.0.0.1 second=10.0.0.2 list16=1 list12=4096
+//
+// a and b are tested against field 4 of a rule, value against field 1, first and second against
+// field 3, list16 and list12 against field 2. What is left out is 0, an unspecified address, or for
+// list12 the 4096 that stands for none.
+#include <ruleset_static.h>
+
+#include <arpa/inet.h>
+#include <charconv>
+#include <limits>
+
+#include "address_text.h"
+#include "rule_kind.h"
+
+namespace cli {
+
+namespace {
+
+template <typename Number>
+bool parseNumber(std::string_view text, Number& out) {
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), out);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+struct FlowText {
+    rs::CompoundFlow flow{};
+    ParsedAddress first{};
+    ParsedAddress second{};
+    bool hasFirst = false;
+    bool hasSecond = false;
+};
+
+bool setField(std::string_view name, std::string_view value, FlowText& out) {
+    rs::CompoundFlow& flow = out.flow;
+    if (name == "a") {
+        return parseNumber(value, flow.firstValue16);
+    }
+    if (name == "b") {
+        return parseNumber(value, flow.secondValue16);
+    }
+    if (name == "value") {
+        return parseNumber(value, flow.value32);
+    }
+    if (name == "list16") {
+        return parseNumber(value, flow.listValue16);
+    }
+    if (name == "list12") {
+        return parseNumber(value, flow.listValue12) && flow.listValue12 <= 4096;
+    }
+    if (name == "first") {
+        return out.hasFirst = parseAddress(value, out.first);
+    }
+    if (name == "second") {
+        return out.hasSecond = parseAddress(value, out.second);
+    }
+    return false;
+}
+
+// Both addresses go by one family: IPv4 unless one of them is IPv6, beside which the other stands
+// in mapped form.
+void setAddresses(FlowText& text) {
+    const bool isIpv4 =
+        (!text.hasFirst || text.first.isIpv4) && (!text.hasSecond || text.second.isIpv4);
+    text.flow.family = isIpv4 ? 4 : 6;
+    for (size_t i = 0; i < text.flow.firstAddress.size(); ++i) {
+        text.flow.firstAddress[i] = htonl(text.first.address.words[i]);
+        text.flow.secondAddress[i] = htonl(text.second.address.words[i]);
+    }
+    if (isIpv4) {
+        text.flow.firstAddress[0] = htonl(text.first.ipv4);
+        text.flow.secondAddress[0] = htonl(text.second.ipv4);
+    }
+}
+
+bool parseFlow(std::string_view key, FlowText& out) {
+    out.flow.listValue12 = 4096;
+    for (key = trimmed(key); !key.empty(); key = trimmed(key)) {
+        const size_t end = std::min(key.find_first_of(" \t"), key.size());
+        const std::string_view pair = key.substr(0, end);
+        const size_t equals = pair.find('=');
+        if (equals == std::string_view::npos ||
+            !setField(pair.substr(0, equals), pair.substr(equals + 1), out)) {
+            return false;
+        }
+        key.remove_prefix(end);
+    }
+    setAddresses(out);
+    return true;
+}
+
+int32_t matchCompoundKey(const RuleGroup* group, std::string_view key,
+                         const LookupOptions& /*options*/, MatchResult* result) {
+    FlowText text;
+    return parseFlow(key, text) ? rs::matchCompound(group, &text.flow, false, result)
+                                : RULE_ERR_BAD_RULE;
+}
+
+std::string whyBadCompoundRule(std::string_view /*rule*/, int32_t /*status*/) {
+    return "not six fields ranges;ranges;addresses;ranges;number;number";
+}
+
+std::string whyBadFlow(std::string_view /*key*/, int32_t /*status*/) {
+    return "not name=value pairs of a, b, value, first, second, list16 and list12";
+}
+
+std::string asWritten(std::string_view key) {
+    return std::string(trimmed(key));
+}
+
+}  // namespace
+
+const RuleKind COMPOUND_KIND{"compound",         RULE_TYPE_COMPOUND, matchCompoundKey,
+                             whyBadCompoundRule, whyBadFlow,         asWritten};
+
+}  // namespace cli

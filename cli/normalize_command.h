@@ -1,0 +1,19 @@
+// ruleset normalize: the canonical scheme, host, port and path of URLs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+struct NormalizeOptions {
+    std::vector<std::string> urls;  // empty: lines of standard input
+    bool asJson = false;
+    bool keepCase = false;
+};
+
+// Returns the exit status: 0, or 2 when a URL has no canonical form. Throws std::exception when
+// standard input cannot be read.
+int runNormalize(const NormalizeOptions& options);
+
+}  // namespace cli
