@@ -5,10 +5,11 @@ include(CMakePackageConfigHelpers)
 
 set(cmake_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/ruleset)
 
-install(TARGETS ruleset
+install(TARGETS ruleset ruleset_static
     EXPORT ruleset_targets
-    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
-install(FILES ${PROJECT_SOURCE_DIR}/include/ruleset.h
+    LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
+    ARCHIVE COMPONENT development)
+install(FILES ${PROJECT_SOURCE_DIR}/include/ruleset.h ${PROJECT_SOURCE_DIR}/include/ruleset_static.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
     COMPONENT development)
 if(TARGET cli)
@@ -44,6 +45,9 @@ file(RELATIVE_PATH pc_libdir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR
 file(RELATIVE_PATH pc_includedir ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
 string(REGEX REPLACE "/$" "" pc_prefix ${pc_prefix})
 configure_file(packaging/ruleset.pc.in ruleset.pc @ONLY)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ruleset.pc
+configure_file(packaging/ruleset_static.pc.in ruleset_static.pc @ONLY)
+install(FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/ruleset.pc
+    ${CMAKE_CURRENT_BINARY_DIR}/ruleset_static.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
     COMPONENT development)

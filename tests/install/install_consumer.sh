@@ -20,6 +20,9 @@ mkdir "$work/pkg-config"
 "${CC:-cc}" -std=c11 -pedantic -Wall -Wextra -Werror "$consumer/consumer.c" -o "$work/pkg-config/consumer_c" "${flags[@]}"
 "${CXX:-c++}" -std=c++20 -pedantic -Wall -Wextra -Werror "$consumer/consumer.cpp" -o "$work/pkg-config/consumer_cpp" \
     "${flags[@]}"
+read -ra static_flags < <(pkg-config --cflags --libs ruleset_static)
+"${CXX:-c++}" -std=c++20 -pedantic -Wall -Wextra -Werror "$consumer/static_consumer.cpp" \
+    -o "$work/pkg-config/static_consumer" "${static_flags[@]}"
 LD_LIBRARY_PATH=$library_dir "$work/pkg-config/consumer_c"
 LD_LIBRARY_PATH=$library_dir "$work/pkg-config/consumer_cpp"
 
@@ -28,6 +31,8 @@ cmake -S "$consumer" -B "$work/cmake" -G Ninja --log-level=WARNING -D CMAKE_PREF
 cmake --build "$work/cmake" >/dev/null
 "$work/cmake/consumer_c"
 "$work/cmake/consumer_cpp"
+"$work/pkg-config/static_consumer"
+"$work/cmake/static_consumer"
 
 echo "--- command"
 if [[ -x $prefix/bin/ruleset ]]; then
