@@ -3,7 +3,7 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <charconv>
 
 #include "syntax/ip_address.h"
 
@@ -11,8 +11,7 @@ namespace rs {
 
 namespace {
 
-// "[ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff]" and the NUL that snprintf writes.
-constexpr uint32_t MAX_LITERAL_SIZE = 42;
+constexpr uint32_t MAX_LITERAL_LENGTH = 41;  // of "[ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff]"
 
 bool isMapped(const Ipv6Groups& groups) noexcept {
     return std::all_of(groups.begin(), groups.begin() + 5,
@@ -20,16 +19,40 @@ bool isMapped(const Ipv6Groups& groups) noexcept {
            groups[5] == 0xFFFF;
 }
 
-uint32_t printLiteral(const Ipv6Groups& groups, char (&out)[MAX_LITERAL_SIZE]) noexcept {
-    int length = 0;
-    if (isMapped(groups)) {
-        length = std::snprintf(out, sizeof out, "%d.%d.%d.%d", groups[6] >> 8, groups[6] & 0xFF,
-                               groups[7] >> 8, groups[7] & 0xFF);
-    } else {
-        length = std::snprintf(out, sizeof out, "[%x:%x:%x:%x:%x:%x:%x:%x]", groups[0], groups[1],
-                               groups[2], groups[3], groups[4], groups[5], groups[6], groups[7]);
+// A literal being written; there is room for the longest.
+struct LiteralText {
+    char bytes[MAX_LITERAL_LENGTH];
+    uint32_t length = 0;
+
+    void put(char byte) noexcept { bytes[length++] = byte; }
+
+    void putNumber(uint32_t number, int base) noexcept {
+        const auto result = std::to_chars(bytes + length, bytes + MAX_LITERAL_LENGTH, number, base);
+        length = static_cast<uint32_t>(result.ptr - bytes);
     }
-    return static_cast<uint32_t>(length);
+};
+
+LiteralText printDottedQuad(const Ipv6Groups& groups) noexcept {
+    LiteralText text;
+    const uint32_t fields[] = {groups[6] >> 8U, groups[6] & 0xFFU, groups[7] >> 8U,
+                               groups[7] & 0xFFU};
+    for (const uint32_t field : fields) {
+        if (text.length != 0) {
+            text.put('.');
+        }
+        text.putNumber(field, 10);
+    }
+    return text;
+}
+
+LiteralText printGroups(const Ipv6Groups& groups) noexcept {
+    LiteralText text;
+    for (const uint16_t group : groups) {
+        text.put(text.length == 0 ? '[' : ':');
+        text.putNumber(group, 16);
+    }
+    text.put(']');
+    return text;
 }
 
 }  // namespace
@@ -44,13 +67,12 @@ int32_t normalizeIpLiteralHost(const char* host, uint32_t length, char* out,
         parseIPv6Address(host + 1, length - 2, &groups) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
-    char literal[MAX_LITERAL_SIZE];
-    const uint32_t literalLength = printLiteral(groups, literal);
-    if (*inOutCapacity < literalLength) {
+    const LiteralText literal = isMapped(groups) ? printDottedQuad(groups) : printGroups(groups);
+    if (*inOutCapacity < literal.length) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    std::copy_n(literal, literalLength, out);
-    *inOutCapacity = literalLength;
+    std::copy_n(literal.bytes, literal.length, out);
+    *inOutCapacity = literal.length;
     return RULE_OK;
 }
 

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <string_view>
-#include <strings.h>
 
 #include "core/growing_text.h"
 #include "core/library_option.h"
+#include "syntax/ascii.h"
 #include "syntax/ip_range.h"
 #include "syntax/text_scan.h"
 #include "url/ip_literal_host.h"
@@ -32,8 +32,10 @@ struct RuleWriter {
     [[nodiscard]] uint32_t room() const noexcept { return capacity - length; }
 };
 
+// Whether the scheme begins with a name of lower-case letters, in any letter case.
 bool startsWithName(const UrlPiece& scheme, std::string_view name) noexcept {
-    return strncasecmp(scheme.text, name.data(), name.size()) == 0;
+    return std::equal(name.begin(), name.end(), scheme.text,
+                      [](char left, char right) noexcept { return left == lowerAscii(right); });
 }
 
 int32_t writeScheme(const UrlPiece& scheme, RuleWriter& writer) noexcept {
