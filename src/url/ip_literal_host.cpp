@@ -34,8 +34,8 @@ struct LiteralText {
 
 LiteralText printDottedQuad(const Ipv6Groups& groups) noexcept {
     LiteralText text;
-    const uint32_t fields[] = {groups[6] >> 8U, groups[6] & 0xFFU, groups[7] >> 8U,
-                               groups[7] & 0xFFU};
+    const uint32_t fields[] = {uint32_t{groups[6]} >> 8U, groups[6] & 0xFFU,
+                               uint32_t{groups[7]} >> 8U, groups[7] & 0xFFU};
     for (const uint32_t field : fields) {
         if (text.length != 0) {
             text.put('.');
