@@ -266,12 +266,12 @@ void freeExactTable(HashTable*& table, const FreeEntry& freeEntry) noexcept {
     const auto freeBucket = [](HashBucket* bucket, void* argument,
                                uint32_t* elementCount) noexcept -> int32_t {
         const auto& freeOne = *static_cast<const FreeEntry*>(argument);
-        while (ListLink* link = takeFirst(bucket->list)) {
+        freeList(bucket->list, [&freeOne, elementCount](ListLink* link) noexcept {
             auto* node = exactNodeOf<Entry, Address>(link);
             freeElements(node->entries.first, freeOne);
             freeMemory(node);
             decrementCount(*elementCount);
-        }
+        });
         return 0;
     };
     FreeEntry argument = freeEntry;

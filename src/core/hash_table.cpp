@@ -91,7 +91,7 @@ void* hashRemove(HashTable* table, uint32_t hash, const void* key,
 }
 
 int32_t hashVisitAll(HashTable* table, void* argument, HashVisitCallback callback) noexcept {
-    if (table == nullptr || callback == nullptr) {
+    if (table == nullptr || (callback == nullptr && table->bucketCount != 0)) {
         return RULE_ERR_INVALID_ARG;
     }
     for (uint32_t i = 0; i < table->bucketCount; ++i) {
