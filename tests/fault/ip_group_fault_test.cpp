@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "api/retain_rule_group.h"
+#include <ruleset_static.h>
 #include "core/hash_table.h"
 #include "core/list.h"
 #include "core/memory.h"

@@ -1,6 +1,5 @@
-#include "api/retain_rule_group.h"
-
 #include <ruleset.h>
+#include <ruleset_static.h>
 
 #include <array>
 #include <atomic>
@@ -10,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "ip/ip_index.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"

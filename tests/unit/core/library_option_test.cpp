@@ -1,6 +1,6 @@
 #include "core/library_option.h"
 
-#include <ruleset.h>
+#include <ruleset_static.h>
 
 #include <cstdint>
 

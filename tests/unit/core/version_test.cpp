@@ -1,4 +1,4 @@
-#include "core/version.h"
+#include <ruleset_static.h>
 
 #include <string>
 

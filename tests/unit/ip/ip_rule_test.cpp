@@ -1,6 +1,7 @@
 #include "ip/ip_rule.h"
 
 #include <ruleset.h>
+#include <ruleset_static.h>
 
 #include <cstdint>
 #include <string_view>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "core/library_option.h"
+#include "core/memory.h"
 #include "support/text.h"
 
 namespace rs::test {
@@ -140,8 +142,8 @@ TEST_F(IpRuleText, ConvertsIpv6EvenWhileItIsDisabled) {
 TEST(IpRuleRecord, KeepsWhatTheHostAttached) {
     int userData = 0;
     int32_t status = 1;
-    const OwnedMemory<IpRule> rule =
-        makeIpRule("10.0.0.1", 8, {0xFFFFFFFF, 0x80000000, &userData}, &status);
+    const Owned<IpRule, freeIpRule> rule(
+        makeIpRule("10.0.0.1", 8, {0xFFFFFFFF, 0x80000000, &userData}, &status));
     ASSERT_NE(nullptr, rule);
     EXPECT_EQ(RULE_OK, status);
     EXPECT_EQ(0xFFFFFFFF, rule->ruleValue);
