@@ -95,9 +95,7 @@ int32_t writeHost(const UrlPiece& host, RuleWriter& writer) noexcept {
             return RULE_ERR_BAD_RULE;
         }
         record = {writer.end(), length, 0};
-    } else {
-        // Deliberate: so is a literal without room, which then is no host name. A buffer that is
-        // longer than the text by TEXT_BUFFER_STEP has room for every literal.
+    } else if (status != RULE_ERR_BUFFER_SMALL) {
         status = parseDomainRule(host.text, host.length, writer.end(), &length, &record);
     }
     if (status == RULE_OK) {
