@@ -1,4 +1,4 @@
-// Sets and groups of IP rules from lists of texts.
+// Sets and groups of rules from lists of texts.
 #pragma once
 
 #include <ruleset.h>
@@ -33,10 +33,14 @@ inline void addRules(RuleSet& set, std::initializer_list<RuleLine> rules) {
     }
 }
 
-inline RuleSetHandle makeIpRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
+inline RuleSetHandle makeRuleSet(int32_t type, std::initializer_list<RuleLine> rules) {
+    RuleSetHandle set = newRuleSet(type);
     addRules(*set, rules);
     return set;
+}
+
+inline RuleSetHandle makeIpRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_IP, rules);
 }
 
 // The set is gone when this returns.
