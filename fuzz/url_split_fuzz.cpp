@@ -1,0 +1,73 @@
+// The splitter, and the key that a lookup makes of a URL: capacity byte, URL.
+#include "url/url_split.h"
+
+#include <ruleset.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "fuzz_check.h"
+#include "support/reference_url.h"
+#include "support/text.h"
+#include "url/url_match.h"
+
+namespace {
+
+// Nothing for an absent piece. A piece must lie within the text.
+std::optional<std::string> textOf(const rs::UrlPiece& piece) {
+    return piece.text == nullptr ? std::nullopt
+                                 : std::optional(std::string(piece.text, piece.length));
+}
+
+std::string bytesOf(const rs::UrlPiece& piece) {
+    return textOf(piece).value_or("");
+}
+
+void checkSplit(const rs::test::ExactText& text, std::string_view url) {
+    const rs::test::SplitUrl expected = rs::test::splitUrlText(url);
+    rs::UrlParts parts{};
+    const char* portColon = nullptr;
+    const int32_t status = rs::splitUrl(text.data(), text.size(), &parts, &portColon);
+    rs::fuzz::check(status == RULE_OK, "the status of the splitter");
+    rs::fuzz::check(expected.scheme == textOf(parts.scheme), "the scheme");
+    rs::fuzz::check(expected.userInfo == textOf(parts.userInfo), "the user information");
+    rs::fuzz::check(expected.host == textOf(parts.host), "the host");
+    rs::fuzz::check(expected.portText == textOf(parts.portText), "the port text");
+    rs::fuzz::check(expected.port == parts.port, "the port");
+    rs::fuzz::check(expected.rest == textOf(parts.rest), "the rest");
+    rs::fuzz::check(portColon == (expected.portColon ? text.data() + *expected.portColon : nullptr),
+                    "the port colon");
+}
+
+void checkKey(const rs::test::ExactText& text, std::string_view url, size_t capacity) {
+    const rs::test::UrlKey expected = rs::test::readUrlKey(url, capacity);
+    rs::fuzz::Output scratch(capacity);
+    rs::UrlMatchKey key{};
+    const int32_t status =
+        rs::parseUrlForMatch(text.data(), text.size(), scratch.data(), scratch.inOutLength(), &key);
+    rs::fuzz::check(status == expected.status, "the status of the key", capacity);
+    rs::fuzz::check(
+        status != RULE_OK ||
+            (expected.scheme == bytesOf(key.scheme) && expected.userInfo == bytesOf(key.userInfo) &&
+             expected.host == bytesOf(key.host) && expected.portText == bytesOf(key.portText) &&
+             expected.path == bytesOf(key.path)),
+        "the key", capacity);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size < 2) {
+        return 0;
+    }
+    std::string_view url = rs::fuzz::viewOf(data, size);
+    const size_t capacity = rs::fuzz::takeCapacity(url);
+    const rs::test::ExactText text(url);
+    checkSplit(text, url);
+    checkKey(text, url, capacity);
+    checkKey(text, url, rs::urlScratchSize(text.size()));
+    return 0;
+}

@@ -1,0 +1,314 @@
+// Compiled groups of URL rules against the walk over the rules one by one.
+#include <ruleset.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/random_names.h"
+#include "support/random_source.h"
+#include "support/reference_url.h"
+#include "support/release_recorder.h"
+#include "support/rule_handles.h"
+#include "support/text.h"
+
+namespace rs::test {
+
+namespace {
+
+// The same rules in a set of the library and in the reference.
+class RulePair {
+public:
+    explicit RulePair(size_t mostRules) : set_(newRuleSet(RULE_TYPE_URL)), tokens_(mostRules) {}
+
+    // Some texts are refused, by both.
+    void add(const std::string& text, RandomSource& random) {
+        const auto position = static_cast<uint32_t>(texts_.size() + 1);
+        void* userData = random.oneIn(8) ? nullptr : &tokens_[position - 1];
+        const uint32_t ruleValue = random.bits32();
+        const ExactText exact(text);
+        const int32_t expected = reference_.add(text, ruleValue, 1000 + position, userData);
+        ASSERT_EQ(expected, rs_addRuleToRuleSetEx(set_.get(), exact.data(), exact.size(), ruleValue,
+                                                  1000 + position, userData))
+            << ::testing::PrintToString(text);
+        if (expected == RULE_OK) {
+            texts_.push_back(text);
+        }
+    }
+
+    // Builds a group, lets useGroup ask it, deletes it, and compares what went back to the host.
+    template <typename UseGroup>
+    void checkBuild(const UseGroup& useGroup) {
+        ReleaseRecorder recorder;
+        ASSERT_EQ(RULE_OK, recorder.registerOn(*set_));
+        RuleGroupHandle group = buildRuleGroup(*set_);
+        ASSERT_NE(nullptr, group);
+        EXPECT_TRUE(recorder.order().empty());
+        useGroup(*group);
+        group.reset();
+        const std::vector<void*> expected = reference_.handedBackAtDelete();
+        EXPECT_EQ(std::multiset<void*>(expected.begin(), expected.end()),
+                  std::multiset<void*>(recorder.order().begin(), recorder.order().end()))
+            << describe();
+    }
+
+    const ReferenceUrlRules& reference() const { return reference_; }
+    const std::vector<std::string>& texts() const { return texts_; }
+
+    std::string describe() const {
+        std::ostringstream text;
+        text << texts_.size() << " rules";
+        for (size_t i = 0; i < texts_.size() && i < 40; ++i) {
+            text << '\n' << i + 1 << ' ' << ::testing::PrintToString(texts_[i]);
+        }
+        return text.str();
+    }
+
+private:
+    RuleSetHandle set_;
+    ReferenceUrlRules reference_;
+    std::vector<std::string> texts_;
+    std::vector<char> tokens_;
+};
+
+void expectAnswer(const UrlAnswer& expected, const RuleGroup& group, std::string_view url,
+                  const RulePair& pair) {
+    const ExactText text(url);
+    MatchResult result{77, 77, 77, nullptr};
+    const int32_t status = rs_matchUrlWithRuleGroup(&group, text.data(), text.size(), &result);
+    bool isSame = status == expected.status;
+    if (isSame && status == 1) {
+        isSame = result.ruleIndex == expected.winner->ruleIndex &&
+                 result.ruleValue == expected.winner->ruleValue &&
+                 result.ruleId == expected.winner->ruleId &&
+                 result.userData == expected.winner->userData;
+    } else if (isSame && status == 0) {
+        isSame = result.ruleIndex == 0;
+    }
+    ASSERT_TRUE(isSame) << ::testing::PrintToString(std::string(url)) << ": status " << status
+                        << " and not " << expected.status << ", rule " << result.ruleIndex
+                        << " and not "
+                        << (expected.winner == nullptr ? 0 : expected.winner->ruleIndex) << "; "
+                        << pair.describe();
+}
+
+void checkKey(const RuleGroup& group, const std::string& url, const RulePair& pair) {
+    if (url.empty()) {
+        return;
+    }
+    const UrlAnswer expected = pair.reference().find(url);
+    expectAnswer(expected, group, url, pair);
+    const UrlAnswer indexed = pair.reference().findByIndex(url);
+    EXPECT_EQ(expected.winner, indexed.winner) << ::testing::PrintToString(url);
+    EXPECT_EQ(expected.status, indexed.status) << ::testing::PrintToString(url);
+}
+
+void replaceFirst(std::string& text, std::string_view from, std::string_view to) {
+    const size_t at = text.find(from);
+    if (at != std::string::npos) {
+        text.replace(at, from.size(), to);
+    }
+}
+
+// A URL where the rules are: a rule with its wildcards filled in, and more behind it.
+std::string urlNear(const std::vector<std::string>& texts, RandomSource& random) {
+    if (texts.empty() || random.oneIn(4)) {
+        return randomUrl(random);
+    }
+    std::string url(trimBlanks(random.pick(texts)));
+    replaceFirst(url, ":*", random.oneIn(2) ? "" : ":8080");
+    if (!random.oneIn(10)) {
+        replaceFirst(url, "*.", random.oneIn(2) ? "a." : "");
+        replaceFirst(url, "*", random.oneIn(2) ? "abc" : "web.com");
+    }
+    if (random.oneIn(2)) {
+        url += randomRest(random, 1).substr(random.below(2));
+    }
+    if (random.oneIn(4)) {
+        replaceFirst(url, "http://", random.oneIn(2) ? "https://" : "");
+    }
+    return url;
+}
+
+// Paths of few beginnings, mostly long enough for blocks.
+std::string blockPath(RandomSource& random) {
+    static const std::vector<std::string> pieces{"/abc", "d",   "e",      "/x",
+                                                 "?q",   "%41", "/abcde", "a"};
+    std::string path = "/abc";
+    for (uint64_t count = random.below(5); count > 0; --count) {
+        path += random.pick(pieces);
+    }
+    if (random.oneIn(3)) {
+        path.insert(static_cast<size_t>(random.between(1, path.size())), 1, '*');
+    }
+    return path;
+}
+
+std::string blockHost(RandomSource& random) {
+    static const std::vector<std::string> hosts{
+        "a.com",    "https://a.com", "*.com",   "https://*.com", "*",
+        "http://*", "https://*",     "a.com:*", "b.a.com"};
+    return random.pick(hosts);
+}
+
+std::string blockUrl(RandomSource& random) {
+    static const std::vector<std::string> schemes{"",   "http://", "https://",
+                                                  "//", "ftp://",  "rtmps://"};
+    static const std::vector<std::string> hosts{"a.com", "b.a.com", "com", "c.com", ""};
+    static const std::vector<std::string> ports{"", "", "", ":80", ":443", ":8080"};
+    std::string path = blockPath(random);
+    replaceFirst(path, "*", random.oneIn(2) ? "" : "/zz");
+    return random.pick(schemes) + random.pick(hosts) + random.pick(ports) + path;
+}
+
+std::string largeSetHost(RandomSource& random) {
+    static const std::vector<std::string> tops{"com", "test", "example"};
+    std::string label(1, static_cast<char>('a' + random.below(26)));
+    label += static_cast<char>('a' + random.below(26));
+    return label + std::to_string(random.below(80)) + "." + random.pick(tops);
+}
+
+// Hosts enough for crowded buckets, one under both schemes at times; one host with most paths.
+std::string largeSetRule(RandomSource& random) {
+    if (random.oneIn(20)) {
+        return blockHost(random) + blockPath(random) + std::to_string(random.below(1000));
+    }
+    std::string rule = random.oneIn(3) ? "https://" : "";
+    rule += random.oneIn(2) ? "*." : "";
+    rule += largeSetHost(random);
+    return rule + (random.oneIn(2) ? randomRest(random, 1) : "");
+}
+
+// The order of letters counts little for the hash of a host: many of these stand in one bucket, and
+// many of those have one hash.
+std::string sameBucketHost(RandomSource& random) {
+    std::string host = "abcd.";
+    for (size_t i = host.size() - 1; i > 0; --i) {
+        std::swap(host[i], host[static_cast<size_t>(random.below(i + 1))]);
+    }
+    return "x" + host + "com";
+}
+
+}  // namespace
+
+TEST(UrlMatchProperty, OfSmallSetsAgreesWithReference) {
+    forEachCase(6000, [](RandomSource& random) {
+        const size_t count = static_cast<size_t>(random.between(1, random.oneIn(10) ? 60 : 12));
+        RulePair pair(2 * count + 2);
+        for (size_t i = 0; i < count; ++i) {
+            const std::string text = randomUrlRule(random);
+            pair.add(text, random);
+            if (random.oneIn(3)) {
+                pair.add(mutateText(text, random), random);
+            }
+        }
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (int i = 0; i < 20; ++i) {
+                const std::string url = urlNear(pair.texts(), random);
+                checkKey(group, url, pair);
+                checkKey(group, mutateText(url, random), pair);
+            }
+        });
+    });
+}
+
+// Hosts whose paths stand in a list, or in one block, or in many.
+TEST(UrlMatchProperty, OfCrowdedHostsAgreesWithReference) {
+    uint64_t rulesInBlocks = 0;
+    forEachCase(1500, [&rulesInBlocks](RandomSource& random) {
+        const size_t count = static_cast<size_t>(random.between(10, random.oneIn(4) ? 700 : 150));
+        RulePair pair(count);
+        for (size_t i = 0; i < count; ++i) {
+            pair.add(blockHost(random) + blockPath(random), random);
+        }
+        rulesInBlocks += pair.reference().countOfRulesInBlocks();
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (int i = 0; i < 60; ++i) {
+                const std::string url = blockUrl(random);
+                checkKey(group, url, pair);
+                if (random.oneIn(4)) {
+                    checkKey(group, mutateText(url, random), pair);
+                }
+            }
+        });
+    });
+    EXPECT_LT(0U, rulesInBlocks);
+}
+
+TEST(UrlMatchProperty, OfOneCrowdedBucketAgreesWithReference) {
+    forEachCase(600, [](RandomSource& random) {
+        const size_t count = static_cast<size_t>(random.between(1, random.oneIn(2) ? 30 : 300));
+        RulePair pair(count);
+        const uint64_t httpsShare = random.between(1, 6);
+        for (size_t i = 0; i < count; ++i) {
+            const std::string scheme = random.oneIn(httpsShare) ? "https://" : "";
+            pair.add(scheme + (random.oneIn(3) ? "*." : "") + sameBucketHost(random), random);
+        }
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (int i = 0; i < 100; ++i) {
+                const std::string scheme = random.oneIn(2) ? "https://" : "";
+                checkKey(group, scheme + (random.oneIn(3) ? "a." : "") + sameBucketHost(random),
+                         pair);
+            }
+        });
+    });
+}
+
+TEST(UrlMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
+    for (const uint64_t size : {100ULL, 1000ULL, 10000ULL, 50000ULL, 100000ULL}) {
+        RandomSource random(propertySeed() + size);
+        SCOPED_TRACE(::testing::Message() << "RULESET_PROPERTY_SEED=" << propertySeed());
+        const auto count = static_cast<size_t>(propertyCases(size));
+        RulePair pair(count);
+        for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
+            pair.add(largeSetRule(random), random);
+        }
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
+                std::string url = urlNear(pair.texts(), random);
+                if (random.oneIn(20)) {
+                    url = mutateText(url, random);
+                }
+                if (i < 200) {
+                    checkKey(group, url, pair);
+                } else if (!url.empty()) {
+                    expectAnswer(pair.reference().findByIndex(url), group, url, pair);
+                }
+            }
+        });
+    }
+}
+
+// URLs whose canonical form comes close to the room of its buffer or exceeds it.
+TEST(UrlMatchProperty, OfUrlsWithoutRoomAgreesWithReference) {
+    forEachCase(3000, [](RandomSource& random) {
+        RulePair pair(4);
+        pair.add("*", random);
+        pair.add("https://*:*/", random);
+        pair.add("[::]:*", random);
+        pair.add(randomUrlRule(random), random);
+        static const std::vector<std::string> hosts{
+            "[::]", "[1::]", "\xC3\xBC", "\xC3\xBC.\xC3\xBC", "a", "//[::]"};
+        std::string url = random.pick(hosts);
+        if (random.oneIn(2)) {
+            url += randomRest(random, 0);
+        }
+        if (random.oneIn(4)) {
+            const uint64_t size = random.between(1015, 1030) * (random.oneIn(2) ? 4 : 1);
+            while (url.size() < size) {
+                url.insert(0, random.oneIn(2) ? "u" : "\xC3\xBC.");
+            }
+            url.insert(static_cast<size_t>(random.below(url.size())), random.oneIn(2) ? "@" : "/");
+        }
+        pair.checkBuild([&](const RuleGroup& group) { checkKey(group, url, pair); });
+    });
+}
+
+}  // namespace rs::test

@@ -1,0 +1,357 @@
+#include "domain/domain_match.h"
+
+#include <ruleset.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+#include <gtest/gtest.h>
+
+#include "support/rule_builder.h"
+#include "support/text.h"
+
+namespace rs::test {
+
+namespace {
+
+constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
+
+RuleGroupHandle makeDomainGroup(std::initializer_list<RuleLine> rules) {
+    RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
+    addRules(*set, rules);
+    return buildRuleGroup(*set);
+}
+
+// The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
+template <typename Match>
+uint32_t winnerOfMatch(const Match& match) {
+    MatchResult result = UNTOUCHED;
+    const int32_t status = match(&result);
+    if (status == 1) {
+        EXPECT_EQ(ruleIdAt(result.ruleIndex), result.ruleId);
+        return result.ruleIndex;
+    }
+    EXPECT_EQ(0, status);
+    EXPECT_EQ(0, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
+    EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
+    EXPECT_EQ(UNTOUCHED.userData, result.userData);
+    return 0;
+}
+
+uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
+    const ExactText text(name);
+    return winnerOfMatch([&](MatchResult* result) {
+        return matchDomainName(&group, text.data(), text.size(), result);
+    });
+}
+
+uint32_t wireWinnerOf(const RuleGroup& group, std::string_view wireName) {
+    const ExactText text(wireName);
+    return winnerOfMatch([&](MatchResult* result) {
+        return matchDomainWireWithRuleGroup(&group, text.data(), text.size(), result);
+    });
+}
+
+// What is refused leaves the result alone.
+int32_t refusalOf(const RuleGroup& group, std::string_view name) {
+    const ExactText text(name);
+    MatchResult result = UNTOUCHED;
+    const int32_t status = matchDomainName(&group, text.data(), text.size(), &result);
+    EXPECT_GT(0, status);
+    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    return status;
+}
+
+std::string repeat(std::string_view piece, size_t count) {
+    std::string result;
+    for (size_t i = 0; i < count; ++i) {
+        result += piece;
+    }
+    return result;
+}
+
+TEST(DomainMatch, ReportsWhatTheHostAttached) {
+    int userData = 0;
+    const RuleGroupHandle group =
+        makeDomainGroup({{"a.com", 5, &userData}, {"*.com", 6, &userData}, {"*", 7, &userData}});
+    const struct {
+        std::string_view name;
+        MatchResult expected;
+    } rows[] = {{"a.com", {1, 5, ruleIdAt(1), &userData}},
+                {"b.com", {2, 6, ruleIdAt(2), &userData}},
+                {"b.org", {3, 7, ruleIdAt(3), &userData}}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        MatchResult result = UNTOUCHED;
+        EXPECT_EQ(1, matchDomainName(group.get(), row.name.data(), size32(row.name), &result));
+        EXPECT_EQ(row.expected.ruleIndex, result.ruleIndex);
+        EXPECT_EQ(row.expected.ruleValue, result.ruleValue);
+        EXPECT_EQ(row.expected.ruleId, result.ruleId);
+        EXPECT_EQ(row.expected.userData, result.userData);
+    }
+}
+
+TEST(DomainMatch, PrefersAnEarlierWildcardToTheExactName) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.example.com"}, {"web.example.com"}});
+    EXPECT_EQ(1, winnerOf(*group, "web.example.com"));
+    EXPECT_EQ(1, winnerOf(*group, "x.example.com"));
+    EXPECT_EQ(0, winnerOf(*group, "example.com"));
+}
+
+TEST(DomainMatch, PrefersAnEarlierExactNameToTheWildcard) {
+    const RuleGroupHandle group = makeDomainGroup({{"web.example.com"}, {"*.example.com"}});
+    EXPECT_EQ(1, winnerOf(*group, "web.example.com"));
+    EXPECT_EQ(2, winnerOf(*group, "x.example.com"));
+}
+
+TEST(DomainMatch, PrefersTheEarlierOfTwoWildcards) {
+    const RuleGroupHandle wideFirst = makeDomainGroup({{"*.com"}, {"*.example.com"}});
+    EXPECT_EQ(1, winnerOf(*wideFirst, "a.example.com"));
+    EXPECT_EQ(1, winnerOf(*wideFirst, "example.com"));
+    const RuleGroupHandle narrowFirst = makeDomainGroup({{"*.example.com"}, {"*.com"}});
+    EXPECT_EQ(1, winnerOf(*narrowFirst, "a.example.com"));
+    EXPECT_EQ(2, winnerOf(*narrowFirst, "example.com"));
+    EXPECT_EQ(0, winnerOf(*narrowFirst, "com"));
+}
+
+TEST(DomainMatch, TakesTheMatchAllRuleByItsPosition) {
+    const RuleGroupHandle last = makeDomainGroup({{"a.com"}, {"*.org"}, {"*"}});
+    EXPECT_EQ(1, winnerOf(*last, "a.com"));
+    EXPECT_EQ(2, winnerOf(*last, "a.org"));
+    EXPECT_EQ(3, winnerOf(*last, "b.com"));
+    EXPECT_EQ(3, winnerOf(*last, "com"));
+    const RuleGroupHandle first = makeDomainGroup({{"*"}, {"a.com"}, {"*.com"}});
+    for (const std::string_view name : {"a.com", "b.com", "x", "*", "a.b.c"}) {
+        EXPECT_EQ(1, winnerOf(*first, name)) << name;
+    }
+    const RuleGroupHandle middle = makeDomainGroup({{"a.com"}, {"*"}, {"b.com"}, {"*.b.com"}});
+    EXPECT_EQ(1, winnerOf(*middle, "a.com"));
+    EXPECT_EQ(2, winnerOf(*middle, "b.com"));
+    EXPECT_EQ(2, winnerOf(*middle, "x.b.com"));
+}
+
+TEST(DomainMatch, KeepsTheFirstOfEqualRules) {
+    const RuleGroupHandle group = makeDomainGroup({{"a.com"}, {"A.COM."}, {"*.b"}, {"*.B."}});
+    EXPECT_EQ(1, winnerOf(*group, "a.com"));
+    EXPECT_EQ(3, winnerOf(*group, "x.b"));
+}
+
+TEST(DomainMatch, WildcardsNeverMatchTheNameItself) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.example.com"}, {"*.a"}});
+    EXPECT_EQ(0, winnerOf(*group, "example.com"));
+    EXPECT_EQ(0, winnerOf(*group, "a"));
+    EXPECT_EQ(1, winnerOf(*group, "web.example.com"));
+    EXPECT_EQ(1, winnerOf(*group, "a.b.c.d.example.com"));
+    EXPECT_EQ(1, winnerOf(*group, "example.com.example.com"));
+    EXPECT_EQ(2, winnerOf(*group, "a.a"));
+}
+
+TEST(DomainMatch, WildcardsEndAtLabelBoundaries) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.example.com"}});
+    EXPECT_EQ(0, winnerOf(*group, "myexample.com"));
+    EXPECT_EQ(0, winnerOf(*group, "example.com.org"));
+    EXPECT_EQ(0, winnerOf(*group, "x.example.co"));
+    EXPECT_EQ(0, winnerOf(*group, "x.example-com"));
+}
+
+TEST(DomainMatch, GoesOnBehindASuffixThatIsNotFound) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.c.d"}});
+    EXPECT_EQ(1, winnerOf(*group, "x.y.z.a.b.c.d"));
+    EXPECT_EQ(0, winnerOf(*group, "c.d"));
+}
+
+TEST(DomainMatch, NeverTakesAnExactNameForASuffix) {
+    const RuleGroupHandle group = makeDomainGroup({{"example.com"}});
+    EXPECT_EQ(1, winnerOf(*group, "example.com"));
+    EXPECT_EQ(0, winnerOf(*group, "web.example.com"));
+    EXPECT_EQ(0, winnerOf(*group, "com"));
+}
+
+TEST(DomainMatch, NormalizesTheName) {
+    const RuleGroupHandle group = makeDomainGroup({{"web.example.com"},
+                                                   {"b\xC3\xBC"
+                                                    "cher.example"},
+                                                   {"under_score.com"},
+                                                   {"*.xn--tda"}});
+    constexpr struct {
+        std::string_view name;
+        uint32_t winner;
+    } ROWS[] = {
+        {"WEB.EXAMPLE.COM.", 1},
+        {"web.example.com", 1},
+        {"%57eb.example.com", 1},
+        {"web.example.com%2e", 1},
+        // A decoded dot separates labels when the wire form is made.
+        {"web%2eexample.com", 1},
+        {"B\xC3\x9C"
+         "CHER.example",
+         2},
+        {"xn--bcher-kva.example", 2},
+        {"b%C3%BCcher.example.", 2},
+        {"Under_Score.com", 3},
+        {"under%5fscore.com", 3},
+        {"a.\xC3\x9C", 4},
+        {"a_b.xn--TDA", 4},
+        // A '_' anywhere keeps the name as it is.
+        {"a_b.\xC3\x9C", 0},
+        {" web.example.com", 0},
+        {"web.example.com:80", 0},
+        {"web.example.com..x", 0},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.name);
+        if (row.name == "web.example.com..x") {
+            EXPECT_EQ(RULE_ERR_INVALID_ARG, refusalOf(*group, row.name));
+        } else {
+            EXPECT_EQ(row.winner, winnerOf(*group, row.name));
+        }
+    }
+}
+
+TEST(DomainMatch, RefusesNamesWithoutWireForm) {
+    const RuleGroupHandle group = makeDomainGroup({{"*"}});
+    for (const std::string_view name :
+         {".", "..", "a..b", ".a", "a..", "%2e", "%2e%2e", "a.%2e.b", "a:..b", "%2ea"}) {
+        EXPECT_EQ(RULE_ERR_INVALID_ARG, refusalOf(*group, name)) << name;
+    }
+}
+
+TEST(DomainMatch, RefusesNullAndEmptyArguments) {
+    const RuleGroupHandle group = makeDomainGroup({{"*"}});
+    const RuleGroup otherType{};
+    MatchResult result = UNTOUCHED;
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(nullptr, "a", 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), nullptr, 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 0, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 1, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(&otherType, "a", 1, &result));
+    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+}
+
+TEST(DomainMatch, TakesLabelsOfUpTo255Bytes) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.com"}, {"*"}});
+    for (const size_t length : {63, 64, 65, 127, 128, 200, 254, 255}) {
+        const std::string label(length, 'a');
+        EXPECT_EQ(1, winnerOf(*group, label + ".com")) << length;
+        EXPECT_EQ(1, winnerOf(*group, "x." + label + ".com")) << length;
+        EXPECT_EQ(2, winnerOf(*group, label)) << length;
+    }
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, refusalOf(*group, std::string(256, 'a')));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, refusalOf(*group, std::string(256, 'a') + ".com"));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, refusalOf(*group, "com." + std::string(256, 'a')));
+}
+
+TEST(DomainMatch, TakesNamesOfAnyLength) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.com"}});
+    for (const size_t labels : {127, 128, 1000, 4086, 4087, 4088, 4094, 4095, 4096, 20000}) {
+        EXPECT_EQ(1, winnerOf(*group, repeat("a.", labels) + "com")) << labels;
+        EXPECT_EQ(0, winnerOf(*group, repeat("a.", labels) + "org")) << labels;
+    }
+}
+
+// The encoded form of n labels of one letter has 8n bytes. The strict form refuses 1023 of them as
+// too long, so that they are copied; it runs out of the largest buffer for one label more.
+TEST(DomainMatch, RunsOutOfBuffersBelow8192Bytes) {
+    const RuleGroupHandle group = makeDomainGroup({{"*"}, {"*.com"}});
+    EXPECT_EQ(1, winnerOf(*group, repeat("\xC3\xBC.", 1023)));
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL, refusalOf(*group, repeat("\xC3\xBC.", 1024)));
+    EXPECT_EQ(1, winnerOf(*group, repeat("\xC3\xBC.", 1022) + "a.com"));
+}
+
+TEST(DomainMatch, LooksACopiedNameUpAsItIs) {
+    const RuleGroupHandle group =
+        makeDomainGroup({{repeat("\xC3\xBC.", 33)}, {"*.\xC3\xBC_"}, {"_\xC3\x9C"}});
+    EXPECT_EQ(1, winnerOf(*group, repeat("\xC3\xBC.", 33)));
+    EXPECT_EQ(1, winnerOf(*group, repeat("%C3%BC.", 33)));
+    EXPECT_EQ(0, winnerOf(*group, repeat("\xC3\xBC.", 32)));
+    EXPECT_EQ(2, winnerOf(*group, "x.\xC3\xBC_"));
+    // Only letters of ASCII are lowered in a copy.
+    EXPECT_EQ(3, winnerOf(*group, "_\xC3\x9C"));
+    EXPECT_EQ(0, winnerOf(*group, "_\xC3\xBC"));
+}
+
+TEST(DomainMatch, SetsRuleIndexToZeroWhenNothingIsFound) {
+    const RuleGroupHandle group = makeDomainGroup({{"a.com"}});
+    MatchResult result = UNTOUCHED;
+    EXPECT_EQ(0, matchDomainName(group.get(), "b.com", 5, &result));
+    EXPECT_EQ(0, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
+    EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
+}
+
+// ---- Names in wire form.
+
+TEST(DomainWireMatch, FindsWhatTheDottedNameFinds) {
+    const RuleGroupHandle group =
+        makeDomainGroup({{"web.example.com"}, {"*.example.com"}, {"*.org"}});
+    EXPECT_EQ(1, wireWinnerOf(*group, "\3web\7example\3com"));
+    EXPECT_EQ(2, wireWinnerOf(*group, "\1x\7example\3com"));
+    EXPECT_EQ(0, wireWinnerOf(*group, "\7example\3com"));
+    EXPECT_EQ(3, wireWinnerOf(*group, "\3web\3org"));
+    EXPECT_EQ(0, wireWinnerOf(*group, "\3org"));
+}
+
+TEST(DomainWireMatch, LowersLettersInsideLabels) {
+    const RuleGroupHandle group = makeDomainGroup({{"web.example.com"}, {"*.example.com"}});
+    EXPECT_EQ(1, wireWinnerOf(*group, "\3WEB\7example\3com"));
+    EXPECT_EQ(1, wireWinnerOf(*group, "\3web\7example\3coM"));
+    EXPECT_EQ(2, wireWinnerOf(*group, "\3weB\3web\7Example\3com"));
+}
+
+TEST(DomainWireMatch, TakesNoLengthForALetter) {
+    // The length 65 is the code of 'A', and 97 that of 'a'.
+    const std::string label65(65, 'a');
+    const std::string label97(97, 'a');
+    const RuleGroupHandle group = makeDomainGroup({{"*.com"}, {"*"}});
+    EXPECT_EQ(1, wireWinnerOf(*group, "A" + label65 + "\3com"));
+    EXPECT_EQ(1, wireWinnerOf(*group, "A" + label65 + "\3COM"));
+    EXPECT_EQ(1, wireWinnerOf(*group, "a" + label97 + "\3com"));
+    EXPECT_EQ(2, wireWinnerOf(*group, "\3com"));
+}
+
+TEST(DomainWireMatch, LowersLongNamesToo) {
+    std::string wireName;
+    for (int i = 0; i < 300; ++i) {
+        wireName += "\1A";
+    }
+    const RuleGroupHandle group = makeDomainGroup({{"*.a.a.a"}});
+    EXPECT_EQ(1, wireWinnerOf(*group, wireName));
+}
+
+TEST(DomainWireMatch, StopsAtAZeroLengthAndAtTheEnd) {
+    const RuleGroupHandle group = makeDomainGroup({{"*.com"}});
+    EXPECT_EQ(1, wireWinnerOf(*group, "\1a\3com"));
+    EXPECT_EQ(0, wireWinnerOf(*group, std::string("\1a\0\3com", 7)));
+    // Lengths that lead beyond the end.
+    EXPECT_EQ(0, wireWinnerOf(*group, "\5a\3com"));
+    EXPECT_EQ(0, wireWinnerOf(*group, "\6a\3com"));
+    EXPECT_EQ(0, wireWinnerOf(*group,
+                              "\xFF"
+                              "a\3com"));
+    EXPECT_EQ(0, wireWinnerOf(*group, "\1"));
+    EXPECT_EQ(0, wireWinnerOf(*group, std::string(1, '\0')));
+}
+
+TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
+    const RuleGroupHandle group = makeDomainGroup({{"*"}});
+    const DomainIndex* index = group->domainIndex;
+    const RuleGroup otherType{};
+    MatchResult result = UNTOUCHED;
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(nullptr, "\1a", 2, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(&otherType, "\1a", 2, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), nullptr, 2, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 0, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 2, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(nullptr, "\1a", 2, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, nullptr, 2, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, "\1a", 2, nullptr));
+    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(1, lookupDomainWire(index, "\1a", 2, &result));
+}
+
+}  // namespace
+
+}  // namespace rs::test
