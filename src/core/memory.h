@@ -18,6 +18,7 @@ namespace rs {
 template <typename T>
 [[nodiscard]] T* allocateArray(size_t count) noexcept {
     static_assert(std::is_trivially_destructible_v<T>);
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): T may be a pointer, in arrays of chain heads
     return count == 0 ? nullptr : static_cast<T*>(std::calloc(count, sizeof(T)));
 }
 

@@ -153,9 +153,11 @@ using CopyHost = int32_t (*)(const char* name, uint32_t length, NameWriter& writ
 // The strict form, or a literal copy of what that refuses. The length still counts a last dot.
 int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* inOutCapacity,
                         CopyHost copyHost) noexcept {
-    uint32_t strictLength = inOutCapacity == nullptr ? 0 : *inOutCapacity;
-    int32_t status =
-        normalizeHostName(name, length, out, inOutCapacity == nullptr ? nullptr : &strictLength);
+    if (inOutCapacity == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    uint32_t strictLength = *inOutCapacity;
+    int32_t status = normalizeHostName(name, length, out, &strictLength);
     if (status == RULE_OK) {
         *inOutCapacity = strictLength;
     }

@@ -127,8 +127,8 @@ std::string keyNear(const std::vector<std::string>& texts, RandomSource& random)
 
 // Names enough for crowded buckets, though of few different suffixes.
 std::string largeSetName(RandomSource& random) {
-    static const std::vector<std::string> tops{"com", "test", "example", "a"};
-    std::string name = random.pick(tops);
+    static const std::vector<std::string> TOPS{"com", "test", "example", "a"};
+    std::string name = random.pick(TOPS);
     for (uint64_t count = random.between(1, 2); count > 0; --count) {
         std::string label(1, static_cast<char>('a' + random.below(26)));
         label += static_cast<char>('a' + random.below(26));
@@ -223,11 +223,11 @@ TEST(DomainMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
 // Names of thousands of bytes, in a literal copy or as too long an internationalized name.
 TEST(DomainMatchProperty, OfLongTextsAgreesWithReference) {
     forEachCase(60, [](RandomSource& random) {
-        static const std::vector<std::string> labels{"a.",        "\xC3\xBC.", "ab_.",
+        static const std::vector<std::string> LABELS{"a.",        "\xC3\xBC.", "ab_.",
                                                      "abcdefgh.", "%41.",      "\xF0\x9F\x98\x80."};
-        static const std::vector<uint64_t> sizes{250, 255, 260, 900, 2000, 4090, 8160, 8180, 9000};
-        const std::string label = random.pick(labels);
-        const uint64_t size = random.pick(sizes) + random.below(20);
+        static const std::vector<uint64_t> SIZES{250, 255, 260, 900, 2000, 4090, 8160, 8180, 9000};
+        const std::string label = random.pick(LABELS);
+        const uint64_t size = random.pick(SIZES) + random.below(20);
         std::string name;
         while (name.size() < size) {
             name += label;

@@ -101,9 +101,9 @@ TEST(HostNameProperty, IsItsOwnCanonicalForm) {
 
 TEST(PunycodeProperty, AgreesWithReferenceAtEveryCapacity) {
     forEachCase(20000, [](RandomSource& random) {
-        static const std::vector<uint64_t> limits{0x7F, 0xFF, 0x600, 0x10000, 0x1FFFFF};
+        static const std::vector<uint64_t> LIMITS{0x7F, 0xFF, 0x600, 0x10000, 0x1FFFFF};
         std::vector<uint32_t> codePoints;
-        const uint64_t limit = random.pick(limits);
+        const uint64_t limit = random.pick(LIMITS);
         for (uint64_t count = random.between(1, random.oneIn(4) ? 63 : 8); count > 0; --count) {
             const uint64_t most = random.oneIn(3) ? 0x7F : limit;
             codePoints.push_back(static_cast<uint32_t>(random.between(0x20, most)));
@@ -137,12 +137,12 @@ TEST(UnicodeLowerProperty, OfEveryCodePointAgreesWithReference) {
 
 TEST(Utf8Property, AgreesWithReference) {
     forEachCase(100000, [](RandomSource& random) {
-        static const std::vector<std::string> pieces{
+        static const std::vector<std::string> PIECES{
             "a",    "Z",    "\xC3", "\x9C", "\xE2", "\x82\xAC", "\xF0\x9F", "\x98\x80",
             "\x80", "\xBF", "\xF7", "\xF8", "\xC0", "\xEF\xBC", "\xA1",     "\xFF"};
         std::string bytes;
         for (uint64_t count = random.between(1, 6); count > 0; --count) {
-            bytes += random.pick(pieces);
+            bytes += random.pick(PIECES);
         }
         SCOPED_TRACE(::testing::PrintToString(bytes));
         const bool lowerCase = random.oneIn(2);

@@ -139,11 +139,11 @@ std::string urlNear(const std::vector<std::string>& texts, RandomSource& random)
 
 // Paths of few beginnings, mostly long enough for blocks.
 std::string blockPath(RandomSource& random) {
-    static const std::vector<std::string> pieces{"/abc", "d",   "e",      "/x",
+    static const std::vector<std::string> PIECES{"/abc", "d",   "e",      "/x",
                                                  "?q",   "%41", "/abcde", "a"};
     std::string path = "/abc";
     for (uint64_t count = random.below(5); count > 0; --count) {
-        path += random.pick(pieces);
+        path += random.pick(PIECES);
     }
     if (random.oneIn(3)) {
         path.insert(static_cast<size_t>(random.between(1, path.size())), 1, '*');
@@ -152,27 +152,27 @@ std::string blockPath(RandomSource& random) {
 }
 
 std::string blockHost(RandomSource& random) {
-    static const std::vector<std::string> hosts{
+    static const std::vector<std::string> HOSTS{
         "a.com",    "https://a.com", "*.com",   "https://*.com", "*",
         "http://*", "https://*",     "a.com:*", "b.a.com"};
-    return random.pick(hosts);
+    return random.pick(HOSTS);
 }
 
 std::string blockUrl(RandomSource& random) {
-    static const std::vector<std::string> schemes{"",   "http://", "https://",
+    static const std::vector<std::string> SCHEMES{"",   "http://", "https://",
                                                   "//", "ftp://",  "rtmps://"};
-    static const std::vector<std::string> hosts{"a.com", "b.a.com", "com", "c.com", ""};
-    static const std::vector<std::string> ports{"", "", "", ":80", ":443", ":8080"};
+    static const std::vector<std::string> HOSTS{"a.com", "b.a.com", "com", "c.com", ""};
+    static const std::vector<std::string> PORTS{"", "", "", ":80", ":443", ":8080"};
     std::string path = blockPath(random);
     replaceFirst(path, "*", random.oneIn(2) ? "" : "/zz");
-    return random.pick(schemes) + random.pick(hosts) + random.pick(ports) + path;
+    return random.pick(SCHEMES) + random.pick(HOSTS) + random.pick(PORTS) + path;
 }
 
 std::string largeSetHost(RandomSource& random) {
-    static const std::vector<std::string> tops{"com", "test", "example"};
+    static const std::vector<std::string> TOPS{"com", "test", "example"};
     std::string label(1, static_cast<char>('a' + random.below(26)));
     label += static_cast<char>('a' + random.below(26));
-    return label + std::to_string(random.below(80)) + "." + random.pick(tops);
+    return label + std::to_string(random.below(80)) + "." + random.pick(TOPS);
 }
 
 // Hosts enough for crowded buckets, one under both schemes at times; one host with most paths.
@@ -294,9 +294,9 @@ TEST(UrlMatchProperty, OfUrlsWithoutRoomAgreesWithReference) {
         pair.add("https://*:*/", random);
         pair.add("[::]:*", random);
         pair.add(randomUrlRule(random), random);
-        static const std::vector<std::string> hosts{
+        static const std::vector<std::string> HOSTS{
             "[::]", "[1::]", "\xC3\xBC", "\xC3\xBC.\xC3\xBC", "a", "//[::]"};
-        std::string url = random.pick(hosts);
+        std::string url = random.pick(HOSTS);
         if (random.oneIn(2)) {
             url += randomRest(random, 0);
         }

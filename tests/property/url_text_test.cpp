@@ -275,11 +275,11 @@ TEST(NormalizeUrlProperty, AgreesWithReferenceAtEveryCapacity) {
 // Texts around the limits of 1024, 4095, 4096 and 8191 bytes.
 TEST(LongUrlProperty, AgreesWithReference) {
     forEachCase(200, [](RandomSource& random) {
-        static const std::vector<uint64_t> sizes{1018, 4080, 4090, 8160, 8180, 12000};
-        static const std::vector<std::string> fillers{"a", "%41", "%", "a.", "\xC3\xBC.", "ab/"};
+        static const std::vector<uint64_t> SIZES{1018, 4080, 4090, 8160, 8180, 12000};
+        static const std::vector<std::string> FILLERS{"a", "%41", "%", "a.", "\xC3\xBC.", "ab/"};
         std::string url = random.oneIn(2) ? "https://" : "";
-        const std::string filler = random.pick(fillers);
-        const uint64_t size = random.pick(sizes) + random.below(24);
+        const std::string filler = random.pick(FILLERS);
+        const uint64_t size = random.pick(SIZES) + random.below(24);
         const uint64_t place = random.below(4);
         url += place == 0 ? "" : "a.com/";
         while (url.size() < size) {

@@ -12,18 +12,10 @@ namespace {
 
 const std::vector<std::string> PLAIN_LABELS{"a", "b", "c", "web", "com", "x1", "a-b", "test", "0"};
 
-// The last two are the capital letters of the ones before.
+// The last two are the first two in capital letters. An octal escape ends where a letter follows.
 const std::vector<std::string> WIDE_LABELS{
-    "\xC3\xBC",
-    "b\xC3\xBC"
-    "cher",
-    "\xD0\xB6",
-    "a\xE2\x82\xAC",
-    "\xF0\x9F\x98\x80",
-    "\xC4\xB0",
-    "\xC3\x9C",
-    "B\xC3\x9C"
-    "CHER",
+    "\303\274",         "b\303\274cher", "\xD0\xB6", "a\xE2\x82\xAC",
+    "\xF0\x9F\x98\x80", "\xC4\xB0",      "\303\234", "B\303\234CHER",
 };
 
 const std::vector<std::string> ODD_LABELS{
@@ -69,30 +61,30 @@ std::string escapeOf(char byte, RandomSource& random) {
 }
 
 std::string blanks(RandomSource& random) {
-    static const std::vector<std::string> choices{" ", "\t", "\r\n", "  ", " \n\t"};
-    return random.oneIn(6) ? random.pick(choices) : "";
+    static const std::vector<std::string> CHOICES{" ", "\t", "\r\n", "  ", " \n\t"};
+    return random.oneIn(6) ? random.pick(CHOICES) : "";
 }
 
 std::string randomScheme(RandomSource& random) {
-    static const std::vector<std::string> choices{
+    static const std::vector<std::string> CHOICES{
         "http://",  "http://", "http://", "HTTP://",   "https://", "https://", "https://",
         "hTTpS://", "//",      "//",      "ftp://",    "file://",  "://",      "rtmps://",
         "abcd://",  "http:/",  "http:",   "mailto://", "File://",
     };
-    return random.oneIn(2) ? "" : random.pick(choices);
+    return random.oneIn(2) ? "" : random.pick(CHOICES);
 }
 
 std::string randomPort(RandomSource& random, bool isRule) {
-    static const std::vector<std::string> good{":80", ":443", ":8080", ":1", ":65535"};
-    static const std::vector<std::string> odd{":",  ":0",  ":080",        ":65536", ":x",  ":8x",
+    static const std::vector<std::string> GOOD{":80", ":443", ":8080", ":1", ":65535"};
+    static const std::vector<std::string> ODD{":",  ":0",  ":080",        ":65536", ":x",  ":8x",
                                               ":*", ":80", ":4294967376", ":80:81", ":-1", ": 80"};
     if (random.oneIn(12)) {
-        return random.pick(odd);
+        return random.pick(ODD);
     }
     if (isRule && random.oneIn(4)) {
         return ":*";
     }
-    return random.oneIn(4) ? random.pick(good) : "";
+    return random.oneIn(4) ? random.pick(GOOD) : "";
 }
 
 std::string randomUrlText(RandomSource& random, bool isRule) {
@@ -153,7 +145,7 @@ std::string randomDomainRule(RandomSource& random) {
 }
 
 std::string randomIpLiteral(RandomSource& random) {
-    static const std::vector<std::string> known{
+    static const std::vector<std::string> KNOWN{
         "[::]",
         "[::1]",
         "[::ffff:1.2.3.4]",
@@ -178,25 +170,25 @@ std::string randomIpLiteral(RandomSource& random) {
         "[::1.2.3]",
     };
     if (!random.oneIn(4)) {
-        return random.pick(known);
+        return random.pick(KNOWN);
     }
     std::string text = "[";
     const uint64_t pieces = random.between(1, 9);
-    static const std::vector<std::string> groups{"0",   "1", "ffff",  "FFFF",
+    static const std::vector<std::string> GROUPS{"0",   "1", "ffff",  "FFFF",
                                                  "00a", "",  "12345", "1.2.3.4"};
     for (uint64_t i = 0; i < pieces; ++i) {
-        text += (i == 0 ? "" : ":") + random.pick(groups);
+        text += (i == 0 ? "" : ":") + random.pick(GROUPS);
     }
     return text + "]";
 }
 
 std::string randomRest(RandomSource& random, uint32_t maxStars) {
-    static const std::vector<std::string> starts{"/", "/", "/", "/", "/", "/", "?", "#"};
-    static const std::vector<std::string> pieces{
+    static const std::vector<std::string> STARTS{"/", "/", "/", "/", "/", "/", "?", "#"};
+    static const std::vector<std::string> PIECES{
         "a",  "b",   "A",  "/", "abcde", "/a/b", "?",  "#",  "+",   "%41", "%2f",   "%",
         "%4", "%2A", "..", "=", "x",     "ab",   "/x", "//", "%3f", "%zz", "index", "%23",
     };
-    std::string rest = random.pick(starts);
+    std::string rest = random.pick(STARTS);
     uint32_t stars = 0;
     // Few different long paths make crowded hosts.
     for (uint64_t count = random.below(5); count > 0; --count) {
@@ -204,7 +196,7 @@ std::string randomRest(RandomSource& random, uint32_t maxStars) {
             rest += '*';
             ++stars;
         } else {
-            rest += random.pick(pieces);
+            rest += random.pick(PIECES);
         }
     }
     return rest + (random.oneIn(100) ? "**" : "");
@@ -234,7 +226,7 @@ std::string disguise(std::string_view host, RandomSource& random) {
 }
 
 std::string mutateText(std::string_view text, RandomSource& random) {
-    static const std::vector<char> bytes{'a',    'A',    '0',    '.', '*',  '%', ':',    '/',
+    static const std::vector<char> BYTES{'a',    'A',    '0',    '.', '*',  '%', ':',    '/',
                                          '?',    '#',    '@',    '[', ']',  '_', '-',    ' ',
                                          '\n',   '+',    'f',    '2', '\0', 'z', '\x7F', '\x80',
                                          '\xC3', '\xF0', '\xFF', 's', 'e',  '\t'};
@@ -243,14 +235,14 @@ std::string mutateText(std::string_view text, RandomSource& random) {
         const size_t at = static_cast<size_t>(random.below(changed.size() + 1));
         switch (random.below(4)) {
             case 0:
-                changed.insert(at, 1, random.pick(bytes));
+                changed.insert(at, 1, random.pick(BYTES));
                 break;
             case 1:
                 changed.erase(at, random.between(1, 3));
                 break;
             case 2:
                 if (at < changed.size()) {
-                    changed[at] = random.pick(bytes);
+                    changed[at] = random.pick(BYTES);
                 }
                 break;
             default:

@@ -395,13 +395,61 @@ bool admitsHost(const ReferenceUrlRule& rule, const UrlKey& key) {
     return false;
 }
 
-NormalizedFields tooSmall(uint8_t shortField) {
-    NormalizedFields fields{RULE_ERR_BUFFER_SMALL, shortField, {}, {}, {}, 0};
-    return fields;
+void setTooSmall(uint8_t shortField, NormalizedFields& fields) {
+    fields.status = RULE_ERR_BUFFER_SMALL;
+    fields.shortField = shortField;
 }
 
-NormalizedFields failed(int32_t status) {
-    return {status, 0, {}, {}, {}, 0};
+void normalizeScheme(const SplitUrl& split, size_t capacity, NormalizedFields& fields) {
+    if (!split.scheme || *split.scheme == "//") {
+        return;
+    }
+    fields.scheme = lowerBytes(split.scheme->substr(0, split.scheme->size() - 3));
+    if (fields.scheme.empty()) {
+        fields.status = RULE_ERR_BAD_RULE;
+    } else if (fields.scheme.size() > capacity) {
+        setTooSmall(1, fields);
+    }
+}
+
+void normalizeHost(const SplitUrl& split, size_t capacity, bool ipv6Enabled,
+                   NormalizedFields& fields) {
+    fields.status = RULE_ERR_BAD_RULE;
+    if (split.port == 0 && split.portColon) {
+        return;
+    }
+    fields.port = split.port;
+    const Outcome literal = ipLiteralHost(*split.host);
+    const bool isLiteral = literal.status == RULE_OK;
+    const Outcome host = isLiteral ? literal : ruleHost(*split.host);
+    const int32_t status = host.statusAt(capacity);
+    if (status == RULE_ERR_BUFFER_SMALL) {
+        setTooSmall(2, fields);
+    } else if (status != RULE_OK) {
+        fields.status = status;
+    } else if (!host.text.empty() && (ipv6Enabled || !isLiteral)) {
+        fields.status = RULE_OK;
+        fields.host = host.text;
+    }
+}
+
+void normalizePath(const SplitUrl& split, bool keepCase, size_t capacity,
+                   NormalizedFields& fields) {
+    if (split.rest) {
+        if (split.scheme && !split.host && fields.scheme != "file") {
+            fields.status = RULE_ERR_BAD_RULE;
+            return;
+        }
+        fields.path = urlPath(*split.rest, keepCase).text;
+    } else if (split.host) {
+        fields.path = "/";
+    } else if (fields.scheme.empty()) {
+        fields.status = RULE_ERR_BAD_RULE;
+        return;
+    }
+    if (fields.path.size() > capacity) {
+        setTooSmall(3, fields);
+    }
 }
 
 }  // namespace
@@ -456,52 +504,21 @@ Outcome urlPath(std::string_view rest, bool keepCase) {
 
 NormalizedFields normalizeUrlText(std::string_view text, bool keepCase,
                                   const UrlCapacities& capacities, bool ipv6Enabled) {
-    if (text.empty()) {
-        return failed(RULE_ERR_INVALID_ARG);
-    }
+    NormalizedFields fields{RULE_OK, 0, {}, {}, {}, 0};
     const std::string_view url = trimBlanks(text);
     if (url.empty()) {
-        return failed(RULE_ERR_BAD_RULE);
+        fields.status = text.empty() ? RULE_ERR_INVALID_ARG : RULE_ERR_BAD_RULE;
+        return fields;
     }
     const SplitUrl split = splitUrlText(url);
-    NormalizedFields fields{RULE_OK, 0, {}, {}, {}, 0};
-    if (split.scheme && *split.scheme != "//") {
-        fields.scheme = lowerBytes(split.scheme->substr(0, split.scheme->size() - 3));
-        if (fields.scheme.empty()) {
-            return failed(RULE_ERR_BAD_RULE);
-        }
-        if (fields.scheme.size() > capacities.scheme) {
-            return tooSmall(1);
-        }
+    normalizeScheme(split, capacities.scheme, fields);
+    if (fields.status == RULE_OK && split.host) {
+        normalizeHost(split, capacities.host, ipv6Enabled, fields);
     }
-    if (split.host) {
-        if (split.port == 0 && split.portColon) {
-            return failed(RULE_ERR_BAD_RULE);
-        }
-        fields.port = split.port;
-        const Outcome literal = ipLiteralHost(*split.host);
-        const bool isLiteral = literal.status == RULE_OK;
-        const Outcome host = isLiteral ? literal : ruleHost(*split.host);
-        const int32_t status = host.statusAt(capacities.host);
-        if (status != RULE_OK) {
-            return status == RULE_ERR_BUFFER_SMALL ? tooSmall(2) : failed(status);
-        }
-        if ((isLiteral && !ipv6Enabled) || host.text.empty() || host.text.size() > 255) {
-            return failed(RULE_ERR_BAD_RULE);
-        }
-        fields.host = host.text;
+    if (fields.status == RULE_OK) {
+        normalizePath(split, keepCase, capacities.path, fields);
     }
-    if (split.rest) {
-        if (split.scheme && !split.host && fields.scheme != "file") {
-            return failed(RULE_ERR_BAD_RULE);
-        }
-        fields.path = urlPath(*split.rest, keepCase).text;
-    } else if (split.host) {
-        fields.path = "/";
-    } else if (fields.scheme.empty()) {
-        return failed(RULE_ERR_BAD_RULE);
-    }
-    return fields.path.size() > capacities.path ? tooSmall(3) : fields;
+    return fields;
 }
 
 UrlRuleForm readUrlRule(std::string_view text, size_t capacity, bool ipv6Enabled) {

@@ -154,18 +154,18 @@ class CompoundMatch : public ::testing::Test {
 protected:
     int32_t match(std::string_view numberA, CompoundFlow& flow, bool wantsListValue = true) {
         const std::string rule = "7;3;10.0.0.0/8;80;" + std::string(numberA) + ";9";
-        group_ = buildRuleGroup(*makeSet({{rule}}));
-        return matchCompound(group_.get(), &flow, wantsListValue, &result_);
+        group = buildRuleGroup(*makeSet({{rule}}));
+        return matchCompound(group.get(), &flow, wantsListValue, &hit);
     }
 
-    RuleGroupHandle group_;
-    MatchResult result_{};
+    RuleGroupHandle group;
+    MatchResult hit{};
 };
 
 TEST_F(CompoundMatch, NeedsEveryCondition) {
     CompoundFlow flow = coveredFlow();
     EXPECT_EQ(1, match("2", flow));
-    EXPECT_EQ(1, result_.ruleIndex);
+    EXPECT_EQ(1, hit.ruleIndex);
     EXPECT_EQ(9, flow.outNumber);
 
     flow = coveredFlow();
@@ -231,28 +231,28 @@ TEST_F(CompoundMatch, WritesWhatNumberAAsksFor) {
     EXPECT_EQ(1, flow.outMark);
 }
 
-TEST_F(CompoundMatch, ReportsTheFirstRuleThatCovers) {
+TEST(CompoundLookup, ReportsTheFirstRuleThatCovers) {
     CompoundFlow flow = coveredFlow();
-    MatchResult result{};
+    MatchResult hit{};
     const RuleGroupHandle group =
         buildRuleGroup(*makeSet({{"8;*;*;*;0;0"}, {"7;*;*;*;0;0"}, {"*;*;*;*;0;0"}}));
-    EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &result));
-    EXPECT_EQ(2, result.ruleIndex);
+    EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &hit));
+    EXPECT_EQ(2, hit.ruleIndex);
     flow.value32 = 9;
-    EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &result));
-    EXPECT_EQ(3, result.ruleIndex);
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(nullptr, &flow, true, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(group.get(), nullptr, true, &result));
+    EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &hit));
+    EXPECT_EQ(3, hit.ruleIndex);
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(nullptr, &flow, true, &hit));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(group.get(), nullptr, true, &hit));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(group.get(), &flow, true, nullptr));
 }
 
-TEST_F(CompoundMatch, TestsRulesThatLetEverythingThroughToo) {
+TEST(CompoundLookup, TestsRulesThatLetEverythingThroughToo) {
     // matchesAll does not ask for field 4.
     CompoundFlow flow = coveredFlow();
-    MatchResult result{};
+    MatchResult hit{};
     const RuleGroupHandle group = buildRuleGroup(*makeSet({{"*;*;*;81;0;0"}}));
     EXPECT_EQ(1, group->compoundTable->entries->matchesAll);
-    EXPECT_EQ(0, matchCompound(group.get(), &flow, true, &result));
+    EXPECT_EQ(0, matchCompound(group.get(), &flow, true, &hit));
 }
 
 }  // namespace

@@ -340,11 +340,8 @@ TEST(HostName, TurnsTheDottedCapitalIIntoAPlainI) {
 }
 
 TEST(HostName, RefusesBadUtf8) {
-    for (const std::string_view name :
-         {"a\xC3.com", "\x80",
-          "a\xBF"
-          "b",
-          "\xF8\x88\x80\x80\x80", "\xE6\x97.com", "\xF0\x9F\x92", "%c3", "%c3.%bc"}) {
+    for (const std::string_view name : {"a\xC3.com", "\x80", "a\xBF-b", "\xF8\x88\x80\x80\x80",
+                                        "\xE6\x97.com", "\xF0\x9F\x92", "%c3", "%c3.%bc"}) {
         EXPECT_EQ(RULE_ERR_BAD_RULE, strictForm(name).status) << name;
     }
 }
