@@ -367,7 +367,7 @@ TEST(NormalizeUrlApi, ChecksItsArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_normalize_URL(nullptr, 1, &empty));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_normalize_URL("a", 0, &empty));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_normalize_URL("a", 1, nullptr));
-    for (const size_t missing : {0, 1, 2}) {
+    for (const size_t missing : {size_t{0}, size_t{1}, size_t{2}}) {
         Record record;
         (missing == 0   ? record.url().scheme
          : missing == 1 ? record.url().host

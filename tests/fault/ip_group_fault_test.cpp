@@ -1,5 +1,6 @@
 // Groups of IP rules when memory runs out.
 #include <ruleset.h>
+#include <ruleset_static.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -10,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ruleset_static.h>
 #include "core/hash_table.h"
 #include "core/list.h"
 #include "core/memory.h"
