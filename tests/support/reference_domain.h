@@ -73,7 +73,7 @@ public:
 private:
     using Names = std::unordered_map<std::string, uint32_t>;
 
-    // Whether an earlier rule of the same kind has the name, or none ever can.
+    // Whether an earlier rule of the same kind has the name.
     bool isSuperfluous(const ReferenceDomainRule& rule) const;
     const Names& namesLike(const ReferenceDomainRule& rule) const {
         return rule.isWildcard ? wildcardNames_ : exactNames_;

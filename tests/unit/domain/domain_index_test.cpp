@@ -64,7 +64,7 @@ TEST(WireName, HasNoEmptyLabels) {
 }
 
 TEST(WireName, HasLabelsOfAtMost255Bytes) {
-    for (const size_t length : {63, 64, 127, 128, 255}) {
+    for (const size_t length : {63U, 64U, 127U, 128U, 255U}) {
         SCOPED_TRACE(length);
         const WireName wireName = wireNameOf(std::string(length, 'a') + ".b");
         ASSERT_TRUE(wireName.isValid);

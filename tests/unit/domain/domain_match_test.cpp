@@ -233,7 +233,7 @@ TEST(DomainMatch, RefusesNullAndEmptyArguments) {
 
 TEST(DomainMatch, TakesLabelsOfUpTo255Bytes) {
     const RuleGroupHandle group = makeDomainGroup({{"*.com"}, {"*"}});
-    for (const size_t length : {63, 64, 65, 127, 128, 200, 254, 255}) {
+    for (const size_t length : {63U, 64U, 65U, 127U, 128U, 200U, 254U, 255U}) {
         const std::string label(length, 'a');
         EXPECT_EQ(1, winnerOf(*group, label + ".com")) << length;
         EXPECT_EQ(1, winnerOf(*group, "x." + label + ".com")) << length;
@@ -246,7 +246,8 @@ TEST(DomainMatch, TakesLabelsOfUpTo255Bytes) {
 
 TEST(DomainMatch, TakesNamesOfAnyLength) {
     const RuleGroupHandle group = makeDomainGroup({{"*.com"}});
-    for (const size_t labels : {127, 128, 1000, 4086, 4087, 4088, 4094, 4095, 4096, 20000}) {
+    for (const size_t labels :
+         {127U, 128U, 1000U, 4086U, 4087U, 4088U, 4094U, 4095U, 4096U, 20000U}) {
         EXPECT_EQ(1, winnerOf(*group, repeat("a.", labels) + "com")) << labels;
         EXPECT_EQ(0, winnerOf(*group, repeat("a.", labels) + "org")) << labels;
     }

@@ -141,7 +141,7 @@ TEST(DomainRule, HasAtMost255BytesInAll) {
     expectRule(nameOfLength(255), 0, nameOfLength(255));
     EXPECT_EQ(RULE_ERR_BAD_RULE, parse(nameOfLength(256)).status);
     expectRule("*." + nameOfLength(253), DOMAIN_RULE_WILDCARD, "*." + nameOfLength(253));
-    for (const size_t length : {254, 255, 256}) {
+    for (const size_t length : {254U, 255U, 256U}) {
         EXPECT_EQ(RULE_ERR_BAD_RULE, parse("*." + nameOfLength(length)).status) << length;
     }
 }

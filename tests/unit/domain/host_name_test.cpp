@@ -156,7 +156,7 @@ TEST(HostLabel, HasOneTo63Bytes) {
     expectOk("a", normalizeLabel("A", false));
     expectOk(std::string(63, 'a'), normalizeLabel(std::string(63, 'A'), false));
     expectOk(std::string(63, 'a'), normalizeLabel(repeat("%41", 63), false));
-    for (const size_t length : {64, 255, 256, 1000}) {
+    for (const size_t length : {64U, 255U, 256U, 1000U}) {
         EXPECT_EQ(RULE_ERR_BAD_RULE, normalizeLabel(std::string(length, 'a'), false).status);
         EXPECT_EQ(RULE_ERR_BAD_RULE, normalizeLabel(repeat("%61", length), false).status);
     }
@@ -545,7 +545,7 @@ TEST(MatchHost, RefusesNoSyntax) {
 
 TEST(MatchHost, HasNoLimits) {
     // Deliberate: labels of 64 bytes and more, and names of 256 and more, are copied.
-    for (const size_t length : {63, 64, 255, 256, 5000}) {
+    for (const size_t length : {63U, 64U, 255U, 256U, 5000U}) {
         expectOk(std::string(length, 'a') + ".com",
                  matchForm(std::string(length, 'A') + ".com", 6000));
     }

@@ -229,7 +229,7 @@ TEST(UrlScratch, HasFourBytesForEachUpTo1024) {
 
 TEST(UrlScratch, IsEnoughForEncodedHosts) {
     // 8 bytes for the 3 of every label; it is the text of the URL that counts.
-    for (const size_t labels : {1, 31, 32, 341}) {
+    for (const size_t labels : {1U, 31U, 32U, 341U}) {
         const std::string url = repeat("\xC3\xBC.", labels) + "/x";
         EXPECT_EQ(RULE_OK, parse(url, urlScratchSize(size32(url))).status) << labels;
     }
