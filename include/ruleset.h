@@ -191,16 +191,18 @@ RS_API int32_t rs_delRuleSet(RuleSet** set) RS_NOEXCEPT;
  * freed; the group does not refer to it.
  *   set   the rules; an empty set gives a group in which nothing matches
  *   out   receives the group; the caller frees it with rs_delRuleGroup
- * A rule that an equal earlier rule makes superfluous does not enter the group: its userData is
- * handed back during the call, and only in the first build of the set.
+ * An IP or domain rule that an equal earlier rule makes superfluous does not enter the group: its
+ * userData is handed back during the call, for IP rules only in the first build of the set. A domain
+ * or URL rule that memory runs out for is left out.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG when set or out is null; RULE_ERR_BAD_TYPE when the set's
  * type is outside 1..7; RULE_ERR_NO_MEMORY when the build fails, whatever the reason. A failed build
  * has handed back the userData of the rules that had entered the unfinished group. */
 RS_API int32_t rs_buildRuleGroup(RuleSet* set, RuleGroup** out) RS_NOEXCEPT;
 
 /* Drops the caller's reference to a group and sets *group to null. With the last reference the
- * group is freed and every userData that it holds is handed back. No thread may be matching in the
- * group then.
+ * group is freed and every userData that it holds is handed back; but of a block of domain rules
+ * whose names share a bucket only that of the first, and never that of the domain rule "*". No thread
+ * may be matching in the group then.
  * Returns RULE_OK, also when *group is null; RULE_ERR_INVALID_ARG when group is null.
  * Cost: linear in the number of rules. */
 RS_API int32_t rs_delRuleGroup(RuleGroup** group) RS_NOEXCEPT;
