@@ -239,7 +239,8 @@ RS_API int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family, con
  * Returns 1 when a rule covers the name, 0 when none does; RULE_ERR_INVALID_ARG for a null group,
  * name or result, a zero length, a group without domain rules' index, and a name that has no labels
  * or an empty one ("a..b") or one over 255 bytes; RULE_ERR_BUFFER_SMALL when the canonical name
- * exceeds 8191 bytes; RULE_ERR_NO_MEMORY, for names over 8000 bytes only.
+ * exceeds both 8191 bytes and the name as given by more than 16; RULE_ERR_NO_MEMORY, for names over
+ * 8000 bytes only.
  * Any number of threads may match in one group. Names of ordinary length allocate nothing.
  * Cost: the name and each of its suffixes are hashed and probed once. */
 RS_API int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const char* name,

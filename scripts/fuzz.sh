@@ -16,8 +16,12 @@ for fuzzer in "${fuzzers[@]}"; do
     mkdir -p "$found" "$findings"
 
     arguments=(-max_total_time="$seconds" -timeout=10 -print_final_stats=1 -artifact_prefix="$findings/")
-    if [[ -f fuzz/$entry.dict ]]; then
-        arguments+=(-dict="fuzz/$entry.dict")
+    dictionary=fuzz/host.dict
+    if [[ $entry == *url* ]]; then
+        dictionary=fuzz/url.dict
+    fi
+    if [[ -f $dictionary ]]; then
+        arguments+=(-dict="$dictionary")
     fi
     corpora=("$found")
     if [[ -d fuzz/corpus/$entry ]]; then
