@@ -312,26 +312,12 @@ void freeAddressRanges(AddressRange** head) noexcept {
 
 CompoundRuleRecord* makeCompoundRule(const char* text, uint32_t length, const RuleValues& values,
                                      int32_t* status) noexcept {
-    Owned<CompoundRuleRecord, freeCompoundRecord> record(allocateRecord<CompoundRuleRecord>());
-    if (!record) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    resetList(record->links);
-    if (parseCompoundRule(text, length, &record->rule) != RULE_OK) {
-        *status = RULE_ERR_BAD_RULE;
-        return nullptr;
-    }
-    record->text = copyRuleText(text, length, 1);
-    if (record->text == nullptr) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    record->rule.ruleValue = values.ruleValue;
-    record->rule.ruleId = values.ruleId;
-    record->rule.userData = values.userData;
-    *status = RULE_OK;
-    return record.release();
+    return makeTextRule<CompoundRuleRecord, freeCompoundRecord>(
+        text, length, 1, status, [&](CompoundRuleRecord& record) noexcept {
+            resetList(record.links);
+            storeRuleValues(values, record.rule);
+            return parseCompoundRule(text, length, &record.rule);
+        });
 }
 
 void freeCompoundRecord(CompoundRuleRecord* record) noexcept {

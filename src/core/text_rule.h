@@ -1,11 +1,13 @@
-// Records of rules that keep their text as it was given.
+// Making the record of a rule from its text: what all rule types do alike.
 #pragma once
 
 #include <ruleset.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <utility>
 
+#include "core/growing_text.h"
 #include "core/memory.h"
 #include "core/rule_set.h"
 
@@ -21,31 +23,53 @@ inline char* copyRuleText(const char* text, uint32_t length, uint32_t padding) n
     return copy;
 }
 
-// Parses a text into a new, zero-filled Rule that keeps a copy of it, with padding zero bytes behind
-// it. parse(record) fills the parsed form. Null, with RULE_ERR_BAD_RULE or RULE_ERR_NO_MEMORY, when
-// that fails: freeRule copes with the record as it is then.
-template <typename Rule, auto freeRule, typename Parse>
-Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding, const RuleValues& values,
-                   int32_t* status, const Parse& parse) noexcept {
+template <typename Holder>
+void storeRuleValues(const RuleValues& values, Holder& holder) noexcept {
+    holder.ruleValue = values.ruleValue;
+    holder.ruleId = values.ruleId;
+    holder.userData = values.userData;
+}
+
+// A new Rule, zero-filled and then filled by fill(record), which answers with a status. Null, with
+// that status or RULE_ERR_NO_MEMORY, when it fails: freeRule copes with the record as it is then.
+template <typename Rule, auto freeRule, typename Fill>
+Rule* makeRuleRecord(int32_t* status, const Fill& fill) noexcept {
     Owned<Rule, freeRule> rule(allocateRecord<Rule>());
-    if (!rule) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    if (parse(*rule) != RULE_OK) {
-        *status = RULE_ERR_BAD_RULE;
-        return nullptr;
-    }
-    rule->text = copyRuleText(text, length, padding);
-    if (rule->text == nullptr) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    rule->ruleValue = values.ruleValue;
-    rule->ruleId = values.ruleId;
-    rule->userData = values.userData;
-    *status = RULE_OK;
-    return rule.release();
+    *status = rule ? fill(*rule) : RULE_ERR_NO_MEMORY;
+    return *status == RULE_OK ? rule.release() : nullptr;
+}
+
+// A new Rule that keeps its text as it was given, with padding zero bytes behind it. parse(record)
+// fills the parsed form; whatever it fails with is RULE_ERR_BAD_RULE.
+template <typename Rule, auto freeRule, typename Parse>
+Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding, int32_t* status,
+                   const Parse& parse) noexcept {
+    return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept {
+        if (parse(rule) != RULE_OK) {
+            return RULE_ERR_BAD_RULE;
+        }
+        rule.text = copyRuleText(text, length, padding);
+        return rule.text == nullptr ? RULE_ERR_NO_MEMORY : RULE_OK;
+    });
+}
+
+// A new Rule that keeps its text in canonical form. parse(record, out, inOutCapacity) fills the
+// parsed form, which points into out, and answers RULE_ERR_BUFFER_SMALL for more room.
+template <typename Rule, auto freeRule, typename Parse>
+Rule* makeCanonicalRule(uint32_t length, const RuleValues& values, int32_t* status,
+                        const Parse& parse) noexcept {
+    return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept {
+        OwnedMemory<char[]> buffer;
+        const int32_t parsed = parseRuleIntoGrowingText(
+            length,
+            [&](char* out, uint32_t* inOutCapacity) noexcept {
+                return parse(rule, out, inOutCapacity);
+            },
+            buffer);
+        rule.text = buffer.release();
+        storeRuleValues(values, rule);
+        return parsed;
+    });
 }
 
 }  // namespace rs

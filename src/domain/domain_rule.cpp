@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "core/growing_text.h"
+#include "core/text_rule.h"
 #include "domain/host_name.h"
 #include "syntax/text_scan.h"
 
@@ -79,24 +79,11 @@ int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* 
 
 DomainRule* makeDomainRule(const char* text, uint32_t length, const RuleValues& values,
                            int32_t* status) noexcept {
-    Owned<DomainRule, freeDomainRule> rule(allocateRecord<DomainRule>());
-    if (!rule) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    OwnedMemory<char[]> buffer;
-    const auto parse = [&](char* out, uint32_t* inOutCapacity) noexcept {
-        return parseDomainRule(text, length, out, inOutCapacity, &rule->rule);
-    };
-    *status = parseRuleIntoGrowingText(length, parse, buffer);
-    if (*status != RULE_OK) {
-        return nullptr;
-    }
-    rule->text = buffer.release();
-    rule->ruleValue = values.ruleValue;
-    rule->ruleId = values.ruleId;
-    rule->userData = values.userData;
-    return rule.release();
+    return makeCanonicalRule<DomainRule, freeDomainRule>(
+        length, values, status,
+        [text, length](DomainRule& rule, char* out, uint32_t* inOutCapacity) noexcept {
+            return parseDomainRule(text, length, out, inOutCapacity, &rule.rule);
+        });
 }
 
 void freeDomainRule(DomainRule* rule) noexcept {

@@ -4,6 +4,7 @@
 
 #include "core/library_option.h"
 #include "core/memory.h"
+#include "core/text_rule.h"
 
 namespace rs {
 
@@ -22,20 +23,11 @@ int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noex
 
 IpRule* makeIpRule(const char* text, uint32_t length, const RuleValues& values,
                    int32_t* status) noexcept {
-    OwnedMemory<IpRule> rule(allocateRecord<IpRule>());
-    if (!rule) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    if (parseIpRule(text, length, &rule->addresses) != RULE_OK) {
-        *status = RULE_ERR_BAD_RULE;
-        return nullptr;
-    }
-    rule->ruleValue = values.ruleValue;
-    rule->ruleId = values.ruleId;
-    rule->userData = values.userData;
-    *status = RULE_OK;
-    return rule.release();
+    return makeRuleRecord<IpRule, freeIpRule>(status, [&](IpRule& rule) noexcept {
+        storeRuleValues(values, rule);
+        const int32_t parsed = parseIpRule(text, length, &rule.addresses);
+        return parsed == RULE_OK ? RULE_OK : RULE_ERR_BAD_RULE;
+    });
 }
 
 void freeIpRule(IpRule* rule) noexcept {

@@ -167,7 +167,8 @@ int32_t parseIpPortRule(const char* text, uint32_t length, IpPortRuleFields* fie
 IpPortRule* makeIpPortRule(const char* text, uint32_t length, const RuleValues& values,
                            int32_t* status) noexcept {
     return makeTextRule<IpPortRule, freeIpPortRule>(
-        text, length, 0, values, status, [text, length](IpPortRule& rule) noexcept {
+        text, length, 0, status, [&](IpPortRule& rule) noexcept {
+            storeRuleValues(values, rule);
             return parseIpPortRule(text, length, &rule.fields);
         });
 }

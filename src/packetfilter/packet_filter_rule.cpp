@@ -130,7 +130,8 @@ int32_t parsePacketFilterRule(const char* text, uint32_t length,
 PacketFilterRule* makePacketFilterRule(const char* text, uint32_t length, const RuleValues& values,
                                        int32_t* status) noexcept {
     return makeTextRule<PacketFilterRule, freePacketFilterRule>(
-        text, length, 0, values, status, [text, length](PacketFilterRule& rule) noexcept {
+        text, length, 0, status, [&](PacketFilterRule& rule) noexcept {
+            storeRuleValues(values, rule);
             return parsePacketFilterRule(text, length, &rule.fields);
         });
 }

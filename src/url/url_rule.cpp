@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <string_view>
 
-#include "core/growing_text.h"
 #include "core/library_option.h"
+#include "core/text_rule.h"
 #include "syntax/ascii.h"
 #include "syntax/ip_range.h"
 #include "syntax/text_scan.h"
@@ -174,24 +174,11 @@ int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inO
 
 UrlRule* makeUrlRule(const char* text, uint32_t length, const RuleValues& values,
                      int32_t* status) noexcept {
-    Owned<UrlRule, freeUrlRule> rule(allocateRecord<UrlRule>());
-    if (!rule) {
-        *status = RULE_ERR_NO_MEMORY;
-        return nullptr;
-    }
-    OwnedMemory<char[]> buffer;
-    const auto parse = [&](char* out, uint32_t* inOutCapacity) noexcept {
-        return parseUrlRule(text, length, out, inOutCapacity, &rule->rule);
-    };
-    *status = parseRuleIntoGrowingText(length, parse, buffer);
-    if (*status != RULE_OK) {
-        return nullptr;
-    }
-    rule->text = buffer.release();
-    rule->ruleValue = values.ruleValue;
-    rule->ruleId = values.ruleId;
-    rule->userData = values.userData;
-    return rule.release();
+    return makeCanonicalRule<UrlRule, freeUrlRule>(
+        length, values, status,
+        [text, length](UrlRule& rule, char* out, uint32_t* inOutCapacity) noexcept {
+            return parseUrlRule(text, length, out, inOutCapacity, &rule.rule);
+        });
 }
 
 void freeUrlRule(UrlRule* rule) noexcept {
