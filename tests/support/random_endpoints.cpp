@@ -56,6 +56,21 @@ std::string randomMask(RandomSource& random) {
     return random.pick(MASKS);
 }
 
+// Prefixes that are refused, and those whose characters count as digits though they are none.
+std::string withOddPrefix(const std::string& text, RandomSource& random) {
+    static const std::vector<std::string> PREFIXES{
+        "1:", "4\t5", "4\n2", "/9?", "9 5", "032", "0", "33", "128", "129", "\"\xC0", "/", "8"};
+    std::string changed = text;
+    size_t at = changed.find('/');
+    if (at == std::string::npos) {
+        at = changed.find(';', static_cast<size_t>(random.below(changed.size() + 1)));
+        at = std::min(at, changed.size());
+        return changed.insert(at, '/' + random.pick(PREFIXES));
+    }
+    const size_t end = std::min(changed.find_first_not_of("0123456789", at + 1), changed.size());
+    return changed.replace(at + 1, end - at - 1, random.pick(PREFIXES));
+}
+
 }  // namespace
 
 RandomEndpoints::RandomEndpoints(int32_t ruleType, uint64_t rangeCount, RandomSource& random)
@@ -104,15 +119,21 @@ AddressRange RandomEndpoints::nextRange() {
         case 6:
             return {address, address + std::min<Number128>(random_.below(4), ~address), false};
         default:
-            if (!random_.oneIn(200)) {
-                return {addressBelow(address, 1), address, false};
-            }
-            // All addresses of a family, and ranges that hold those of both. In wide rules the
-            // mapped space is a range like any other, which fills every block.
-            return isMappedNumber(address) ? AddressRange{FIRST_MAPPED, LAST_MAPPED, false}
-                   : random_.oneIn(2)      ? AddressRange{0, LAST_ADDRESS, false}
-                                           : prefixAt(address, 64 + random_.below32(64));
+            return nextLargeRange(address);
     }
+}
+
+// All addresses of a family, or many that are not mapped ones, when chance has it.
+AddressRange RandomEndpoints::nextLargeRange(Number128 address) {
+    // In wide rules the mapped space is a range like any other, which fills every block.
+    if (isMappedNumber(address) && random_.oneIn(25)) {
+        return {FIRST_MAPPED, LAST_MAPPED, false};
+    }
+    if (!isMappedNumber(address) && random_.oneIn(4)) {
+        return random_.oneIn(2) ? AddressRange{0, LAST_ADDRESS, false}
+                                : prefixAt(address, 64 + random_.below32(64));
+    }
+    return {addressBelow(address, 1), address, false};
 }
 
 // Only ranges between mapped addresses can be written in IPv4 form; others are in IPv6 form.
@@ -218,7 +239,15 @@ std::string mutateEndpointRule(const std::string& text, RandomSource& random) {
     // The last ones have codes near those of digits, below and above.
     constexpr std::string_view BYTES =
         "0123456789;;;;**,,--//..::xXaFtcpTCP \t\r\n!\"#$%&'()+<=>?@";
+    if (random.oneIn(6)) {
+        return withOddPrefix(text, random);
+    }
     std::string mutated = text;
+    const size_t hex = mutated.rfind(";0x");
+    if (hex != std::string::npos && random.oneIn(10)) {
+        mutated[hex + 2] = 'X';
+        return mutated;
+    }
     for (uint64_t count = random.between(1, random.oneIn(4) ? 4 : 1); count > 0; --count) {
         const auto at = static_cast<size_t>(random.below(mutated.size() + 1));
         const auto byte = random.oneIn(40) ? static_cast<char>(random.below(256))

@@ -28,6 +28,7 @@ public:
 
 private:
     AddressRange nextRange();
+    AddressRange nextLargeRange(Number128 address);
     Number128 nextCentre();
     Number128 nextAddress();
     Number128 nextKeyAddress();
