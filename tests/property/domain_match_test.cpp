@@ -1,113 +1,45 @@
 // Compiled groups of domain rules against the walk over the rules one by one.
 #include <ruleset.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <set>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "domain/domain_index.h"
+#include "support/comparison_count.h"
 #include "support/random_names.h"
 #include "support/random_source.h"
 #include "support/reference_domain.h"
-#include "support/release_recorder.h"
-#include "support/rule_handles.h"
+#include "support/rule_pair.h"
 #include "support/text.h"
 
 namespace rs::test {
 
 namespace {
 
-// The same rules in a set of the library and in the reference.
-class RulePair {
-public:
-    explicit RulePair(size_t mostRules) : set_(newRuleSet(RULE_TYPE_FQDN)), tokens_(mostRules) {}
+using Rules = RulePair<ReferenceDomainRules, RULE_TYPE_FQDN>;
 
-    // Some texts are refused, by both.
-    void add(const std::string& text, RandomSource& random) {
-        const auto position = static_cast<uint32_t>(texts_.size() + 1);
-        void* userData = random.oneIn(8) ? nullptr : &tokens_[position - 1];
-        const uint32_t ruleValue = random.bits32();
-        const ExactText exact(text);
-        const int32_t expected = reference_.add(text, ruleValue, 1000 + position, userData);
-        ASSERT_EQ(expected, rs_addRuleToRuleSetEx(set_.get(), exact.data(), exact.size(), ruleValue,
-                                                  1000 + position, userData))
-            << ::testing::PrintToString(text);
-        if (expected == RULE_OK) {
-            texts_.push_back(text);
-        }
-    }
-
-    // Builds a group, lets useGroup ask it, deletes it, and compares what went back to the host.
-    template <typename UseGroup>
-    void checkBuild(const UseGroup& useGroup) {
-        ReleaseRecorder recorder;
-        ASSERT_EQ(RULE_OK, recorder.registerOn(*set_));
-        RuleGroupHandle group = buildRuleGroup(*set_);
-        ASSERT_NE(nullptr, group);
-        EXPECT_EQ(reference_.handedBackAtBuild(), recorder.order()) << describe();
-        recorder.clear();
-        useGroup(*group);
-        group.reset();
-        const std::vector<void*> expected = reference_.handedBackAtDelete();
-        EXPECT_EQ(std::multiset<void*>(expected.begin(), expected.end()),
-                  std::multiset<void*>(recorder.order().begin(), recorder.order().end()))
-            << describe();
-    }
-
-    const ReferenceDomainRules& reference() const { return reference_; }
-    const std::vector<std::string>& texts() const { return texts_; }
-
-    std::string describe() const {
-        std::ostringstream text;
-        text << texts_.size() << " rules";
-        for (size_t i = 0; i < texts_.size() && i < 40; ++i) {
-            text << '\n' << i + 1 << ' ' << ::testing::PrintToString(texts_[i]);
-        }
-        return text.str();
-    }
-
-private:
-    RuleSetHandle set_;
-    ReferenceDomainRules reference_;
-    std::vector<std::string> texts_;
-    std::vector<char> tokens_;
-};
-
-void expectAnswer(const DomainAnswer& expected, const RuleGroup& group, std::string_view name,
-                  const RulePair& pair) {
-    const ExactText text(name);
-    MatchResult result{77, 77, 77, nullptr};
-    const int32_t status =
-        rs_matchDomainNameWithRuleGroup(&group, text.data(), text.size(), &result);
-    bool isSame = status == expected.status;
-    if (isSame && status == 1) {
-        isSame = result.ruleIndex == expected.winner->ruleIndex &&
-                 result.ruleValue == expected.winner->ruleValue &&
-                 result.ruleId == expected.winner->ruleId &&
-                 result.userData == expected.winner->userData;
-    } else if (isSame && status == 0) {
-        isSame = result.ruleIndex == 0;
-    }
-    ASSERT_TRUE(isSame) << ::testing::PrintToString(std::string(name)) << ": status " << status
-                        << " and not " << expected.status << ", rule " << result.ruleIndex
-                        << " and not "
-                        << (expected.winner == nullptr ? 0 : expected.winner->ruleIndex) << "; "
-                        << pair.describe();
+// Against the walk over the rules.
+void checkKey(const RuleGroup& group, const std::string& key, const Rules& pair) {
+    expectSameAnswer(pair, group, key, rs_matchDomainNameWithRuleGroup,
+                     [](const ReferenceDomainRules& reference, const std::string& text) {
+                         return reference.find(text);
+                     });
+    EXPECT_EQ(pair.reference().find(key).winner, pair.reference().findByIndex(key).winner)
+        << ::testing::PrintToString(key);
+    countComparisons("rs_matchDomainNameWithRuleGroup");
 }
 
-void checkKey(const RuleGroup& group, const std::string& name, const RulePair& pair) {
-    const DomainAnswer expected = pair.reference().find(name);
-    expectAnswer(expected, group, name, pair);
-    const DomainAnswer indexed = pair.reference().findByIndex(name);
-    EXPECT_EQ(expected.winner, indexed.winner) << ::testing::PrintToString(name);
-    EXPECT_EQ(expected.status, indexed.status) << ::testing::PrintToString(name);
+// Against an index of the rules, for sets that are too large for a walk.
+void checkKeyByIndex(const RuleGroup& group, const std::string& key, const Rules& pair) {
+    expectSameAnswer(pair, group, key, rs_matchDomainNameWithRuleGroup,
+                     [](const ReferenceDomainRules& reference, const std::string& text) {
+                         return reference.findByIndex(text);
+                     });
+    countComparisons("rs_matchDomainNameWithRuleGroup");
 }
 
 // A name where the rules are: of a rule, or below one.
@@ -161,7 +93,7 @@ std::string sameHashName(RandomSource& random) {
 TEST(DomainMatchProperty, OfSmallSetsAgreesWithReference) {
     forEachCase(4000, [](RandomSource& random) {
         const size_t count = static_cast<size_t>(random.between(1, random.oneIn(10) ? 60 : 12));
-        RulePair pair(2 * count + 2);
+        Rules pair(2 * count + 2);
         for (size_t i = 0; i < count; ++i) {
             const std::string text = randomDomainRule(random);
             pair.add(text, random);
@@ -182,7 +114,7 @@ TEST(DomainMatchProperty, OfSmallSetsAgreesWithReference) {
 TEST(DomainMatchProperty, OfOneCrowdedBucketAgreesWithReference) {
     forEachCase(300, [](RandomSource& random) {
         const size_t count = static_cast<size_t>(random.between(1, random.oneIn(2) ? 30 : 300));
-        RulePair pair(count);
+        Rules pair(count);
         for (size_t i = 0; i < count; ++i) {
             pair.add((random.oneIn(3) ? "*." : "") + sameHashName(random), random);
         }
@@ -199,7 +131,7 @@ TEST(DomainMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
         RandomSource random(propertySeed() + size);
         SCOPED_TRACE(::testing::Message() << "RULESET_PROPERTY_SEED=" << propertySeed());
         const auto count = static_cast<size_t>(propertyCases(size));
-        RulePair pair(count);
+        Rules pair(count);
         for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
             pair.add(largeSetRule(random), random);
         }
@@ -213,7 +145,7 @@ TEST(DomainMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
                 if (i < 200) {
                     checkKey(group, name, pair);
                 } else {
-                    expectAnswer(pair.reference().findByIndex(name), group, name, pair);
+                    checkKeyByIndex(group, name, pair);
                 }
             }
         });
@@ -233,7 +165,7 @@ TEST(DomainMatchProperty, OfLongTextsAgreesWithReference) {
             name += label;
         }
         name += random.oneIn(2) ? "com" : "com.";
-        RulePair pair(4);
+        Rules pair(4);
         pair.add("*.com", random);
         pair.add(name, random);
         pair.add("*." + name, random);

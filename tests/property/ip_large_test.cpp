@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "ip/ip_match.h"
+#include "support/comparison_count.h"
 #include "support/expected_match.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
@@ -140,6 +141,7 @@ void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View
     const AddressBytes bytes = bytesOf(address);
     MatchResult result = untouchedResult();
     int32_t status = rs_matchIPRuleGroupEx(&group, 6, bytes.data(), &result);
+    countComparisons("rs_matchIPRuleGroupEx, family 6");
     if (!isExpectedMatch(ipv6View.winnerAt(address), status, result)) {
         ADD_FAILURE() << "family 6 of " << ::testing::PrintToString(bytes) << " names rule "
                       << result.ruleIndex;
@@ -147,6 +149,7 @@ void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View
     if (isMappedNumber(address)) {
         result = untouchedResult();
         status = rs_matchIPRuleGroup(&group, static_cast<uint32_t>(address), &result);
+        countComparisons("rs_matchIPRuleGroup");
         if (!isExpectedMatch(ipv4View.winnerAt(address), status, result)) {
             ADD_FAILURE() << "IPv4 of " << ::testing::PrintToString(bytes) << " names rule "
                           << result.ruleIndex;

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/comparison_count.h"
 #include "support/expected_match.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
@@ -70,12 +71,12 @@ public:
     void checkLookups(const RuleGroup& group, Number128 address, uint32_t ruleValue) const {
         const AddressBytes bytes = bytesOf(address);
         const ReferenceRule* winner = reference_.findIpv6(address);
-        checkHit("family 6", address, winner, [&](MatchResult* result) {
+        checkHit("rs_matchIPRuleGroupEx, family 6", address, winner, [&](MatchResult* result) {
             return rs_matchIPRuleGroupEx(&group, 6, bytes.data(), result);
         });
         const Address128 words = wordsOf(address);
         winner = reference_.findIpv6(address, ruleValue);
-        checkHit("128 bits, one value", address, winner, [&](MatchResult* result) {
+        checkHit("matchIpv6WithValue", address, winner, [&](MatchResult* result) {
             return matchIpv6WithValue(&group, words, ruleValue, result);
         });
         if (!isMappedNumber(address)) {
@@ -83,13 +84,13 @@ public:
         }
         const auto ipv4 = static_cast<uint32_t>(address);
         winner = reference_.findIpv4(ipv4);
-        checkHit("number", address, winner,
+        checkHit("rs_matchIPRuleGroup", address, winner,
                  [&](MatchResult* result) { return rs_matchIPRuleGroup(&group, ipv4, result); });
-        checkHit("family 4", address, winner, [&](MatchResult* result) {
+        checkHit("rs_matchIPRuleGroupEx, family 4", address, winner, [&](MatchResult* result) {
             return rs_matchIPRuleGroupEx(&group, 4, bytes.data() + 12, result);
         });
         winner = reference_.findIpv4(ipv4, ruleValue);
-        checkHit("32 bits, one value", address, winner, [&](MatchResult* result) {
+        checkHit("matchIpv4WithValue", address, winner, [&](MatchResult* result) {
             return matchIpv4WithValue(&group, ipv4, ruleValue, result);
         });
     }
@@ -100,6 +101,7 @@ private:
                   const Match& match) const {
         MatchResult result = untouchedResult();
         const int32_t status = match(&result);
+        countComparisons(lookup);
         if (isExpectedMatch(winner, status, result)) {
             return;
         }

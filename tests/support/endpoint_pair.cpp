@@ -1,12 +1,11 @@
 #include "support/endpoint_pair.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
+#include "support/comparison_count.h"
 #include "support/text.h"
 
 namespace rs::test {
@@ -19,11 +18,7 @@ constexpr size_t MOST_RULES_SHOWN = 40;
 }  // namespace
 
 ComparisonCount::~ComparisonCount() {
-    if (std::getenv("RULESET_PROPERTY_CASES") != nullptr) {
-        std::printf("%s: %llu comparisons, a rule found in %llu of them\n", lookup_,
-                    static_cast<unsigned long long>(compared_),
-                    static_cast<unsigned long long>(found_));
-    }
+    countComparisons(lookup_, compared_);
 }
 
 EndpointPair::EndpointPair(int32_t ruleType, size_t mostRules)

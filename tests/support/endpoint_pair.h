@@ -28,8 +28,7 @@ public:
     Ipv6Option& operator=(const Ipv6Option&) = delete;
 };
 
-// How often a lookup agreed with the reference, and how often it found a rule. Written to the log
-// when RULESET_PROPERTY_CASES asks for a certain number of cases.
+// How often a lookup agreed with the reference, and how often it found a rule.
 class ComparisonCount {
 public:
     explicit ComparisonCount(const char* lookup) : lookup_(lookup) {}

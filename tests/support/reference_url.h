@@ -116,7 +116,8 @@ public:
     // The same answer by way of an index of the hosts, for large sets.
     UrlAnswer findByIndex(std::string_view url) const;
 
-    // The userData that the deletion of a group hands back, in no order. A build hands none back.
+    // A build hands no userData back; the deletion of a group does, in no order.
+    static std::vector<void*> handedBackAtBuild() { return {}; }
     std::vector<void*> handedBackAtDelete() const;
 
     const std::vector<ReferenceUrlRule>& rules() const { return rules_; }
