@@ -175,10 +175,17 @@ std::string RandomEndpoints::nextText() {
     // Texts of one family are in the form without IPv6 or wide throughout; where both families meet
     // a packet filter rule is refused.
     const bool asIpv6 = random_.below(4) >= ipv4Share_;
-    const std::string first = nextAddresses(asIpv6) + ';' + nextPorts() + ';';
-    const std::string both = first + nextAddresses(asIpv6) + ';' + nextPorts();
-    return ruleType_ == RULE_TYPE_IP_PORT ? both + ';' + randomMask(random_)
-                                          : (random_.oneIn(4) ? "TcP;" : "tcp;") + both;
+    // Piece by piece, so that every compiler draws the numbers in this order.
+    std::string text;
+    for (int endpoint = 0; endpoint < 2; ++endpoint) {
+        text += nextAddresses(asIpv6);
+        text += ';' + nextPorts() + ';';
+    }
+    if (ruleType_ == RULE_TYPE_IP_PORT) {
+        return text + randomMask(random_);
+    }
+    text.pop_back();
+    return (random_.oneIn(4) ? "TcP;" : "tcp;") + text;
 }
 
 std::string RandomEndpoints::nextRule() {
@@ -291,7 +298,9 @@ std::string longEndpointRule(int32_t ruleType, uint64_t length, RandomSource& ra
         list += ",1";
     }
     list += head.size() + list.size() + tail.size() < length ? "0" : "";
-    return randomBlanks(random) + head + list + tail + randomBlanks(random);
+    std::string text = randomBlanks(random);
+    text += head + list + tail;
+    return text + randomBlanks(random);
 }
 
 }  // namespace rs::test
