@@ -108,13 +108,30 @@ TEST(AddedRule, IsCheckedInOrder) {
     }
 }
 
-TEST(AddedRule, IsCountedUpToTheLastNumber) {
-    const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
-    set->ipRules.ruleCount = UINT32_MAX - 1;
-    EXPECT_EQ(RULE_OK, addRule(*set, "10.0.0.1", 1, 1));
-    EXPECT_EQ(UINT32_MAX, set->ipRules.ruleCount);
-    EXPECT_EQ(RULE_ERR_SET_FULL, addRule(*set, "10.0.0.1", 1, 1));
-    EXPECT_EQ(UINT32_MAX, set->ipRules.ruleCount);
+TEST(AddedRule, OfEveryTypeIsCountedUpToTheLastNumber) {
+    struct {
+        int32_t type;
+        RuleList RuleSet::*list;
+        std::string_view text;
+    } const ROWS[] = {
+        {RULE_TYPE_IP, &RuleSet::ipRules, "10.0.0.1"},
+        {RULE_TYPE_IP_ALT, &RuleSet::ipRules, "10.0.0.1"},
+        {RULE_TYPE_FQDN, &RuleSet::domainRules, "example.com"},
+        {RULE_TYPE_URL, &RuleSet::urlRules, "example.com/a"},
+        {RULE_TYPE_PACKET_FILTER, &RuleSet::packetFilterRules, "tcp;*;*;*;*"},
+        {RULE_TYPE_IP_PORT, &RuleSet::ipPortRules, "*;*;*;*;1"},
+        {RULE_TYPE_COMPOUND, &RuleSet::compoundRules, "*;*;*;*;0;0"},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.type);
+        const RuleSetHandle set = newRuleSet(row.type);
+        RuleList& list = (*set).*row.list;
+        list.ruleCount = UINT32_MAX - 1;
+        EXPECT_EQ(RULE_OK, addRule(*set, row.text, 1, 1));
+        EXPECT_EQ(UINT32_MAX, list.ruleCount);
+        EXPECT_EQ(RULE_ERR_SET_FULL, addRule(*set, row.text, 1, 1));
+        EXPECT_EQ(UINT32_MAX, list.ruleCount);
+    }
 }
 
 TEST(AddedRule, MeetsOnlyTheLimitOfItsOwnList) {
