@@ -1,23 +1,53 @@
 #include "explain.h"
 
+#include <algorithm>
 #include <new>
+#include <numeric>
+#include <vector>
 
 namespace cli {
 
 namespace {
 
-// A group of the rules from first on. Their numbers do not matter here.
-OwnedRuleGroup buildFrom(const RuleKind& kind, const RuleBook& book, uint32_t first) {
-    const OwnedRuleSet set = newRuleSet(kind);
-    for (uint32_t i = first; i <= book.ruleCount(); ++i) {
-        const std::string_view rule = book.text(i);
+using RuleIndexes = std::vector<uint32_t>;
+
+void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
+    for (const uint32_t ruleIndex : rules) {
+        const std::string_view rule = book.text(ruleIndex);
         // Every rule of the book was accepted before.
-        if (rs_addRuleToRuleSet(set.get(), rule.data(), static_cast<uint32_t>(rule.size()), 0, 1) !=
+        if (rs_addRuleToRuleSet(&set, rule.data(), static_cast<uint32_t>(rule.size()), 0, 1) !=
             RULE_OK) {
             throw std::bad_alloc();
         }
     }
-    return buildRuleGroup(*set);
+}
+
+// The rules that cover a key, in rule order: one winner after the other is taken out. None is passed
+// over because a later rule won, as it may where ranges are asked before rules.
+RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std::string_view key) {
+    const RuleKind& kind = *options.kind;
+    RuleIndexes left(book.ruleCount());
+    std::iota(left.begin(), left.end(), 1U);
+    RuleIndexes covering;
+    for (;;) {
+        const OwnedRuleSet set = newRuleSet(kind);
+        addRules(*set, book, left);
+        // How the paths of a host are searched depends on how many there are, so that those taken
+        // out stay, behind all others, where they win only once nothing else does.
+        if (kind.type == RULE_TYPE_URL) {
+            addRules(*set, book, covering);
+        }
+        MatchResult hit{};
+        if (kind.match(buildRuleGroup(*set).get(), key, options.lookup, &hit) != 1 ||
+            hit.ruleIndex > left.size()) {
+            break;
+        }
+        const auto winner = left.begin() + (hit.ruleIndex - 1);
+        covering.push_back(*winner);
+        left.erase(winner);
+    }
+    std::sort(covering.begin(), covering.end());
+    return covering;
 }
 
 void printRule(const char* label, const RuleBook& book, uint32_t ruleIndex, Output& output) {
@@ -46,17 +76,10 @@ int explainKey(const MatchOptions& options, const RuleGroup& group, const RuleBo
     output.write("key\t");
     output.write(kind.canonicalKey(key));
     output.endLine();
-    MatchResult hit = winner;
-    for (uint32_t first = 1; status == 1 && first <= book.ruleCount();) {
-        const OwnedRuleGroup rest = buildFrom(kind, book, first);
-        if (kind.match(rest.get(), key, options.lookup, &hit) != 1) {
-            break;
-        }
-        const uint32_t ruleIndex = first + hit.ruleIndex - 1;
-        printRule("covers", book, ruleIndex, output);
-        first = ruleIndex + 1;
-    }
     if (status == 1) {
+        for (const uint32_t ruleIndex : coveringRules(options, book, key)) {
+            printRule("covers", book, ruleIndex, output);
+        }
         printRule("winner", book, winner.ruleIndex, output);
     } else {
         output.write("winner\tnone");
