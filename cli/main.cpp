@@ -34,13 +34,24 @@ void addIpv6Flag(CLI::App& command) {
         "Take IPv4 addresses only in rules");
 }
 
+// Positional arguments, taken as they are written. CLI11 would read "[::1]" as a list and take the
+// brackets off, but does so only where it allows extra arguments. So none are: as many are expected
+// as there can be, and take_all does not insist on them.
+void addTexts(CLI::App& command, const char* name, std::vector<std::string>& texts,
+              const char* description) {
+    command.add_option(name, texts, description)
+        ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
+        ->take_all()
+        ->allow_extra_args(false);
+}
+
 void describeMatch(CLI::App& command, cli::MatchOptions& options) {
     addTypeOption(command, options.kind);
     command.add_option("-r,--rules", options.ruleFiles, "Rule file; may be given several times")
         ->required()
         ->take_all()
         ->allow_extra_args(false);
-    command.add_option("KEY", options.keys, "Keys; without any, the lines of standard input");
+    addTexts(command, "KEY", options.keys, "Keys; without any, the lines of standard input");
     command.add_flag("-v,--invert-match", options.invert, "Print the keys that no rule covers");
     command.add_flag("-c,--count", options.countOnly, "Print only how many keys are selected");
     command.add_flag("-q,--quiet", options.isQuiet,
@@ -66,7 +77,7 @@ void describeCheck(CLI::App& command, cli::CheckOptions& options) {
 }
 
 void describeNormalize(CLI::App& command, cli::NormalizeOptions& options) {
-    command.add_option("URL", options.urls, "URLs; without any, the lines of standard input");
+    addTexts(command, "URL", options.urls, "URLs; without any, the lines of standard input");
     command.add_flag("--json", options.asJson, "Print one JSON object a line");
     command.add_flag("--keep-case", options.keepCase, "Keep the letter case of paths");
 }

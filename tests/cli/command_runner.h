@@ -22,7 +22,8 @@ struct CommandResult {
 class CommandTest : public ::testing::Test {
 protected:
     CommandTest() {
-        std::string name = (std::filesystem::temp_directory_path() / "ruleset_cli_XXXXXX").string();
+        const std::string pattern = "ruleset_cli_" + std::string(6, 'X');
+        std::string name = (std::filesystem::temp_directory_path() / pattern).string();
         folder = mkdtemp(name.data());
     }
     ~CommandTest() override { std::filesystem::remove_all(folder); }
