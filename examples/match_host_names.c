@@ -24,19 +24,19 @@ typedef struct Rule {
 
 static const Rule RULES[] = {
     {"www.example.com", 1, 100},
-    {"*.example.com", 2, 200},  /* every name below, but not example.com itself */
-    {"w*.example.com", 2, 300}, /* refused: a star stands alone or before a dot */
-    {"B\xC3\xBC"
-     "cher.example",
-     3, 400}, /* UTF-8; stored as xn--bcher-kva.example */
+    {"*.example.com", 2, 200},         /* every name below, but not example.com itself */
+    {"w*.example.com", 2, 300},        /* refused: a star stands alone or before a dot */
+    {"B\303\274cher.example", 3, 400}, /* UTF-8; stored as xn--bcher-kva.example */
 };
 
 static const char* const NAMES[] = {
-    "WWW.Example.com.", /* two rules cover it, in every spelling; the one added first wins */
-    "mail.example.com",    "a.b.example.com",
-    "example.com",         "xn--bcher-kva.example", /* a name as it stands in the DNS */
-    "B%C3%BCCHER.example",                          /* the same name, as it may stand in a URL */
-    "a..example.com",                               /* an empty label */
+    "WWW.Example.com.",      /* two rules cover it, in every spelling; the one added first wins */
+    "mail.example.com",      /* one rule does */
+    "a.b.example.com",       /* the same one, at any depth */
+    "example.com",           /* no rule */
+    "xn--bcher-kva.example", /* a name as it stands in the DNS */
+    "B%C3%BCCHER.example",   /* the same name, as it may stand in a URL */
+    "a..example.com",        /* an empty label */
 };
 
 /* Compiles RULES; null when that fails. */
