@@ -9,17 +9,21 @@
 //                    each range must be found, under its own id
 //     KEYS, ANSWERS  addresses, and what the command answered for them; the first COUNT are checked
 //
-// An answer is a line of KEY TAB RULE TAB PLACE TAB VALUE TAB ID, and an address without a rule has
-// none. Prints what it counted; the exit status is 1 when anything differs.
+// Prints what it counted; the exit status is 1 when anything differs.
 #include <arpa/inet.h>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <vector>
 
+#include "answers.h"
+
 namespace {
+
+using demo::Answer;
+using demo::nextAnswer;
+using demo::stop;
 
 __extension__ using Number = unsigned __int128;
 
@@ -30,19 +34,6 @@ struct Table {
     std::vector<unsigned long> value;  // of the country
     unsigned long idBefore = 0;        // the id of the rule before the first one
 };
-
-struct Answer {
-    std::string key;
-    unsigned long value = 0;
-    unsigned long id = 0;  // 0: no rule
-};
-
-constexpr uint32_t SHOWN_DIFFERENCES = 10;
-
-[[noreturn]] void stop(const std::string& message) {
-    std::fprintf(stderr, "geoip_check: %s\n", message.c_str());
-    std::exit(2);
-}
 
 Number readIpv6(const std::string& text) {
     in6_addr address{};
@@ -72,34 +63,14 @@ Number readAddress(const std::string& text) {
     return isIpv6(text) ? readIpv6(text) : readIpv4(text);
 }
 
-std::vector<std::string> split(const std::string& line, char separator) {
-    std::vector<std::string> fields(1);
-    for (const char byte : line) {
-        if (byte == separator) {
-            fields.emplace_back();
-        } else {
-            fields.back() += byte;
-        }
-    }
-    return fields;
-}
-
-std::ifstream open(const char* path) {
-    std::ifstream file(path);
-    if (!file) {
-        stop(std::string("cannot read ") + path);
-    }
-    return file;
-}
-
 Table readTable(const char* path) {
     Table table;
-    std::ifstream file = open(path);
+    std::ifstream file = demo::openAnswers(path);
     for (std::string line; std::getline(file, line);) {
         if (line.compare(0, 1, "#") == 0) {
             continue;
         }
-        const std::vector<std::string> fields = split(line, ',');
+        const std::vector<std::string> fields = demo::split(line, ',');
         if (fields.size() != 3 || fields[2].size() != 2) {
             stop(std::string(path) + ": unexpected line " + line);
         }
@@ -124,19 +95,6 @@ Answer scan(const Table& table, const std::string& key) {
     return {key, 0, 0};
 }
 
-// The next answer of the command; one without a key at the end.
-Answer nextAnswer(std::istream& file) {
-    std::string line;
-    if (!std::getline(file, line)) {
-        return {};
-    }
-    const std::vector<std::string> fields = split(line, '\t');
-    if (fields.size() != 5) {
-        stop("unexpected answer: " + line);
-    }
-    return {fields[0], std::stoul(fields[3]), std::stoul(fields[4])};
-}
-
 // Counts the ranges whose first address was not answered with the range itself. An address without an
 // answer is recognised by the next answer being for another one.
 size_t countLostRanges(const Table& table, std::istream& probes, Answer& answer) {
@@ -153,34 +111,6 @@ size_t countLostRanges(const Table& table, std::istream& probes, Answer& answer)
     return lost;
 }
 
-struct Tally {
-    uint32_t checked = 0;
-    uint32_t covered = 0;
-    uint32_t differences = 0;
-};
-
-Tally compareAnswers(const Table& ipv4, const Table& ipv6, std::istream& keys,
-                     std::istream& answers, uint32_t count) {
-    Tally tally;
-    Answer answer = nextAnswer(answers);
-    for (std::string key; tally.checked < count && std::getline(keys, key); ++tally.checked) {
-        const Answer expected = scan(isIpv6(key) ? ipv6 : ipv4, key);
-        const Answer given = answer.key == key ? answer : Answer{key, 0, 0};
-        if (given.id != 0) {
-            answer = nextAnswer(answers);
-        }
-        tally.covered += expected.id != 0 ? 1 : 0;
-        if (given.id == expected.id && given.value == expected.value) {
-            continue;
-        }
-        if (++tally.differences <= SHOWN_DIFFERENCES) {
-            std::printf("%s: rule %lu expected, rule %lu answered (0: none)\n", key.c_str(),
-                        expected.id, given.id);
-        }
-    }
-    return tally;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -191,16 +121,20 @@ int main(int argc, char** argv) {
     Table ipv6 = readTable(argv[2]);
     ipv6.idBefore = ipv4.first.size();
 
-    std::ifstream probes = open(argv[3]);
+    std::ifstream probes = demo::openAnswers(argv[3]);
     Answer probe = nextAnswer(probes);
     const size_t lost = countLostRanges(ipv4, probes, probe) + countLostRanges(ipv6, probes, probe);
     std::printf("%zu ranges checked, %zu not found\n", ipv4.first.size() + ipv6.first.size(), lost);
 
-    std::ifstream keys = open(argv[4]);
-    std::ifstream answers = open(argv[5]);
-    const Tally tally =
-        compareAnswers(ipv4, ipv6, keys, answers, static_cast<uint32_t>(std::stoul(argv[6])));
-    std::printf("%u addresses checked (%u inside a range), %u differences\n", tally.checked,
-                tally.covered, tally.differences);
-    return lost == 0 && tally.differences == 0 && tally.checked != 0 ? 0 : 1;
+    std::ifstream keys = demo::openAnswers(argv[4]);
+    std::ifstream answers = demo::openAnswers(argv[5]);
+    const int status = demo::report(
+        demo::compareAnswers(
+            keys, answers, static_cast<uint32_t>(std::stoul(argv[6])),
+            [&](const std::string& key) { return scan(isIpv6(key) ? ipv6 : ipv4, key); },
+            [](const Answer& expected, const Answer& given) {
+                return expected.id == given.id && expected.value == given.value;
+            }),
+        "addresses");
+    return lost == 0 ? status : 1;
 }

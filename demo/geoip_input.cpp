@@ -19,11 +19,12 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "input.h"
 
 namespace {
 
@@ -42,42 +43,20 @@ struct Family {
     std::vector<Range> ranges;
 };
 
-constexpr uint64_t SEED = 20240229;
 constexpr uint32_t KEY_COUNT = 1'000'000;
 
-[[noreturn]] void fail(const std::string& message) {
-    std::fprintf(stderr, "geoip_input: %s\n", message.c_str());
-    std::exit(1);
+// A number from 0 to last: as many bits as last has, drawn again while they exceed it.
+Address upTo(Address last, demo::Random& random) {
+    Address mask = last;
+    for (uint32_t shift = 1; shift < 128; shift *= 2) {
+        mask |= mask >> shift;
+    }
+    Address number = 0;
+    do {
+        number = ((Address{random.next()} << 64U) | random.next()) & mask;
+    } while (number > last);
+    return number;
 }
-
-// A small generator of our own (splitmix64): the standard distributions may differ between compilers,
-// and the demonstration shall print the same figures everywhere.
-class Random {
-public:
-    uint64_t next() {
-        state_ += 0x9E3779B97F4A7C15;
-        uint64_t word = state_;
-        word = (word ^ (word >> 30U)) * 0xBF58476D1CE4E5B9;
-        word = (word ^ (word >> 27U)) * 0x94D049BB133111EB;
-        return word ^ (word >> 31U);
-    }
-
-    // A number from 0 to last: as many bits as last has, drawn again while they exceed it.
-    Address upTo(Address last) {
-        Address mask = last;
-        for (uint32_t shift = 1; shift < 128; shift *= 2) {
-            mask |= mask >> shift;
-        }
-        Address number = 0;
-        do {
-            number = ((Address{next()} << 64U) | next()) & mask;
-        } while (number > last);
-        return number;
-    }
-
-private:
-    uint64_t state_ = SEED;
-};
 
 Address addressOfBytes(const uint8_t* bytes, uint32_t count) {
     Address address = 0;
@@ -128,10 +107,7 @@ bool parseRange(int family, const std::string& line, Range& range) {
 }
 
 Family readRanges(int family, const char* path) {
-    std::ifstream file(path);
-    if (!file) {
-        fail(std::string("cannot read ") + path);
-    }
+    std::ifstream file = demo::open(path);
     Family result{family, {}};
     std::string line;
     for (uint32_t number = 1; std::getline(file, line); ++number) {
@@ -142,12 +118,12 @@ Family readRanges(int family, const char* path) {
         // The search below needs ranges in order that do not overlap.
         if (!parseRange(family, line, range) ||
             (!result.ranges.empty() && range.low <= result.ranges.back().high)) {
-            fail(std::string(path) + ":" + std::to_string(number) + ": unexpected line");
+            demo::fail(std::string(path) + ":" + std::to_string(number) + ": unexpected line");
         }
         result.ranges.push_back(range);
     }
     if (result.ranges.empty()) {
-        fail(std::string("no ranges in ") + path);
+        demo::fail(std::string("no ranges in ") + path);
     }
     return result;
 }
@@ -166,9 +142,9 @@ void writeRules(const Family& family, uint32_t& id, std::ofstream& out) {
     }
 }
 
-Address drawInside(const Family& family, Random& random) {
-    const Range& range = family.ranges[static_cast<size_t>(random.upTo(family.ranges.size() - 1))];
-    return range.low + random.upTo(range.high - range.low);
+Address drawInside(const Family& family, demo::Random& random) {
+    const Range& range = family.ranges[static_cast<size_t>(upTo(family.ranges.size() - 1, random))];
+    return range.low + upTo(range.high - range.low, random);
 }
 
 bool isCovered(const Family& family, Address address) {
@@ -178,42 +154,27 @@ bool isCovered(const Family& family, Address address) {
     return after != family.ranges.begin() && address <= std::prev(after)->high;
 }
 
-Address drawOutside(const Family& family, Random& random) {
+Address drawOutside(const Family& family, demo::Random& random) {
     // All global IPv6 addresses in use lie in 2000::/3; elsewhere a miss would be no work.
     const Address first = family.number == AF_INET ? 0 : Address{2} << 124U;
     const Address last = (Address{1} << (family.number == AF_INET ? 32U : 125U)) - 1;
     Address address = 0;
     do {
-        address = first + random.upTo(last);
+        address = first + upTo(last, random);
     } while (isCovered(family, address));
     return address;
 }
 
 void writeKeys(const Family& ipv4, const Family& ipv6, std::ofstream& out) {
-    Random random;
+    demo::Random random;
     uint32_t insideLeft = KEY_COUNT / 2;
     for (uint32_t left = KEY_COUNT; left > 0; --left) {
-        const bool inside = random.upTo(left - 1) < insideLeft;
+        const bool inside = upTo(left - 1, random) < insideLeft;
         insideLeft -= inside ? 1 : 0;
-        const Family& family = random.upTo(1) == 0 ? ipv4 : ipv6;
+        const Family& family = upTo(1, random) == 0 ? ipv4 : ipv6;
         out << textOf(family.number,
                       inside ? drawInside(family, random) : drawOutside(family, random))
             << '\n';
-    }
-}
-
-std::ofstream create(const std::string& path) {
-    std::ofstream file(path);
-    if (!file) {
-        fail("cannot write " + path);
-    }
-    return file;
-}
-
-void finish(std::ofstream& file, const std::string& path) {
-    file.close();
-    if (!file) {
-        fail("cannot write " + path);
     }
 }
 
@@ -221,22 +182,22 @@ void finish(std::ofstream& file, const std::string& path) {
 
 int main(int argc, char** argv) {
     if (argc != 4) {
-        fail("usage: geoip_input GEOIP GEOIP6 FOLDER");
+        demo::fail("usage: geoip_input GEOIP GEOIP6 FOLDER");
     }
     const Family ipv4 = readRanges(AF_INET, argv[1]);
     const Family ipv6 = readRanges(AF_INET6, argv[2]);
     const std::string rulesPath = std::string(argv[3]) + "/rules.txt";
     const std::string keysPath = std::string(argv[3]) + "/keys.txt";
 
-    std::ofstream rules = create(rulesPath);
+    std::ofstream rules = demo::create(rulesPath);
     uint32_t id = 0;
     writeRules(ipv4, id, rules);
     writeRules(ipv6, id, rules);
-    finish(rules, rulesPath);
+    demo::finish(rules, rulesPath);
 
-    std::ofstream keys = create(keysPath);
+    std::ofstream keys = demo::create(keysPath);
     writeKeys(ipv4, ipv6, keys);
-    finish(keys, keysPath);
+    demo::finish(keys, keysPath);
 
     std::printf("%zu %zu %u\n", ipv4.ranges.size(), ipv6.ranges.size(), KEY_COUNT);
     return 0;
