@@ -4,10 +4,7 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -15,6 +12,7 @@
 #include <benchmark/benchmark.h>
 
 #include "generate_rules.h"
+#include "hosts.h"
 
 namespace {
 
@@ -22,41 +20,13 @@ using bench::Key;
 using bench::Kind;
 using bench::Workload;
 
-struct SetDeleting {
-    void operator()(RuleSet* set) const noexcept { rs_delRuleSet(&set); }
-};
-using OwnedSet = std::unique_ptr<RuleSet, SetDeleting>;
-
-struct GroupDeleting {
-    void operator()(RuleGroup* group) const noexcept { rs_delRuleGroup(&group); }
-};
-using OwnedGroup = std::unique_ptr<RuleGroup, GroupDeleting>;
-
-// A wrong figure is worse than none.
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "ip_bench: %s\n", what);
-        std::abort();
-    }
-}
+using bench::buildGroup;
+using bench::OwnedGroup;
+using bench::OwnedSet;
+using bench::require;
 
 OwnedSet fillSet(const Workload& workload) {
-    RuleSet* set = nullptr;
-    require(rs_newRuleSet(RULE_TYPE_IP, &set) == RULE_OK, "no rule set");
-    uint32_t id = 0;
-    for (const std::string& rule : workload.rules) {
-        const uint32_t value = id++ % bench::VALUE_COUNT;
-        require(rs_addRuleToRuleSet(set, rule.data(), static_cast<uint32_t>(rule.size()), value,
-                                    id) == RULE_OK,
-                "a rule was refused");
-    }
-    return OwnedSet(set);
-}
-
-OwnedGroup buildGroup(const OwnedSet& set) {
-    RuleGroup* group = nullptr;
-    require(rs_buildRuleGroup(set.get(), &group) == RULE_OK, "the build failed");
-    return OwnedGroup(group);
+    return bench::fillSet(RULE_TYPE_IP, workload.rules, bench::VALUE_COUNT);
 }
 
 // Rules, keys and the group of one kind and size. The benchmark library calls a benchmark several
@@ -79,12 +49,6 @@ const Scene& sceneOf(Kind kind, uint32_t count) {
         .first->second;
 }
 
-void countRules(benchmark::State& state) {
-    state.counters["per_rule"] = benchmark::Counter(
-        static_cast<double>(state.range(0)),
-        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
 void add(benchmark::State& state, Kind kind) {
     const Workload workload = bench::generateWorkload(kind, static_cast<uint32_t>(state.range(0)));
     for ([[maybe_unused]] auto unused : state) {
@@ -94,20 +58,12 @@ void add(benchmark::State& state, Kind kind) {
         set.reset();
         state.ResumeTiming();
     }
-    countRules(state);
+    bench::countRules(state, workload.rules.size());
 }
 
 void build(benchmark::State& state, Kind kind) {
     const Workload workload = bench::generateWorkload(kind, static_cast<uint32_t>(state.range(0)));
-    const OwnedSet set = fillSet(workload);
-    for ([[maybe_unused]] auto unused : state) {
-        OwnedGroup group = buildGroup(set);
-        benchmark::DoNotOptimize(group.get());
-        state.PauseTiming();
-        group.reset();
-        state.ResumeTiming();
-    }
-    countRules(state);
+    bench::measureBuild(state, fillSet(workload), workload.rules.size());
 }
 
 int32_t lookUp(const RuleGroup* group, const Key& key, MatchResult& result) {

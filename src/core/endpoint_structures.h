@@ -213,30 +213,31 @@ bool insertIntoBlocks(BlockIndex<Entry>*& index, uint32_t low, uint32_t high,
 }
 
 template <typename Entry, typename MakeEntry>
-bool insertIntoRanges(RangeList<Entry>*& list, RangeFinder& finder, const Address128& low,
-                      const Address128& high, const MakeEntry& makeEntry) noexcept {
+bool insertIntoRanges(RangeList<Entry>*& list, RangeFinder<RangeBucket<Entry>>& finder,
+                      const Address128& low, const Address128& high,
+                      const MakeEntry& makeEntry) noexcept {
     using Bucket = RangeBucket<Entry>;
     if (!createStructure(list)) {
         return false;
     }
-    auto* bucket = static_cast<Bucket*>(finder.find(low, high));
-    if (bucket != nullptr) {
-        if (!appendMadeEntry(bucket->entries, makeEntry)) {
+    Bucket* bucket = finder.find(low, high);
+    OwnedMemory<Bucket> made;
+    if (bucket == nullptr) {
+        made.reset(allocateRecord<Bucket>());
+        if (!made || !finder.reserveOne()) {
             return false;
         }
-        incrementCount(list->count);
-        return true;
+        made->low = low;
+        made->high = high;
+        bucket = made.get();
     }
-    OwnedMemory<Bucket> made(allocateRecord<Bucket>());
-    if (!made || !finder.add(low, high, made.get())) {
+    if (!appendMadeEntry(bucket->entries, makeEntry)) {
         return false;
     }
-    if (!appendMadeEntry(made->entries, makeEntry)) {
-        return false;  // the build fails, and the finder goes before it is asked again
+    if (made) {
+        finder.add(bucket);
+        list->buckets.append(made.release());
     }
-    made->low = low;
-    made->high = high;
-    list->buckets.append(made.release());
     incrementCount(list->count);
     return true;
 }

@@ -1,47 +1,108 @@
 // Finds, while a structure is built, the place that an equal range has there already, so that
 // building stays linear in the number of ranges.
 //
-//     RangeFinder   hash of (low, high) -> (low, high, place) -> ...      chains, doubled in number
-//                                                                         as they fill up
-// Ownership:  owns its own nodes; places are borrowed.
+//     slots   | hash, place | - | hash, place | hash, place | ...     a power of two of them, at most
+//                                                                     half of them taken
+//     A range stands in the slot that its hash names, or in the next free one behind it.
+//
+// Ownership:  owns its slots; places are borrowed.
 // Threads:    none.
-// Cost:       one hash and a short chain; a chain has one node on average.
+// Cost:       a find looks at one slot or two on average, and at the place only when the whole hash
+//             is the same. Growing reads no place.
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "core/memory.h"
 #include "syntax/ip_address.h"
 
 namespace rs {
 
+// 64 bits that depend on all bits of both ends.
+constexpr uint64_t hashRange(const Address128& low, const Address128& high) noexcept {
+    constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;  // odd, without pattern: 2^64 / golden ratio
+    uint64_t hash = 0;
+    for (const Address128& address : {low, high}) {
+        for (const uint32_t word : address.words) {
+            hash = (hash ^ word) * FACTOR;
+            hash ^= hash >> 32U;
+        }
+    }
+    return hash;
+}
+
+// Place has the fields low and high.
+template <typename Place>
 class RangeFinder {
 public:
-    RangeFinder() noexcept = default;
-    RangeFinder(const RangeFinder&) = delete;
-    RangeFinder& operator=(const RangeFinder&) = delete;
-    ~RangeFinder();
-
     // The place added for exactly this range; null without one.
-    [[nodiscard]] void* find(const Address128& low, const Address128& high) const noexcept;
+    [[nodiscard]] Place* find(const Address128& low, const Address128& high) const noexcept {
+        if (slotCount_ == 0) {
+            return nullptr;
+        }
+        const uint64_t hash = hashRange(low, high);
+        uint64_t i = firstSlot(hash);
+        while (slots_[i].place != nullptr) {
+            Place* place = slots_[i].place;
+            if (slots_[i].hash == hash && place->low == low && place->high == high) {
+                return place;
+            }
+            i = nextSlot(i);
+        }
+        return nullptr;
+    }
 
-    // Adds a range that is not there yet. False, with nothing added, when memory is out.
-    [[nodiscard]] bool add(const Address128& low, const Address128& high, void* place) noexcept;
+    // Makes room for one more place. False, with nothing changed, when memory is out.
+    [[nodiscard]] bool reserveOne() noexcept {
+        if (2 * (placeCount_ + 1) <= slotCount_) {
+            return true;
+        }
+        const uint64_t newCount = slotCount_ == 0 ? FIRST_SLOT_COUNT : 2 * slotCount_;
+        OwnedMemory<Slot[]> newSlots(allocateArray<Slot>(newCount));
+        if (!newSlots) {
+            return false;
+        }
+        const OwnedMemory<Slot[]> oldSlots = std::exchange(slots_, std::move(newSlots));
+        const uint64_t oldCount = std::exchange(slotCount_, newCount);
+        for (uint64_t i = 0; i < oldCount; ++i) {
+            if (oldSlots[i].place != nullptr) {
+                put(oldSlots[i]);
+            }
+        }
+        return true;
+    }
+
+    // Adds a place whose range is not there yet, into the room that reserveOne has made.
+    void add(Place* place) noexcept {
+        put({hashRange(place->low, place->high), place});
+        ++placeCount_;
+    }
 
 private:
-    struct Node {
-        Address128 low;
-        Address128 high;
-        void* place;  // borrowed
-        Node* next;   // owned
+    struct Slot {
         uint64_t hash;
+        Place* place;  // borrowed; null in a free slot
     };
 
-    [[nodiscard]] bool grow() noexcept;
+    static constexpr uint64_t FIRST_SLOT_COUNT = 64;
 
-    OwnedMemory<Node*[]> chains_;
-    uint64_t chainCount_ = 0;  // a power of two, or 0
-    uint64_t nodeCount_ = 0;
+    [[nodiscard]] uint64_t firstSlot(uint64_t hash) const noexcept {
+        return hash & (slotCount_ - 1);
+    }
+    [[nodiscard]] uint64_t nextSlot(uint64_t i) const noexcept { return (i + 1) & (slotCount_ - 1); }
+
+    void put(const Slot& slot) noexcept {
+        uint64_t i = firstSlot(slot.hash);
+        while (slots_[i].place != nullptr) {
+            i = nextSlot(i);
+        }
+        slots_[i] = slot;
+    }
+
+    OwnedMemory<Slot[]> slots_;
+    uint64_t slotCount_ = 0;  // a power of two, or 0
+    uint64_t placeCount_ = 0;
 };
 
 }  // namespace rs

@@ -26,7 +26,7 @@ using OwnedIpPortIndex = std::unique_ptr<IpPortIndex, IpPortIndexReleasing>;
 // What a build needs beside the index.
 struct BuildState {
     IpPortIndex& index;
-    RangeFinder rangeFinder;
+    RangeFinder<RangeBucket<CompiledIpPortRule>> rangeFinder;
     OwnedMemory<uint8_t> releaseClaimed;  // one byte per rule; null when no rule has userData
 };
 

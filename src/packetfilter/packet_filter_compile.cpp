@@ -27,7 +27,7 @@ using OwnedPacketFilterTable = std::unique_ptr<PacketFilterTable, PacketFilterTa
 // What a build needs beside the table.
 struct BuildState {
     PacketFilterTable& table;
-    RangeFinder rangeFinder;
+    RangeFinder<RangeBucket<FilterEntry>> rangeFinder;
     OwnedMemory<uint8_t> userDataClaims;  // one byte per rule; null when no rule has userData
 };
 
