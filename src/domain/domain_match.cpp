@@ -45,9 +45,11 @@ void* findInDomainBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key)
     return nullptr;
 }
 
+// No rule's name is longer than MAX_HOST_LENGTH: suffixes that are need not be hashed, which would cost
+// the square of the length of a name of many labels.
 const DomainEntry* findName(const HashTable* table, const char* wireName,
                             uint32_t wireLength) noexcept {
-    if (table == nullptr) {
+    if (table == nullptr || wireLength > MAX_HOST_LENGTH + 1) {
         return nullptr;
     }
     const HashedName name{wireName, wireLength, hashWireName(wireName, wireLength)};

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "core/chain_blocks.h"
+#include "domain/host_name.h"
 
 namespace rs {
 
@@ -134,9 +135,10 @@ void* matchHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) no
     return const_cast<UrlPathEntry*>(best);
 }
 
+// No rule's host is longer than MAX_HOST_LENGTH: suffixes that are need not be hashed.
 const UrlPathEntry* matchHost(const HashTable* table, const char* host, uint32_t length,
                               const UrlMatchKey& key) noexcept {
-    if (table == nullptr || length == 0) {
+    if (table == nullptr || length == 0 || length > MAX_HOST_LENGTH) {
         return nullptr;
     }
     const HostKey hostKey{{host, length, urlHostHash(host, length)}, &key};

@@ -353,6 +353,24 @@ TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
     EXPECT_EQ(1, lookupDomainWire(index, "\1a", 2, &result));
 }
 
+// The cost of such a name must not grow with the square of its length, and its short suffixes still count.
+TEST(DomainMatch, FindsTheSuffixesOfNamesThatNoRuleCanHold) {
+    const RuleGroupHandle group =
+        buildRuleGroup(*makeRuleSet(RULE_TYPE_FQDN, {{"*.example.com"}, {"*.com"}}));
+    std::string name;
+    while (name.size() < 400'000) {
+        name += "a.";
+    }
+    MatchResult result{};
+    for (const std::string_view end : {"example.com", "com", "org"}) {
+        const std::string longName = name + std::string(end);
+        EXPECT_EQ(end == "org" ? 0 : 1,
+                  rs_matchDomainNameWithRuleGroup(group.get(), longName.data(), size32(longName),
+                                                  &result));
+        EXPECT_EQ(end == "org" ? 0U : end == "com" ? 2U : 1U, result.ruleIndex);
+    }
+}
+
 }  // namespace
 
 }  // namespace rs::test
