@@ -39,6 +39,7 @@ struct FaultTotals {
     uint64_t failedBuilds = 0;
     uint64_t leftOut = 0;   // builds without one rule
     uint64_t complete = 0;  // builds that a failure did not keep from being complete
+    size_t entered = 0;     // rules handed back by the build that failed last
 };
 
 bool contains(const Positions& positions, uint32_t position) {
@@ -194,17 +195,16 @@ private:
         std::sort(entered.begin(), entered.end());
         std::sort(handedBack.begin(), handedBack.end());
         EXPECT_EQ(entered, handedBack);
-        EXPECT_LE(entered_, entered.size());
+        EXPECT_LE(totals_.entered, entered.size());
         if (!leavesRulesOut(plan_.rules) && !plan_.isLarge) {
-            EXPECT_GE(entered_ + 1, entered.size()) << "rules enter one after the other";
+            EXPECT_GE(totals_.entered + 1, entered.size()) << "rules enter one after the other";
         }
-        entered_ = entered.size();
+        totals_.entered = entered.size();
     }
 
     const BuildPlan& plan_;
     BuildRecord clean_;
     Positions order_;
-    size_t entered_ = 0;  // rules that had entered when the build before failed
     FaultTotals totals_;
 };
 
@@ -213,6 +213,9 @@ FaultTotals failBuild(std::string_view operation, const BuildPlan& plan) {
     const FaultTotals totals = BuildFaults(plan).failAllocations();
     EXPECT_EQ(totals.failures, totals.failedBuilds + totals.leftOut + totals.complete);
     EXPECT_LE(2U, totals.failedBuilds) << "the group and its structure";
+    if (!leavesRulesOut(plan.rules)) {
+        EXPECT_LE(enteringOrder(plan).size(), totals.entered + 1) << "all but the last rule";
+    }
     reportFailures("building " + std::string(operation), totals.failures);
     return totals;
 }
@@ -285,6 +288,7 @@ TEST(GroupBuildFault, DomainRules) {
     FaultTotals totals = failBuild("domain rules", plan);
     // The group, the index, and the two parts of each of the two tables.
     EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(1U, totals.entered) << "the second table is for the second rule";
     // The two parts of an entry of each rule, for a superfluous one is told by its entry; without
     // userData that one leaves no trace.
     EXPECT_EQ(16U, totals.leftOut);
@@ -295,6 +299,7 @@ TEST(GroupBuildFault, DomainRules) {
     plan.duplicates = {};
     totals = failBuild("domain rules with \"*\"", plan);
     EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(1U, totals.entered) << "\"*\" is never handed back";
     EXPECT_EQ(6U, totals.leftOut);
 }
 
@@ -344,6 +349,7 @@ TEST(GroupBuildFault, DomainRulesInBlocks) {
     const FaultTotals totals = failBuild("domain rules in blocks", plan);
     EXPECT_EQ(totals.allocations, totals.failures);
     EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(160U, totals.entered) << "wildcards come behind the names";
     EXPECT_EQ(2U * 174, totals.leftOut);
     // 159 entries behind a head take three blocks, 11 wildcards one.
     EXPECT_EQ(4U, totals.complete);
@@ -377,6 +383,7 @@ TEST(GroupBuildFault, UrlRules) {
                    {}};
     FaultTotals totals = failBuild("URL rules", plan);
     EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(2U, totals.entered) << "the second table is for the third rule";
     // Two for the path of each of 7 rules, two for each of 5 hosts, and one for each scheme of two.
     EXPECT_EQ(26U, totals.leftOut);
     EXPECT_EQ(0U, totals.complete);
