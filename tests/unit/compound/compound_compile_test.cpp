@@ -1,0 +1,192 @@
+#include <ruleset.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "compound/compound_index.h"
+#include "compound/compound_rule.h"
+#include "core/memory.h"
+#include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "support/release_recorder.h"
+#include "support/rule_builder.h"
+#include "support/rule_handles.h"
+
+namespace rs::test {
+
+namespace {
+
+RuleSetHandle makeSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_COMPOUND, rules);
+}
+
+uint64_t maskOf(std::initializer_list<RuleLine> rules) {
+    return buildRuleGroup(*makeSet(rules))->compoundTable->valueMask;
+}
+
+constexpr uint64_t bit(uint32_t number) {
+    return uint64_t{1} << number;
+}
+
+TEST(CompoundTable, OfAnEmptySetIsEmpty) {
+    const RuleGroupHandle group = buildRuleGroup(*makeSet({}));
+    ASSERT_NE(nullptr, group);
+    EXPECT_EQ(nullptr, group->compoundTable->entries);
+    EXPECT_EQ(0, group->compoundTable->valueMask);
+    EXPECT_EQ(1, group->compoundTable->refCount);
+    EXPECT_EQ(0, group->nonEmpty);
+}
+
+TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
+    int data = 0;
+    RuleSetHandle set =
+        makeSet({{"1,2;3,4;10.0.0.1,*;80,443;5;6", 21, &data}, {"*;*;*;*;0;0", 22}});
+    const RuleGroupHandle group = buildRuleGroup(*set);
+    set.reset();
+    const CompoundEntry* first = group->compoundTable->entries;
+    EXPECT_EQ(1, first->rangeListA->low);
+    EXPECT_EQ(2, first->rangeListA->next->low);
+    EXPECT_EQ(nullptr, first->rangeListA->next->next);
+    EXPECT_EQ(3, first->rangeListB->low);
+    EXPECT_EQ(4, first->rangeListB->next->high);
+    EXPECT_TRUE(mappedAddress(0x0A000001) == first->addressList->low);
+    EXPECT_EQ(UINT32_MAX, first->addressList->next->high.words[0]);
+    EXPECT_EQ(80, first->rangeList16->low);
+    EXPECT_EQ(443, first->rangeList16->next->high);
+    EXPECT_EQ(5, first->numberA);
+    EXPECT_EQ(6, first->numberB);
+    EXPECT_EQ(1, first->ruleIndex);
+    EXPECT_EQ(21, first->ruleValue);
+    EXPECT_EQ(ruleIdAt(1), first->ruleId);
+    EXPECT_EQ(0, first->matchesAll);
+    EXPECT_EQ(&data, first->userData);
+    const CompoundEntry* second = first->next;
+    EXPECT_EQ(2, second->ruleIndex);
+    EXPECT_EQ(22, second->ruleValue);
+    EXPECT_EQ(ruleIdAt(2), second->ruleId);
+    EXPECT_EQ(1, second->matchesAll);
+    EXPECT_EQ(nullptr, second->next);
+}
+
+TEST(ValueMask, HasABitForEachSingleValue) {
+    EXPECT_EQ(0, maskOf({}));
+    EXPECT_EQ(bit(5) | bit(63), maskOf({{"5;*;*;*;0;0"}, {"70;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(0), maskOf({{"0;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(61), maskOf({{"61;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(62), maskOf({{"62;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(63), maskOf({{"63;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(63), maskOf({{"64;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(63), maskOf({{"4294967295;*;*;*;0;0"}}));
+    // A range of one number is a single value.
+    EXPECT_EQ(bit(7), maskOf({{"7-7;*;*;*;0;0"}}));
+    EXPECT_EQ(bit(63), maskOf({{"4294967295*;*;*;*;0;0"}}));
+}
+
+TEST(ValueMask, IsAllOnesForAnythingButOneSingleValue) {
+    EXPECT_EQ(UINT64_MAX, maskOf({{"1-2;*;*;*;0;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"1,2;*;*;*;0;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"1,1;*;*;*;0;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"100-200;*;*;*;0;0"}}));
+    // Everything, in a rule with another condition.
+    EXPECT_EQ(UINT64_MAX, maskOf({{"*;*;*;*;1;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"*;5;*;*;0;0"}}));
+    // In whatever order the rules come.
+    EXPECT_EQ(UINT64_MAX, maskOf({{"5;*;*;*;0;0"}, {"1-2;*;*;*;0;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"1-2;*;*;*;0;0"}, {"5;*;*;*;0;0"}}));
+    EXPECT_EQ(UINT64_MAX, maskOf({{"1-2;*;*;*;0;0"}, {"*;*;*;*;0;0"}}));
+}
+
+TEST(ValueMask, IsLeftAloneByRulesThatMatchAll) {
+    EXPECT_EQ(0, maskOf({{"*;*;*;*;0;0"}, {"*;*;*;5;0;0"}, {"0*;**;*;*;0x0;0"}}));
+    EXPECT_EQ(bit(5), maskOf({{"*;*;*;*;0;0"}, {"5;*;*;*;0;0"}, {"*;*;*;*;0;0"}}));
+}
+
+// Deliberate: a rule always names something in field 1, but an entry without does not count as one
+// with a single value.
+TEST(ValueMask, IsAllOnesWithoutAList) {
+    const RuleSetHandle set = makeSet({{"5;*;*;*;0;0"}});
+    auto* record = reinterpret_cast<CompoundRuleRecord*>(set->compoundRules.head.next);
+    freeU32Ranges(&record->rule.rangeListA);
+    EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
+}
+
+TEST(CompoundTable, HandsEveryUserDataBack) {
+    int data[3] = {};
+    ReleaseRecorder recorder;
+    const RuleSetHandle set = makeSet(
+        {{"*;*;*;*;0;0", 0, &data[0]}, {"*;*;*;*;0;0", 0, &data[1]}, {"1;*;*;*;0;0", 0, &data[2]}});
+    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
+    RuleGroupHandle group = buildRuleGroup(*set);
+    EXPECT_TRUE(recorder.order().empty());
+    group.reset();
+    EXPECT_EQ((std::vector<void*>{&data[0], &data[1], &data[2]}), recorder.order());
+}
+
+// Equal rules are all kept, so one userData given with several goes back as often.
+TEST(CompoundTable, HandsUserDataBackOncePerRule) {
+    int data = 0;
+    ReleaseRecorder recorder;
+    const RuleSetHandle set =
+        makeSet({{"5;*;*;*;0;0", 0, &data}, {"5;*;*;*;0;0"}, {"5;*;*;*;0;0", 0, &data}});
+    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
+    buildRuleGroup(*set).reset();
+    EXPECT_EQ((std::vector<void*>{&data, &data}), recorder.order());
+}
+
+TEST(CompoundTable, GoesWithItsLastReference) {
+    int data = 0;
+    ReleaseRecorder recorder;
+    const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
+    const RuleSetHandle set = makeSet({{"5;*;*;*;0;0", 0, &data}});
+    CompoundTable* table = nullptr;
+    ASSERT_TRUE(buildCompoundTable(set.get(), &table));
+    table->refCount = 2;
+    CompoundTable* other = table;
+    destroyCompoundTable(&table, &info);
+    EXPECT_EQ(nullptr, table);
+    EXPECT_EQ(1, other->refCount);
+    EXPECT_TRUE(recorder.order().empty());
+    destroyCompoundTable(&other, &info);
+    EXPECT_EQ(nullptr, other);
+    EXPECT_EQ((std::vector<void*>{&data}), recorder.order());
+    destroyCompoundTable(&other, &info);
+    destroyCompoundTable(nullptr, &info);
+    EXPECT_EQ(1, recorder.order().size());
+}
+
+TEST(CompoundTable, FreesEntriesWithOrWithoutACallback) {
+    int data[2] = {};
+    ReleaseRecorder recorder;
+    const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
+    for (const ReleaseInfo* given : {static_cast<const ReleaseInfo*>(nullptr), &info}) {
+        auto* first = allocateRecord<CompoundEntry>();
+        first->userData = &data[0];
+        first->rangeListA = allocateRecord<U32Range>();
+        first->rangeList16 = allocateRecord<PortRange>();
+        first->next = allocateRecord<CompoundEntry>();
+        first->next->userData = &data[1];
+        first->next->addressList = allocateRecord<AddressRange>();
+        first->next->rangeListB = allocateRecord<U32Range>();
+        destroyCompoundEntries(first, given);
+        EXPECT_EQ(given == nullptr ? 0 : 2, recorder.order().size());
+    }
+    EXPECT_EQ((std::vector<void*>{&data[0], &data[1]}), recorder.order());
+    destroyCompoundEntries(nullptr, &info);
+}
+
+TEST(CompoundTable, NeedsASetAndASlot) {
+    CompoundTable* table = nullptr;
+    EXPECT_FALSE(buildCompoundTable(nullptr, &table));
+    EXPECT_EQ(nullptr, table);
+    EXPECT_FALSE(buildCompoundTable(makeSet({}).get(), nullptr));
+}
+
+}  // namespace
+
+}  // namespace rs::test
