@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <unordered_set>
+#include <vector>
 
 namespace rs::test {
 
@@ -11,6 +12,7 @@ struct WatchState {
     uint64_t allocationCount = 0;
     uint64_t failingAllocation = AllocationWatch::NO_FAILURE;
     std::unordered_set<const void*> liveBlocks;
+    std::vector<const void*> freedBlocks;
 };
 
 // What the only watch sees; null while there is none.
@@ -32,6 +34,12 @@ void* remember(void* block) {
 void forget(const void* block) {
     if (currentState != nullptr) {
         currentState->liveBlocks.erase(block);
+    }
+}
+
+void rememberFreed(const void* block) {
+    if (currentState != nullptr && block != nullptr) {
+        currentState->freedBlocks.push_back(block);
     }
 }
 
@@ -64,6 +72,10 @@ size_t AllocationWatch::liveBlockCount() const {
     return currentState->liveBlocks.size();
 }
 
+const std::vector<const void*>& AllocationWatch::freedBlocks() const {
+    return currentState->freedBlocks;
+}
+
 }  // namespace rs::test
 
 // The linker sends each call of malloc to __wrap_malloc, and each of __real_malloc to the allocator;
@@ -93,6 +105,7 @@ void* __wrap_realloc(void* block, size_t size) {
 
 void __wrap_free(void* block) {
     rs::test::forget(block);
+    rs::test::rememberFreed(block);
     __real_free(block);
 }
 }

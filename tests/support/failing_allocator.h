@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,9 @@ public:
 
     // Blocks that were allocated under this watch and are not freed yet.
     size_t liveBlockCount() const;
+
+    // The blocks that were freed under this watch, the first one first. They may be in use again.
+    const std::vector<const void*>& freedBlocks() const;
 };
 
 // Calls attempt(number) with 1, 2, 3 ... until it makes fewer allocations. The attempt lets the
