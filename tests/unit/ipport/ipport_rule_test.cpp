@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/memory.h"
 #include "support/text.h"
 
 namespace rs::test {
@@ -41,6 +42,8 @@ TEST(IpPortRule, RecordsWhereItsFieldsLie) {
     EXPECT_EQ(7, fields.secondPortsLength);
     EXPECT_EQ(16, fields.ruleMask);
     EXPECT_EQ(0, fields.wildcardFlags);
+    EXPECT_EQ(0, fields.firstAddressWide);
+    EXPECT_EQ(0, fields.secondAddressWide);
 }
 
 TEST(IpPortRule, TakesIpv6InTheWideFormOnly) {
@@ -101,6 +104,180 @@ TEST(IpPortRule, RefusesNullArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpPortRule("*;*;*;*;1", 9, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpPortRule(nullptr, 9, &fields));
     EXPECT_EQ(RULE_ERR_BAD_RULE, rs_validateRule_IpPort(nullptr, 9));
+}
+
+// What a rule's offsets and lengths name in its text.
+struct FieldTexts {
+    std::string_view firstAddress;
+    std::string_view firstPorts;
+    std::string_view secondAddress;
+    std::string_view secondPorts;
+};
+
+FieldTexts fieldTextsOf(std::string_view rule) {
+    const IpPortRuleFields fields = parsed(rule);
+    return {rule.substr(fields.firstAddressOffset, fields.firstAddressLength),
+            rule.substr(fields.firstPortsOffset, fields.firstPortsLength),
+            rule.substr(fields.secondAddressOffset, fields.secondAddressLength),
+            rule.substr(fields.secondPortsOffset, fields.secondPortsLength)};
+}
+
+TEST(IpPortRule, CountsOffsetsFromTheUntrimmedStart) {
+    for (const std::string_view blanks : {"", " ", "\t", "\r\n", " \t\r\n \n"}) {
+        for (const std::string_view endpoints :
+             {"10.0.0.1,10.0.0.2;80,443;192.168.0.0/16;*", "*;1-9;*;22", "::1,10.0.0.1;*;*;7"}) {
+            const std::string rule = std::string(blanks) + std::string(endpoints) + ";0x10\n ";
+            SCOPED_TRACE(rule);
+            const FieldTexts texts = fieldTextsOf(rule);
+            std::string joined(texts.firstAddress);
+            for (const std::string_view text :
+                 {texts.firstPorts, texts.secondAddress, texts.secondPorts}) {
+                joined += ';';
+                joined += text;
+            }
+            EXPECT_EQ(endpoints, joined);
+        }
+    }
+}
+
+TEST(IpPortRule, RefusesBlanksAnywhereInside) {
+    constexpr std::string_view RULE = "10.0.0.1,::1;80,1-9;*;*;0x1";
+    parsed(RULE);
+    for (const char blank : {' ', '\t', '\r', '\n'}) {
+        for (size_t place = 1; place < RULE.size(); ++place) {
+            std::string rule(RULE);
+            rule.insert(place, 1, blank);
+            parsed(rule, RULE_ERR_BAD_RULE);
+        }
+    }
+}
+
+TEST(IpPortRule, HasExactlyFiveFields) {
+    parsed("1.2.3.4;80;5.6.7.8;80;1");
+    for (const std::string_view rule :
+         {"1.2.3.4;80;5.6.7.8;80", "1.2.3.4;80;5.6.7.8;80;1;2", "1.2.3.4;80;5.6.7.8;80;",
+          "1.2.3.4;80;5.6.7.8;80;1;", ";;;;", "1"}) {
+        parsed(rule, RULE_ERR_BAD_RULE);
+    }
+}
+
+TEST(IpPortRule, ReadsTheMaskInFull) {
+    EXPECT_EQ(4294967295U, parsed("*;*;*;*;4294967295").ruleMask);
+    EXPECT_EQ(4294967295U, parsed("*;*;*;*;0xffffffff").ruleMask);
+    for (const std::string_view rule :
+         {"*;*;*;*;4294967296", "*;*;*;*;12345678901", "*;*;*;*;0xFFFFFFFFF"}) {
+        parsed(rule, RULE_ERR_BAD_RULE);
+    }
+}
+
+// The ends of an address field of the default form are digits; both forms refuse the field.
+TEST(IpPortRule, EndsAddressesInDigits) {
+    for (const std::string_view rule :
+         {"1.2.3.4/;80;*;80;1", "*;80;1.2.3.4-;80;1", "/1.2.3.4;80;*;80;1", "*;80;-1.2.3.4;80;1"}) {
+        const ExactText text(rule);
+        IpPortRuleFields fields{};
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpPortRuleDefault(text.data(), text.size(), &fields))
+            << rule;
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpPortRuleWide(text.data(), text.size(), &fields))
+            << rule;
+    }
+}
+
+TEST(IpPortRule, MarksIpv6InEitherField) {
+    for (const std::string_view rule :
+         {"2001:db8::1;80;10.0.0.1;80;1", "10.0.0.1;80;2001:db8::1;80;1"}) {
+        const ExactText text(rule);
+        IpPortRuleFields fields{};
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpPortRuleDefault(text.data(), text.size(), &fields))
+            << rule;
+        fields = parsed(rule);
+        EXPECT_EQ(1, fields.firstAddressWide) << rule;
+        EXPECT_EQ(1, fields.secondAddressWide) << rule;
+        setLibraryOption(RULE_OPTION_IPV6, 0);
+        parsed(rule, RULE_ERR_BAD_RULE);
+        setLibraryOption(RULE_OPTION_IPV6, 1);
+    }
+}
+
+TEST(IpPortRule, FormsDifferInTheWideFieldsOnly) {
+    constexpr std::string_view RULE = "*;80,443;192.168.1.1-192.168.1.9;1-65535;7";
+    IpPortRuleFields byDefault{};
+    IpPortRuleFields byWide{};
+    byDefault.firstAddressWide = 5;  // left alone
+    EXPECT_EQ(RULE_OK, parseIpPortRuleDefault(RULE.data(), size32(RULE), &byDefault));
+    EXPECT_EQ(RULE_OK, parseIpPortRuleWide(RULE.data(), size32(RULE), &byWide));
+    EXPECT_EQ(5, byDefault.firstAddressWide);
+    EXPECT_EQ(0, byDefault.secondAddressWide);
+    EXPECT_EQ(1, byWide.firstAddressWide) << "a star is marked, too";
+    EXPECT_EQ(1, byWide.secondAddressWide);
+    EXPECT_EQ(byDefault.wildcardFlags, byWide.wildcardFlags);
+    EXPECT_EQ(byDefault.secondAddressOffset, byWide.secondAddressOffset);
+    EXPECT_EQ(byDefault.secondPortsLength, byWide.secondPortsLength);
+    EXPECT_EQ(byDefault.ruleMask, byWide.ruleMask);
+}
+
+// Each form starts with no star, so that a star that the first form saw does not count twice, nor
+// one of a rule that the record held before.
+TEST(IpPortRule, ForgetsStarsSeenBefore) {
+    IpPortRuleFields fields{};
+    fields.wildcardFlags = 3;
+    EXPECT_EQ(RULE_OK, parseIpPortRule("1.2.3.4;1;5.6.7.8;1;1", 21, &fields));
+    EXPECT_EQ(0, fields.wildcardFlags);
+    EXPECT_EQ(WILDCARD_FIRST_ADDRESS, parsed("*;1;::1;1;1").wildcardFlags);
+    EXPECT_EQ(WILDCARD_SECOND_ADDRESS, parsed("::1;1;*;1;1").wildcardFlags);
+    EXPECT_EQ(0, parsed("::1;*;1.2.3.4;*;1").wildcardFlags) << "a star for ports is none of these";
+}
+
+TEST(IpPortRule, TakesTheListedPortForms) {
+    for (const std::string_view ports :
+         {"80", "1-1024", "22,80,8000-8080", "*", "1-65535", "00080", "80-80"}) {
+        parsed("*;" + std::string(ports) + ";*;1;1");
+        parsed("*;1;*;" + std::string(ports) + ";1");
+    }
+    for (const std::string_view ports :
+         {"0", "65536", "90-80", "80,", ",80", "*,80", "80,*", "1-2-3", "**", "-", "1-", "-1",
+          "0-1", "000080", "80,,81"}) {
+        parsed("*;" + std::string(ports) + ";*;1;1", RULE_ERR_BAD_RULE);
+        parsed("*;1;*;" + std::string(ports) + ";1", RULE_ERR_BAD_RULE);
+    }
+}
+
+TEST(AddressListCheck, TakesTheFamiliesOfItsForm) {
+    EXPECT_EQ(RULE_OK, checkIPv4AddressList("1.2.3.4,10.0.0.0/8,1.1.1.1-1.1.1.2", 34));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList("1.2.3.4,::1", 11));
+    EXPECT_EQ(RULE_OK, checkAddressList("1.2.3.4,::1,2001:db8::/32", 25));
+    for (const std::string_view list : {"", ",", "1.2.3.4,", ",1.2.3.4", "1.2.3.4,,1.2.3.5", "*",
+                                        "1.2.3.4,*", "1.1.1.2-1.1.1.1"}) {
+        EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList(list.data(), size32(list))) << list;
+        EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList(list.data(), size32(list))) << list;
+    }
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList(nullptr, 1));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList(nullptr, 1));
+}
+
+TEST(IpPortRuleRecord, KeepsTheTextAsGivenAndTheValues) {
+    constexpr std::string_view RULE = " 1.2.3.4;80;*;*;3\n";
+    const ExactText text(RULE);
+    int userData = 0;
+    int32_t status = RULE_ERR_FAILED;
+    const Owned<IpPortRule, freeIpPortRule> rule(
+        makeIpPortRule(text.data(), text.size(), {7, 8, &userData}, &status));
+    ASSERT_NE(nullptr, rule);
+    EXPECT_EQ(RULE_OK, status);
+    EXPECT_EQ(RULE, std::string_view(rule->text, RULE.size()));
+    EXPECT_EQ("1.2.3.4", RULE.substr(rule->fields.firstAddressOffset, 7));
+    EXPECT_EQ(7, rule->ruleValue);
+    EXPECT_EQ(8, rule->ruleId);
+    EXPECT_EQ(&userData, rule->userData);
+}
+
+TEST(IpPortRuleRecord, IsNotMadeFromABadText) {
+    int32_t status = RULE_OK;
+    EXPECT_EQ(nullptr, makeIpPortRule("1.2.3.4", 7, {}, &status));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, status);
+    status = RULE_OK;
+    EXPECT_EQ(nullptr, makeIpPortRule(nullptr, 7, {}, &status));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, status);
 }
 
 TEST(RuleMask, ReadsDecimalAndHexadecimal) {
