@@ -109,57 +109,6 @@ TEST(IpPortMatch, FindsSecondEndpointsOfAllStructures) {
     EXPECT_EQ(0, matchSecondEndpoint4(group.get(), 0x0A000004, 80));
 }
 
-TEST(IpPortIndex, EntersStarTwiceIntoAnyFirst4) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;*;1"}});
-    const IpPortIndex& index = *group->ipPortIndex;
-    EXPECT_EQ(2, index.anyFirst4->count);
-    EXPECT_EQ(1, index.anyFirst6->count);
-    EXPECT_EQ(1, index.ranges6->count);
-    EXPECT_EQ(mappedAddress(0), index.ranges6->buckets.first->low);
-    EXPECT_EQ(mappedAddress(0xFFFFFFFF), index.ranges6->buckets.first->high);
-}
-
-TEST(IpPortIndex, SplitsRangesAtBlocks) {
-    const RuleGroupHandle group = makeGroup({{"10.0.0.0-10.2.0.5;*;*;*;1"}});
-    const auto* slots = group->ipPortIndex->blocks4->slots[10];
-    ASSERT_NE(nullptr, slots);
-    EXPECT_EQ(0, slots[1].first->spanLow);
-    EXPECT_EQ(0xFFFF, slots[1].first->spanHigh);
-    EXPECT_EQ(5, slots[2].first->spanHigh);
-    EXPECT_EQ(nullptr, slots[3].first);
-}
-
-TEST(IpPortIndex, SharesTheNodeOfOneAddress) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;1;*;*;1"}, {"1.2.3.4;2;*;*;1"}});
-    EXPECT_EQ(1, group->ipPortIndex->exact4->elementCount);
-    EXPECT_EQ(1, group->ipPortIndex->exact6->elementCount);
-}
-
-TEST(IpPortIndex, HasNoStructureForAnEmptySet) {
-    const RuleGroupHandle group = makeGroup({});
-    const IpPortIndex& index = *group->ipPortIndex;
-    EXPECT_EQ(nullptr, index.exact4);
-    EXPECT_EQ(nullptr, index.blocks4);
-    EXPECT_EQ(nullptr, index.anyFirst4);
-    EXPECT_EQ(nullptr, index.exact6);
-    EXPECT_EQ(nullptr, index.ranges6);
-    EXPECT_EQ(nullptr, index.anyFirst6);
-}
-
-TEST(IpPortIndex, HandsEveryUserDataBackOnce) {
-    int data[3] = {};
-    ReleaseRecorder recorder;
-    RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;*;*;*;1", 0, &data[0]},
-                                                        {"1.1.1.1,::1;*;*;*;1", 0, &data[1]},
-                                                        {"1.0.0.0/8;*;*;*;1", 0, &data[2]}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    RuleGroupHandle group = buildRuleGroup(*set);
-    EXPECT_TRUE(recorder.order().empty());
-    group.reset();
-    EXPECT_EQ((std::multiset<void*>{&data[0], &data[1], &data[2]}),
-              std::multiset<void*>(recorder.order().begin(), recorder.order().end()));
-}
-
 }  // namespace
 
 }  // namespace rs::test
