@@ -45,8 +45,8 @@ TEST(CompoundTable, OfAnEmptySetIsEmpty) {
 
 TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
     int data = 0;
-    RuleSetHandle set =
-        makeSet({{"1,2;3,4;10.0.0.1,*;80,443;5;6", 21, &data}, {"*;*;*;*;0;0", 22}});
+    RuleSetHandle set = makeSet(
+        {{"1,2;3,4;10.0.0.1,*;80,443;4294967293;4294967294", 21, &data}, {"*;*;*;*;0;0", 22}});
     const RuleGroupHandle group = buildRuleGroup(*set);
     set.reset();
     const CompoundEntry* first = group->compoundTable->entries;
@@ -59,8 +59,8 @@ TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
     EXPECT_EQ(UINT32_MAX, first->addressList->next->high.words[0]);
     EXPECT_EQ(80, first->rangeList16->low);
     EXPECT_EQ(443, first->rangeList16->next->high);
-    EXPECT_EQ(5, first->numberA);
-    EXPECT_EQ(6, first->numberB);
+    EXPECT_EQ(4294967293, first->numberA);
+    EXPECT_EQ(4294967294, first->numberB);
     EXPECT_EQ(1, first->ruleIndex);
     EXPECT_EQ(21, first->ruleValue);
     EXPECT_EQ(ruleIdAt(1), first->ruleId);

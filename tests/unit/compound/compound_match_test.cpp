@@ -155,6 +155,11 @@ TEST_P(CompoundEntryTest, AsksRulesThatMatchAllForFieldFour) {
     EXPECT_EQ(1, group->compoundTable->entries->matchesAll);
     EXPECT_FALSE(coversCopy("*;*;*;81;0;0", flow));
     EXPECT_TRUE(coversCopy("*;*;*;80;0;0", flow));
+    // The walk takes no short cut either.
+    MatchResult result{};
+    EXPECT_EQ(0, matchCompound(group.get(), &flow, true, &result));
+    flow.secondValue16 = 81;
+    EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &result));
 }
 
 // Deliberate: a rule that matches all is tested like any other, so it covers no unknown family.
