@@ -2,7 +2,7 @@
 //
 //     rule      ranges ';' ranges ';' addresses ';' ranges16 ';' number ';' number
 //     ranges    range { ',' range }       of numbers up to 4294967295, in ranges16 up to 65535
-//     range     '*' | number [ '-' number | '*' ]
+//     range     ( '*' | number ) [ '-' number | '*' ]
 //     addresses item { ',' item }         an IP rule, or '*'
 //     number    decimal, or "0x" and hexadecimal digits
 //
