@@ -41,7 +41,8 @@ STATEMENT = re.compile(r"^\s+(?!return|break|continue|using|const|static|auto|de
 PASSED_OVER = re.compile(r"^\s*(//|#|static_assert|\[\[|template|using |\}|$)")
 
 PROGRAMS = [("unit_tests", {}), ("fault_tests", {}), ("property_tests", {"RULESET_PROPERTY_CASES": "0.1"})]
-SECONDS = 60
+SECONDS = 60  # for a program of tests; a mutant that takes longer hangs
+BUILD_SECONDS = 1800
 
 
 def mutants_of(path):
@@ -82,8 +83,9 @@ def sample(count, seed, only):
 def run(command, where, extra=None):
     environment = {**os.environ, **(extra or {})}
     try:
-        done = subprocess.run(command, cwd=where, env=environment, timeout=SECONDS * 5 if command[0] == "cmake" else
-                              SECONDS, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
+        done = subprocess.run(command, cwd=where, env=environment, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, check=False,
+                              timeout=BUILD_SECONDS if command[0] == "cmake" else SECONDS)
     except subprocess.TimeoutExpired:
         return None
     return done.returncode
