@@ -346,7 +346,7 @@ TEST_P(BadIpPortRecord, FailsTheBuildAndHandsWhatEnteredBackOnce) {
     EXPECT_EQ(nullptr, group.ipPortIndex);
     EXPECT_EQ(std::vector<void*>{&data[0]}, recorder.order());
     RuleGroup* unchanged = &group;
-    EXPECT_NE(RULE_OK, rs_buildRuleGroup(set.get(), &unchanged));
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, rs_buildRuleGroup(set.get(), &unchanged));
     EXPECT_EQ(&group, unchanged);
     EXPECT_EQ((std::vector<void*>{&data[0], &data[0]}), recorder.order()) << "once for each build";
 }
@@ -354,6 +354,22 @@ TEST_P(BadIpPortRecord, FailsTheBuildAndHandsWhatEnteredBackOnce) {
 INSTANTIATE_TEST_SUITE_P(Fields, BadIpPortRecord,
                          ::testing::Values("x", "10.0.0.1;x", "10.0.0.1;80;x",
                                            "10.0.0.1;80;5.6.7.8;x"));
+
+// A rule that enters the 128-bit structures only fails when all others have their entries.
+TEST(IpPortRelease, FollowsAFailedSecondPass) {
+    int data[3] = {};
+    ReleaseRecorder recorder;
+    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;*;1;1", 0, &data[0]},
+                                                              {"::1;80;*;81;1", 0, &data[1]},
+                                                              {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
+    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
+    auto& rule = *reinterpret_cast<IpPortRule*>(set->ipPortRules.head.next->next);
+    rule.text[rule.fields.secondPortsOffset] = 'x';
+    RuleGroup* group = nullptr;
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, rs_buildRuleGroup(set.get(), &group));
+    EXPECT_EQ(nullptr, group);
+    EXPECT_THAT(recorder.order(), UnorderedElementsAre(&data[0], &data[2]));
+}
 
 TEST(IpPortRelease, HandsEveryUserDataBackOnce) {
     int data[4] = {};
