@@ -181,6 +181,23 @@ TEST(DomainRule, RefusesNullArguments) {
     EXPECT_EQ(RULE_ERR_BAD_RULE, parseDomainRule("a", 0, out, &length, &record));
 }
 
+// Whatever a text needs, the check makes its own room; running out of that is a matter of memory.
+TEST(DomainRuleCheck, NeverAsksForRoom) {
+    bool hasRunOut = false;
+    for (size_t labels = 1; labels < 1100; ++labels) {
+        for (const std::string_view wildcard : {"", "*."}) {
+            const std::string rule = std::string(wildcard) + repeat("\xC3\xBC.", labels);
+            const int32_t status = rs_validateRule_FQDN(rule.data(), size32(rule));
+            EXPECT_NE(RULE_ERR_BUFFER_SMALL, status) << labels;
+            hasRunOut = hasRunOut || status == RULE_ERR_NO_MEMORY;
+        }
+    }
+    EXPECT_TRUE(hasRunOut);
+    EXPECT_EQ(RULE_OK, rs_validateRule_FQDN("*.my_host.com", 13));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, rs_validateRule_FQDN("*.host:8080", 11));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_validateRule_FQDN(nullptr, 1));
+}
+
 // ---- Records.
 
 using OwnedDomainRule = Owned<DomainRule, freeDomainRule>;

@@ -137,7 +137,7 @@ TEST(UrlCompile, MakesEachTableOnFirstNeed) {
 TEST(UrlCompile, MakesANodeForEachScheme) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test/x"}, {"https://a.test/x"}});
     const std::vector<Block> blocks = blocksOf(group->urlIndex->exactHosts, hashOf("a.test"));
-    ASSERT_EQ(2, blocks.size());
+    ASSERT_EQ(2, blocks.size()) << "both in one bucket";
     const UrlHostNode& https = *blocks[0][0];
     const UrlHostNode& http = *blocks[1][0];
     EXPECT_EQ("https", schemeText(https));
@@ -165,6 +165,7 @@ TEST(UrlCompile, CoversTheWholeHostWithoutPathOrWithASlash) {
     ASSERT_EQ(2, entries.size());
     for (const UrlPathEntry* entry : entries) {
         EXPECT_STREQ("/*", entry->path);
+        EXPECT_EQ(2, entry->pathLength);
         EXPECT_EQ(1, entry->prefixLength);
     }
 }

@@ -365,6 +365,23 @@ TEST_F(UrlRuleParser, RefusesNullArguments) {
     EXPECT_EQ(16, length);
 }
 
+// Whatever a text needs, the check makes its own room; running out of that is a matter of memory.
+TEST_F(UrlRuleParser, NeverAsksForRoomAsACheck) {
+    bool hasRunOut = false;
+    for (size_t labels = 1; labels < 1100; ++labels) {
+        for (const std::string_view scheme : {"", "https://"}) {
+            const std::string rule = std::string(scheme) + repeat("\xC3\xBC.", labels) + "/x";
+            const int32_t status = rs_validateRule_URL(rule.data(), size32(rule));
+            EXPECT_NE(RULE_ERR_BUFFER_SMALL, status) << labels;
+            hasRunOut = hasRunOut || status == RULE_ERR_NO_MEMORY;
+        }
+    }
+    EXPECT_TRUE(hasRunOut);
+    EXPECT_EQ(RULE_OK, rs_validateRule_URL("example.com?q=*", 15));
+    EXPECT_EQ(RULE_ERR_BAD_SCHEME, rs_validateRule_URL("ftp://a/", 8));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_validateRule_URL(nullptr, 1));
+}
+
 // ---- Records.
 
 using OwnedUrlRule = Owned<UrlRule, freeUrlRule>;
