@@ -101,7 +101,7 @@ protected:
     BlockIndex<Entry>* blocks = nullptr;
     HashTable* exact6 = nullptr;
     RangeList<Entry>* ranges = nullptr;
-    RangeFinder finder;
+    RangeFinder<RangeBucket<Entry>> finder;
     size_t made = 0;
     std::vector<uint32_t> freed;
 };

@@ -9,51 +9,61 @@ namespace rs::test {
 
 namespace {
 
-// The place of a range stands for its number.
-void* placeOf(std::vector<char>& places, size_t number) {
-    return &places[number];
-}
+struct Place {
+    Address128 low;
+    Address128 high;
+};
 
 TEST(RangeFinder, FindsNothingAtFirst) {
-    const RangeFinder finder;
+    const RangeFinder<Place> finder;
     EXPECT_EQ(nullptr, finder.find({}, {}));
     EXPECT_EQ(nullptr, finder.find({{1, 2, 3, 4}}, {{5, 6, 7, 8}}));
 }
 
+TEST(RangeFinder, RoomForAPlaceIsNoPlace) {
+    RangeFinder<Place> finder;
+    ASSERT_TRUE(finder.reserveOne());
+    EXPECT_EQ(nullptr, finder.find({}, {}));
+}
+
 TEST(RangeFinder, TellsRangesApartByEachWordOfBothEnds) {
-    constexpr Address128 LOW{{1, 2, 3, 4}};
-    constexpr Address128 HIGH{{5, 6, 7, 8}};
-    int place = 0;
-    RangeFinder finder;
-    ASSERT_TRUE(finder.add(LOW, HIGH, &place));
-    EXPECT_EQ(&place, finder.find(LOW, HIGH));
-    EXPECT_EQ(nullptr, finder.find(HIGH, LOW));
-    EXPECT_EQ(nullptr, finder.find(LOW, LOW));
+    Place place{{{1, 2, 3, 4}}, {{5, 6, 7, 8}}};
+    RangeFinder<Place> finder;
+    ASSERT_TRUE(finder.reserveOne());
+    finder.add(&place);
+    EXPECT_EQ(&place, finder.find(place.low, place.high));
+    EXPECT_EQ(nullptr, finder.find(place.high, place.low));
+    EXPECT_EQ(nullptr, finder.find(place.low, place.low));
     for (size_t word = 0; word < 4; ++word) {
-        Address128 otherLow = LOW;
-        Address128 otherHigh = HIGH;
-        ++otherLow.words[word];
-        ++otherHigh.words[word];
-        EXPECT_EQ(nullptr, finder.find(otherLow, HIGH)) << word;
-        EXPECT_EQ(nullptr, finder.find(LOW, otherHigh)) << word;
+        Place other = place;
+        ++other.low.words[word];
+        ++other.high.words[word];
+        EXPECT_EQ(nullptr, finder.find(other.low, place.high)) << word;
+        EXPECT_EQ(nullptr, finder.find(place.low, other.high)) << word;
     }
 }
 
-// The chains double in number several times on the way.
+// The slots double in number several times on the way.
 TEST(RangeFinder, FindsEveryRangeAfterItHasGrown) {
     constexpr uint32_t COUNT = 5000;
-    std::vector<char> places(COUNT);
-    RangeFinder finder;
-    const auto lowOf = [](uint32_t i) { return Address128{{i % 7, 0, i, 0}}; };
-    const auto highOf = [](uint32_t i) { return Address128{{i % 7, 0, i, i * i}}; };
+    const auto placeOf = [](uint32_t i) {
+        return Place{{{i % 7, 0, i, 0}}, {{i % 7, 0, i, i * i}}};
+    };
+    std::vector<Place> places;
     for (uint32_t i = 0; i < COUNT; ++i) {
-        ASSERT_EQ(nullptr, finder.find(lowOf(i), highOf(i))) << i;
-        ASSERT_TRUE(finder.add(lowOf(i), highOf(i), placeOf(places, i)));
+        places.push_back(placeOf(i));
     }
-    for (uint32_t i = 0; i < COUNT; ++i) {
-        ASSERT_EQ(placeOf(places, i), finder.find(lowOf(i), highOf(i))) << i;
+    RangeFinder<Place> finder;
+    for (Place& place : places) {
+        ASSERT_EQ(nullptr, finder.find(place.low, place.high)) << place.low.words[2];
+        ASSERT_TRUE(finder.reserveOne());
+        finder.add(&place);
     }
-    EXPECT_EQ(nullptr, finder.find(lowOf(COUNT), highOf(COUNT)));
+    for (Place& place : places) {
+        ASSERT_EQ(&place, finder.find(place.low, place.high)) << place.low.words[2];
+    }
+    const Place next = placeOf(COUNT);
+    EXPECT_EQ(nullptr, finder.find(next.low, next.high));
 }
 
 }  // namespace
