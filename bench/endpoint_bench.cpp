@@ -23,8 +23,10 @@ constexpr uint32_t VALUES = 8;
 // Disjoint ranges of IPv6 addresses, each as the first address of a rule.
 std::vector<std::string> endpointRules(int32_t type, uint32_t count) {
     std::vector<std::string> rules = bench::generateWorkload(Kind::IPV6_RANGES, count).rules;
+    const bool isFilter = type == RULE_TYPE_PACKET_FILTER;
     for (std::string& rule : rules) {
-        rule = type == RULE_TYPE_IP_PORT ? rule + ";80,443;*;*;1" : "tcp;" + rule + ";80,443;*;*";
+        rule.insert(0, isFilter ? "tcp;" : "");
+        rule += isFilter ? ";80,443;*;*" : ";80,443;*;*;1";
     }
     return rules;
 }

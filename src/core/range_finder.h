@@ -90,7 +90,9 @@ private:
     [[nodiscard]] uint64_t firstSlot(uint64_t hash) const noexcept {
         return hash & (slotCount_ - 1);
     }
-    [[nodiscard]] uint64_t nextSlot(uint64_t i) const noexcept { return (i + 1) & (slotCount_ - 1); }
+    [[nodiscard]] uint64_t nextSlot(uint64_t i) const noexcept {
+        return (i + 1) & (slotCount_ - 1);
+    }
 
     void put(const Slot& slot) noexcept {
         uint64_t i = firstSlot(slot.hash);

@@ -22,7 +22,7 @@ constexpr size_t CAPACITY = 16384;
 
 // Texts that end in the middle of everything that a parser looks ahead for.
 const std::vector<std::string>& seeds() {
-    static const std::vector<std::string> texts = {
+    static const std::vector<std::string> TEXTS = {
         "1",
         "10.0.0.1",
         "10.0.0.0/8",
@@ -33,8 +33,7 @@ const std::vector<std::string>& seeds() {
         "1-65535",
         "*",
         "*.example.com",
-        "b\xC3\xBC"
-        "cher.example",
+        "b\u00FCcher.example",
         "\xF0\x90\x8D\x88.example",
         "%62%C3%BC.example.",
         "under_score.example",
@@ -47,12 +46,12 @@ const std::vector<std::string>& seeds() {
         "*;*;2001:db8::1;80;1",
         "1-2,5*;*;10.0.0.0/8,2001:db8::1;80-90;0x15;7",
     };
-    return texts;
+    return TEXTS;
 }
 
 // Every beginning of every seed, random bytes of its alphabet, and long texts around the limits.
 const std::vector<std::string>& texts() {
-    static const std::vector<std::string> made = [] {
+    static const std::vector<std::string> TEXTS = [] {
         std::vector<std::string> texts;
         for (const std::string& seed : seeds()) {
             for (size_t length = 1; length <= seed.size(); ++length) {
@@ -67,14 +66,15 @@ const std::vector<std::string>& texts() {
             }
             texts.push_back(text);
         }
-        for (const size_t length : {63, 64, 255, 256, 4095, 4096, 8191, 8192, 9000}) {
+        constexpr size_t LENGTHS[] = {63, 64, 255, 256, 4095, 4096, 8191, 8192, 9000};
+        for (const size_t length : LENGTHS) {
             texts.push_back(std::string(length, 'a'));
             texts.push_back("http://example.com/" + std::string(length, 'b'));
             texts.push_back(std::string(length / 2, '.') + std::string(length / 2, '%'));
         }
         return texts;
     }();
-    return made;
+    return TEXTS;
 }
 
 template <typename Use>

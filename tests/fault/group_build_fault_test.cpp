@@ -264,10 +264,10 @@ TEST(GroupBuildFault, EmptySets) {
 // Domain rules.
 
 const std::vector<std::string>& domainKeys() {
-    static const std::vector<std::string> keys = {"www.example.com", "a.b.example.com",
+    static const std::vector<std::string> KEYS = {"www.example.com", "a.b.example.com",
                                                   "example.com",     "xn--bcher-kva.example",
                                                   "mail.test",       "other.name"};
-    return keys;
+    return KEYS;
 }
 
 TEST(GroupBuildFault, DomainRules) {
@@ -633,14 +633,14 @@ TEST(GroupBuildFault, ManyCompoundRules) {
 // Sets without userData keep no account of it, and sets without callback do not hand it back.
 
 const std::vector<FaultRules>& smallSets() {
-    static const std::vector<FaultRules> sets = {
+    static const std::vector<FaultRules> SETS = {
         {RULE_TYPE_FQDN, {{"a.test"}, {"*.a.test"}, {"a.test"}, {"*"}}, {"a.test", "b.a.test"}},
         {RULE_TYPE_URL, {{"a.test/x"}, {"https://*.a.test"}, {"a.test/x"}, {"*"}}, {"a.test/x"}},
         {RULE_TYPE_PACKET_FILTER, {{"tcp;10.0.0.1;80;*;*"}, {"tcp;::/1;80;*;*"}}, {}},
         {RULE_TYPE_IP_PORT, {{"10.0.0.1;80;*;*;1"}, {"::/1,10.0.0.0/24;80;*;*;1"}}, {}},
         {RULE_TYPE_COMPOUND, {{"1;1;10.0.0.1;80;0;1"}, {"*;*;*;*;0;0"}}, {}},
     };
-    return sets;
+    return SETS;
 }
 
 TEST(GroupBuildFault, RulesWithoutUserData) {

@@ -177,7 +177,7 @@ TEST(MatchFault, UrlsOfAnyLengthAllocateNothing) {
 
 // One set of each type with its keys; every rule covers one of them.
 const std::vector<FaultRules>& setsOfAllTypes() {
-    static const std::vector<FaultRules> sets = {
+    static const std::vector<FaultRules> SETS = {
         {RULE_TYPE_FQDN,
          {{"www.example.com"}, {"*.example.com"}, {"b\u00fccher.example", false}, {"*"}},
          {"WWW.example.com.", "a.b.example.com", "B%C3%9CCHER.example", "other.test"}},
@@ -200,7 +200,7 @@ const std::vector<FaultRules>& setsOfAllTypes() {
          {{"1;*;10.0.0.1;80;7;1"}, {"5,70;5;*;*;2;0", false}, {"*;*;*;*;0;0"}},
          {}},
     };
-    return sets;
+    return SETS;
 }
 
 TEST(MatchFault, LookupsAllocateNothing) {

@@ -279,15 +279,18 @@ TEST(RuleAddFault, ValidatorsAllocateNothing) {
 
 TEST(RuleAddFault, NormalizingAllocatesNothing) {
     const std::vector<std::string> texts = textsOfAllKinds();
-    std::vector<char> buffers(3 * 32768);
+    constexpr uint32_t CAPACITY = 32768;
+    std::vector<char> scheme(CAPACITY);
+    std::vector<char> host(CAPACITY);
+    std::vector<char> path(CAPACITY);
     uint32_t normalized = 0;
     const AllocationWatch watch;
     for (const std::string& text : texts) {
-        for (const uint32_t capacity : {0U, 8U, 32768U}) {
+        for (const uint32_t capacity : {0U, 8U, CAPACITY}) {
             NormalizedUrl record{};
-            record.scheme = buffers.data();
-            record.host = buffers.data() + 32768;
-            record.path = buffers.data() + 2 * 32768;
+            record.scheme = scheme.data();
+            record.host = host.data();
+            record.path = path.data();
             record.schemeLength = capacity;
             record.hostLength = capacity;
             record.pathLength = capacity;

@@ -40,7 +40,7 @@ private:
 };
 
 // GoogleTest owns it.
-[[maybe_unused]] const ::testing::Environment* const report =
+[[maybe_unused]] const ::testing::Environment* const REPORT =
     ::testing::AddGlobalTestEnvironment(new ComparisonReport);
 
 }  // namespace

@@ -109,11 +109,12 @@ TEST(AddedRule, IsCheckedInOrder) {
 }
 
 TEST(AddedRule, OfEveryTypeIsCountedUpToTheLastNumber) {
-    struct {
+    struct Row {
         int32_t type;
         RuleList RuleSet::*list;
         std::string_view text;
-    } const ROWS[] = {
+    };
+    constexpr Row ROWS[] = {
         {RULE_TYPE_IP, &RuleSet::ipRules, "10.0.0.1"},
         {RULE_TYPE_IP_ALT, &RuleSet::ipRules, "10.0.0.1"},
         {RULE_TYPE_FQDN, &RuleSet::domainRules, "example.com"},
@@ -122,7 +123,7 @@ TEST(AddedRule, OfEveryTypeIsCountedUpToTheLastNumber) {
         {RULE_TYPE_IP_PORT, &RuleSet::ipPortRules, "*;*;*;*;1"},
         {RULE_TYPE_COMPOUND, &RuleSet::compoundRules, "*;*;*;*;0;0"},
     };
-    for (const auto& row : ROWS) {
+    for (const Row& row : ROWS) {
         SCOPED_TRACE(row.type);
         const RuleSetHandle set = newRuleSet(row.type);
         RuleList& list = (*set).*row.list;

@@ -62,7 +62,7 @@ constexpr AddressWords FIRST6 = {0x20010DB8, 0, 0, 1};
 constexpr AddressWords SECOND6 = {0x20010DB8, 0, 0, 2};
 
 const std::vector<TypeCase>& typeCases() {
-    static const std::vector<TypeCase> cases = {
+    static const std::vector<TypeCase> CASES = {
         {"IP",
          RULE_TYPE_IP,
          {"10.0.0.1", "10.0.0.0/8", "2001:db8::/32"},
@@ -92,21 +92,21 @@ const std::vector<TypeCase>& typeCases() {
          {"1;*;*;*;0;1", "7-9;*;*;80;0;2", "*;*;*;*;0;3"},
          {matchFlow}},
     };
-    return cases;
+    return CASES;
 }
 
 class SharedGroups : public ::testing::TestWithParam<TypeCase> {
 protected:
     void SetUp() override {
         const RuleSetHandle set = newRuleSet(GetParam().type);
-        ASSERT_EQ(RULE_OK, recorder_.registerOn(*set));
+        ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
         uint32_t ruleId = 0;
         for (const std::string_view rule : GetParam().rules) {
             ++ruleId;
-            ASSERT_EQ(RULE_OK, addRule(*set, rule, 1, ruleId, &userData_[ruleId]));
+            ASSERT_EQ(RULE_OK, addRule(*set, rule, 1, ruleId, &userData[ruleId]));
         }
-        original_ = buildRuleGroup(*set);
-        ASSERT_NE(nullptr, original_);
+        original = buildRuleGroup(*set);
+        ASSERT_NE(nullptr, original);
     }
 
     void matchManyTimes(const RuleGroup& group, uint32_t rounds) {
@@ -114,8 +114,8 @@ protected:
             for (const Lookup& lookup : GetParam().lookups) {
                 MatchResult result{};
                 const int32_t status = lookup(group, result);
-                if (status != 1 || result.ruleIndex != 2 || result.userData != &userData_[2]) {
-                    ++wrongAnswers_;
+                if (status != 1 || result.ruleIndex != 2 || result.userData != &userData[2]) {
+                    ++wrongAnswers;
                 }
             }
         }
@@ -123,25 +123,25 @@ protected:
 
     void retainAndDrop() {
         for (uint32_t round = 0; round < ROUNDS; ++round) {
-            const RuleGroupHandle copy(retainRuleGroup(original_.get()));
+            const RuleGroupHandle copy(retainRuleGroup(original.get()));
             if (copy == nullptr) {
-                ++wrongAnswers_;
+                ++wrongAnswers;
                 continue;
             }
             matchManyTimes(*copy, 1);
         }
     }
 
-    std::array<char, 8> userData_{};
-    ReleaseRecorder recorder_;
-    RuleGroupHandle original_;
-    std::atomic<uint32_t> wrongAnswers_{0};
+    std::array<char, 8> userData{};
+    ReleaseRecorder recorder;
+    RuleGroupHandle original;
+    std::atomic<uint32_t> wrongAnswers{0};
 };
 
 TEST_P(SharedGroups, MatchWhileOthersRetainAndDrop) {
     std::vector<std::thread> threads;
     for (uint32_t i = 0; i < MATCHING_THREADS; ++i) {
-        threads.emplace_back([this] { matchManyTimes(*original_, ROUNDS); });
+        threads.emplace_back([this] { matchManyTimes(*original, ROUNDS); });
     }
     for (uint32_t i = 0; i < RETAINING_THREADS; ++i) {
         threads.emplace_back([this] { retainAndDrop(); });
@@ -149,15 +149,15 @@ TEST_P(SharedGroups, MatchWhileOthersRetainAndDrop) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(0U, wrongAnswers_);
-    EXPECT_TRUE(recorder_.order().empty());
-    original_.reset();
-    for (const void* userData : recorder_.order()) {
-        EXPECT_EQ(1U, recorder_.countOf(userData));
+    EXPECT_EQ(0U, wrongAnswers);
+    EXPECT_TRUE(recorder.order().empty());
+    original.reset();
+    for (const void* handedBack : recorder.order()) {
+        EXPECT_EQ(1U, recorder.countOf(handedBack));
     }
     // The domain rule "*" alone keeps its userData.
     const size_t kept = GetParam().type == RULE_TYPE_FQDN ? 1 : 0;
-    EXPECT_EQ(GetParam().rules.size() - kept, recorder_.order().size());
+    EXPECT_EQ(GetParam().rules.size() - kept, recorder.order().size());
 }
 
 // Every thread has a record of its own; whichever is dropped last frees the structures, while the thread sanitizer
@@ -165,11 +165,11 @@ TEST_P(SharedGroups, MatchWhileOthersRetainAndDrop) {
 TEST_P(SharedGroups, AreFreedOnceByWhicheverThreadDropsLast) {
     std::vector<RuleGroupHandle> copies;
     for (uint32_t i = 0; i < MATCHING_THREADS; ++i) {
-        copies.emplace_back(retainRuleGroup(original_.get()));
+        copies.emplace_back(retainRuleGroup(original.get()));
         ASSERT_NE(nullptr, copies.back());
     }
-    original_.reset();
-    EXPECT_TRUE(recorder_.order().empty());
+    original.reset();
+    EXPECT_TRUE(recorder.order().empty());
     std::vector<std::thread> threads;
     for (uint32_t i = 0; i < MATCHING_THREADS; ++i) {
         threads.emplace_back([this, &copies, i] {
@@ -180,9 +180,9 @@ TEST_P(SharedGroups, AreFreedOnceByWhicheverThreadDropsLast) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(0U, wrongAnswers_);
-    for (const void* userData : recorder_.order()) {
-        EXPECT_EQ(1U, recorder_.countOf(userData));
+    EXPECT_EQ(0U, wrongAnswers);
+    for (const void* handedBack : recorder.order()) {
+        EXPECT_EQ(1U, recorder.countOf(handedBack));
     }
 }
 

@@ -122,10 +122,8 @@ TEST(PacketFilterRule, TakesTheOneProtocolInAnyLetterCase) {
     for (const std::string_view protocol : {"tcp", "TCP", "Tcp", "tCP"}) {
         EXPECT_EQ(PROTOCOL_TCP, parsed(std::string(protocol) + ";*;*;*;*").protocol);
     }
-    for (const std::string_view protocol : {"udp", "tc", "", "tcpx", "tcq", "*", "6", "t\x03p",
-                                            "\xF4"
-                                            "cp",
-                                            " tcp;tcp"}) {
+    for (const std::string_view protocol :
+         {"udp", "tc", "", "tcpx", "tcq", "*", "6", "t\x03p", "\364cp", " tcp;tcp"}) {
         parsed(std::string(protocol) + ";*;*;*;*", RULE_ERR_BAD_RULE);
     }
     uint32_t protocol = 99;
