@@ -1,6 +1,5 @@
 // The reader of IP rules by way of every function that takes one, and the one of port ranges: text.
 #include <ruleset.h>
-#include <ruleset_static.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -9,9 +8,9 @@
 #include <string_view>
 
 #include "fuzz_check.h"
+#include "rule_status.h"
 #include "support/reference_ip.h"
 #include "support/reference_port.h"
-#include "support/rule_handles.h"
 #include "support/text.h"
 
 namespace {
@@ -53,19 +52,12 @@ void checkConversion(const ExactText& text, const std::optional<AddressRange>& r
     }
 }
 
-// The validator of rules and the rule set go by the library's option.
-void checkRule(const ExactText& text, bool isRule, int32_t allowIpv6) {
-    rs::setLibraryOption(rs::RULE_OPTION_IPV6, allowIpv6);
-    const auto option = static_cast<size_t>(allowIpv6);
-    const int32_t expected = statusOf(isRule, RULE_ERR_BAD_RULE);
-    rs::fuzz::check(rs_validateRule_IP(text.data(), text.size()) == expected, "the validator",
-                    option);
+// The option counts here, and not in the validators of ranges.
+void checkRule(const ExactText& text, bool isRule, bool allowIpv6) {
+    const rs::fuzz::Ipv6Option option(allowIpv6);
     for (const int32_t type : {RULE_TYPE_IP, RULE_TYPE_IP_ALT}) {
-        const rs::test::RuleSetHandle set = rs::test::newRuleSet(type);
-        rs::fuzz::check(rs_addRuleToRuleSet(set.get(), text.data(), text.size(), 1, 1) == expected,
-                        "adding the rule", option);
+        rs::fuzz::checkRuleStatus(type, text, isRule, rs_validateRule_IP);
     }
-    rs::setLibraryOption(rs::RULE_OPTION_IPV6, 1);
 }
 
 }  // namespace
@@ -85,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                         statusOf(rs::test::readPortRange(rule).has_value(), RULE_ERR_BAD_RANGE),
                     "the validator of port ranges");
     checkConversion(text, ipv4 ? ipv4 : ipv6);
-    checkRule(text, ipv4 || ipv6, 1);
-    checkRule(text, ipv4.has_value(), 0);
+    checkRule(text, ipv4 || ipv6, true);
+    checkRule(text, ipv4.has_value(), false);
     return 0;
 }

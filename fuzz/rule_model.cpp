@@ -3,14 +3,15 @@
 #include <ruleset_static.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <cstring>
 #include <optional>
 #include <string>
 
 #include "fuzz_check.h"
 #include "ip/ip_match.h"
 #include "rule_texts.h"
+#include "support/reference_compound.h"
 #include "support/reference_domain.h"
 #include "support/reference_endpoint.h"
 #include "support/reference_ip.h"
@@ -247,7 +248,7 @@ public:
     explicit EndpointModel(int32_t ruleType) : ruleType_(ruleType), rules_(ruleType) {}
 
     bool isAffordable(std::string_view text) const override {
-        constexpr uint64_t MOST_RECORDS = 1U << 14U;
+        constexpr uint64_t MOST_RECORDS = 1U << 12U;
         return records_ + recordsOf(text) <= MOST_RECORDS;
     }
 
@@ -376,6 +377,101 @@ private:
     test::ReferenceEndpointRules rules_;
 };
 
+// The words of an address in network byte order, as a host finds them in a packet.
+AddressWords networkWords(const test::AddressBytes& bytes) {
+    AddressWords words{};
+    std::memcpy(words.data(), bytes.data(), bytes.size());
+    return words;
+}
+
+class CompoundModel : public RuleModel {
+public:
+    int32_t add(std::string_view text, uint32_t ruleValue, uint32_t ruleId,
+                void* userData) override {
+        return rules_.add(text, ruleValue, ruleId, userData);
+    }
+
+    GoingBack build() override { return {{}, {}, rules_.handedBackAtDelete()}; }
+
+    std::unique_ptr<RuleModel> copy() const override {
+        return std::make_unique<CompoundModel>(*this);
+    }
+
+    void checkLookup(const RuleGroup& group, ByteReader& input) const override {
+        test::ReferenceFlow expected = takeFlow(input);
+        const bool wantsListValue = input.oneIn(2);
+        CompoundFlow flow{};
+        flow.firstValue16 = expected.values16[0];
+        flow.secondValue16 = expected.values16[1];
+        flow.value32 = expected.value32;
+        flow.family = expected.family;
+        flow.firstAddress = networkWords(expected.addresses[0]);
+        flow.secondAddress = networkWords(expected.addresses[1]);
+        flow.listValue16 = expected.listValue16;
+        flow.listValue12 = expected.listValue12;
+        flow.outNumber = expected.outNumber;
+        flow.outListValue = expected.outListValue;
+        flow.outMark = expected.outMark;
+        const test::ReferenceCompoundRule* winner = rules_.find(expected, wantsListValue);
+        checkAnswer("the lookup of a flow", winner == nullptr ? nullptr : &winner->result,
+                    [&](MatchResult* result) {
+                        return matchCompound(&group, &flow, wantsListValue, result);
+                    });
+        check(flow.outNumber == expected.outNumber && flow.outListValue == expected.outListValue &&
+                  flow.outMark == expected.outMark,
+              "the outputs of a flow");
+    }
+
+private:
+    test::ReferenceFlow takeFlow(ByteReader& input) const {
+        const auto& rules = rules_.rules();
+        const test::CompoundRuleText* rule =
+            rules.empty() ? nullptr : &rules[input.byte() % rules.size()].text;
+        test::ReferenceFlow flow{};
+        for (uint16_t& value : flow.values16) {
+            value = static_cast<uint16_t>(
+                takeNumber(rule == nullptr ? nullptr : &rule->rangeList16, input));
+        }
+        flow.value32 = takeNumber(rule == nullptr ? nullptr : &rule->rangeListA, input);
+        constexpr int32_t FAMILIES[] = {4, 4, 4, 6, 6, 6, 0, 5};
+        flow.family = input.pick(FAMILIES);
+        for (test::AddressBytes& bytes : flow.addresses) {
+            bytes = test::bytesOf(takeFlowAddress(rule, input));
+            if (flow.family == 4) {
+                std::rotate(bytes.begin(), bytes.begin() + 12, bytes.end());
+            }
+        }
+        flow.listValue16 =
+            static_cast<uint16_t>(takeNumber(rule == nullptr ? nullptr : &rule->rangeListB, input));
+        constexpr uint16_t NO_VALUE_12 = 4096;
+        const uint32_t listValue =
+            takeNumber(rule == nullptr ? nullptr : &rule->rangeListB, input) % NO_VALUE_12;
+        flow.listValue12 = input.oneIn(4) ? NO_VALUE_12 : static_cast<uint16_t>(listValue);
+        flow.outNumber = 7;
+        flow.outListValue = input.oneIn(2) ? flow.listValue16 : input.byte();
+        flow.outMark = 9;
+        return flow;
+    }
+
+    static uint32_t takeNumber(const std::vector<test::NumberRange>* ranges, ByteReader& input) {
+        if (ranges == nullptr || input.oneIn(4)) {
+            return input.oneIn(4) ? input.word() : input.below(16);
+        }
+        const test::NumberRange& range = (*ranges)[input.byte() % ranges->size()];
+        const uint32_t edges[] = {range.low, range.high, range.low - 1, range.high + 1};
+        return input.pick(edges);
+    }
+
+    static Number128 takeFlowAddress(const test::CompoundRuleText* rule, ByteReader& input) {
+        if (rule == nullptr || input.oneIn(4)) {
+            return takeAddress(input);
+        }
+        return takeEdge(rule->addressList[input.byte() % rule->addressList.size()], input);
+    }
+
+    test::ReferenceCompoundRules rules_;
+};
+
 }  // namespace
 
 std::unique_ptr<RuleModel> makeRuleModel(int32_t ruleType) {
@@ -387,6 +483,8 @@ std::unique_ptr<RuleModel> makeRuleModel(int32_t ruleType) {
         case RULE_TYPE_PACKET_FILTER:
         case RULE_TYPE_IP_PORT:
             return std::make_unique<EndpointModel>(ruleType);
+        case RULE_TYPE_COMPOUND:
+            return std::make_unique<CompoundModel>();
         default:
             return std::make_unique<IpModel>();
     }

@@ -42,7 +42,7 @@ std::string takeAddressItem(ByteReader& input) {
     const uint32_t form = input.below(8);
     const bool asIpv6 = form >= 4;
     const Number128 first = takeAddress(input);
-    const std::string text = writeAddress(first, asIpv6);
+    std::string text = writeAddress(first, asIpv6);
     switch (form % 4) {
         case 0:
             return text;
