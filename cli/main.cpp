@@ -37,9 +37,9 @@ void addIpv6Flag(CLI::App& command) {
 // Positional arguments, taken as they are written. CLI11 would read "[::1]" as a list and take the
 // brackets off, but does so only where it allows extra arguments. So none are: as many are expected
 // as there can be, and take_all does not insist on them.
-void addTexts(CLI::App& command, const char* name, std::vector<std::string>& texts,
-              const char* description) {
-    command.add_option(name, texts, description)
+CLI::Option* addTexts(CLI::App& command, const char* name, std::vector<std::string>& texts,
+                      const char* description) {
+    return command.add_option(name, texts, description)
         ->expected(CLI::detail::expected_max_vector_size, CLI::detail::expected_max_vector_size)
         ->take_all()
         ->allow_extra_args(false);
@@ -69,7 +69,7 @@ void describeMatch(CLI::App& command, cli::MatchOptions& options) {
 
 void describeCheck(CLI::App& command, cli::CheckOptions& options) {
     addTypeOption(command, options.kind);
-    command.add_option("RULES", options.ruleFiles, "Rule files")->required();
+    addTexts(command, "RULES", options.ruleFiles, "Rule files")->required();
     command.add_option("--max-errors", options.maxErrors, "Bad lines to show, 0 for all")
         ->capture_default_str();
     addIpv6Flag(command);

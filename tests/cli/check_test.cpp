@@ -16,6 +16,19 @@ TEST_F(CheckCommand, AcceptsGoodFiles) {
     EXPECT_NE(std::string::npos, result.messages.find("2 rules, 0 bad lines"));
 }
 
+// An argument in brackets is a file like any other, and not a list of files.
+TEST_F(CheckCommand, TakesFilesInBrackets) {
+    writeFile("[a,b]", "10.0.0.1\n");
+    writeFile("rules", "10.0.0.2\n");
+    const CommandResult result = run("check -t ip '[a,b]' rules");
+    EXPECT_EQ(0, result.status) << result.messages;
+    EXPECT_NE(std::string::npos, result.messages.find("2 rules, 0 bad lines"));
+}
+
+TEST_F(CheckCommand, NeedsAFile) {
+    EXPECT_EQ(2, run("check -t ip").status);
+}
+
 TEST_F(CheckCommand, SaysWhyALineIsBad) {
     constexpr struct {
         const char* line;

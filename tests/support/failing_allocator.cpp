@@ -1,5 +1,6 @@
 #include "support/failing_allocator.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <unordered_set>
 #include <vector>
@@ -17,6 +18,8 @@ struct WatchState {
 
 // What the only watch sees; null while there is none.
 WatchState* currentState = nullptr;
+
+uint64_t failureCount = 0;  // of all watches that are gone
 
 // Counts one allocation. False when it must fail.
 bool countAllocation() {
@@ -43,6 +46,18 @@ void rememberFreed(const void* block) {
     }
 }
 
+class FailureReport : public ::testing::Environment {
+public:
+    void TearDown() override {
+        std::printf("[ FAULTS   ] %6llu allocations failed in all\n",
+                    static_cast<unsigned long long>(failureCount));
+    }
+};
+
+// GoogleTest owns it.
+[[maybe_unused]] const ::testing::Environment* const REPORT =
+    ::testing::AddGlobalTestEnvironment(new FailureReport);
+
 }  // namespace
 
 AllocationWatch::AllocationWatch(uint64_t failingAllocation) {
@@ -54,6 +69,7 @@ AllocationWatch::AllocationWatch(uint64_t failingAllocation) {
 
 AllocationWatch::~AllocationWatch() {
     // Freeing the state may come by the wrapped operations.
+    failureCount += hasFailed() ? 1 : 0;
     WatchState* state = currentState;
     currentState = nullptr;
     delete state;
