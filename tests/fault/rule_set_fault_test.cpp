@@ -2,6 +2,7 @@
 #include <ruleset.h>
 
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 #include <gtest/gtest.h>
@@ -105,6 +106,52 @@ TEST(RuleSetFault, DeletingFreesAllRules) {
     EXPECT_EQ(11U, watch.liveBlockCount());
     set.reset();
     EXPECT_EQ(0U, watch.liveBlockCount());
+}
+
+// Whether the set or the group goes first, and with good and bad rules in turns.
+TEST(RuleSetFault, SetsAndGroupsOfEveryTypeLeaveNothingBehind) {
+    struct Row {
+        int32_t type;
+        std::string_view texts[5];
+    };
+    constexpr Row ROWS[] = {
+        {RULE_TYPE_IP, {"10.0.0.1", "::1", "x", "10.0.0.0/8", "::/1"}},
+        {RULE_TYPE_IP_ALT, {"10.0.0.1", "::1", "x", "10.0.0.0/8", "::/1"}},
+        {RULE_TYPE_FQDN, {"a.test", "*.a.test", "a..test", "a.test", "*"}},
+        {RULE_TYPE_URL, {"a.test/x", "https://*.a.test:*/a*b", "a.test:0", "*/x", "*"}},
+        {RULE_TYPE_PACKET_FILTER,
+         {"tcp;10.0.0.1;80,443;10.0.0.0/8;1-9", "tcp;::/1;*;::1;80", "udp;*;*;*;*",
+          "tcp;10.0.0.0/8;*;*;80", "tcp;*;80;*;443"}},
+        {RULE_TYPE_IP_PORT,
+         {"10.0.0.1,10.0.0.0/8;80,443;::1,1.1.1.1;1-9;1", "::/1;*;::1;80;1", "*;*;*;80;",
+          "*;80;*;443;3", "1.1.1.1;80;*;*;0x7"}},
+        {RULE_TYPE_COMPOUND,
+         {"1-9,20;3,4;10.0.0.0/8,::1;80;0;7", "*;*;*;*;0;0", "1,;*;*;*;0;0", "*;*;1.1.1.1,x;*;0;0",
+          "5*;7;::1;1-2;2;8"}},
+    };
+    for (const Row& row : ROWS) {
+        for (const bool setGoesFirst : {true, false}) {
+            SCOPED_TRACE(::testing::Message() << "type " << row.type);
+            const AllocationWatch watch;
+            RuleSetHandle set = newRuleSet(row.type);
+            uint32_t accepted = 0;
+            for (const std::string_view text : row.texts) {
+                accepted += addRule(*set, text, 1, 1) == RULE_OK ? 1 : 0;
+            }
+            EXPECT_LT(2U, accepted);
+            EXPECT_GT(std::size(row.texts), accepted);
+            RuleGroupHandle group = buildRuleGroup(*set);
+            EXPECT_NE(nullptr, group);
+            if (setGoesFirst) {
+                set.reset();
+                group.reset();
+            } else {
+                group.reset();
+                set.reset();
+            }
+            EXPECT_EQ(0U, watch.liveBlockCount());
+        }
+    }
 }
 
 }  // namespace

@@ -159,7 +159,7 @@ void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View
 
 class LargeIpSet : public ::testing::Test {
 protected:
-    LargeIpSet() : tokens(propertyCases(RULE_COUNT)), set(newRuleSet(RULE_TYPE_IP)) {}
+    LargeIpSet() : tokens(propertySize(RULE_COUNT)), set(newRuleSet(RULE_TYPE_IP)) {}
 
     void SetUp() override {
         ASSERT_EQ(RULE_OK, recorder.registerOn(*set));

@@ -6,6 +6,7 @@
 //     RULESET_PROPERTY_CASES=10     ten times as many cases; 0.1 for a tenth
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -69,6 +70,11 @@ inline uint64_t propertyCases(uint64_t usual) {
     }
     const double cases = static_cast<double>(usual) * factor;
     return cases < 1 ? 1 : static_cast<uint64_t>(cases);
+}
+
+// How large a set is that has usual rules by default. A larger number of cases brings more sets, not larger ones.
+inline uint64_t propertySize(uint64_t usual) {
+    return std::min(usual, propertyCases(usual));
 }
 
 // Runs check(random) for each case, with a seed of its own, up to the first case that fails.
