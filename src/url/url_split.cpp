@@ -49,9 +49,8 @@ private:
     }
 
     // The beginning of a text, which may turn out to be a scheme, user information or a host. Stops
-    // where the authority goes on without either before it.
+    // where the authority goes on without either before it. The text does not begin with '/'.
     void scanStart() noexcept {
-        const char* const start = at_;
         for (; at_ != end_ && *at_ != '?' && *at_ != '#' && *at_ != '['; ++at_) {
             if (*at_ == '@') {
                 endUserInfo();
@@ -60,7 +59,7 @@ private:
             if (*at_ == ':') {
                 portColon_ = at_;
             } else if (*at_ == '/') {
-                if (at_ == start || at_[-1] != ':' || at_ + 1 == end_ || at_[1] != '/') {
+                if (at_[-1] != ':' || at_ + 1 == end_ || at_[1] != '/') {
                     return;
                 }
                 portColon_ = nullptr;
