@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "fuzz_check.h"
-#include "support/reference_url.h"
+#include "support/reference_url_text.h"
 #include "support/text.h"
 
 namespace {

@@ -9,7 +9,7 @@
 
 #include "fuzz_check.h"
 #include "support/reference_domain.h"
-#include "support/reference_url.h"
+#include "support/reference_url_text.h"
 #include "support/text.h"
 
 namespace {

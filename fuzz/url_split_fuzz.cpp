@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "fuzz_check.h"
-#include "support/reference_url.h"
+#include "support/reference_url_text.h"
 #include "support/text.h"
 #include "url/url_match.h"
 

@@ -17,7 +17,7 @@
 #include "support/random_names.h"
 #include "support/random_source.h"
 #include "support/reference_domain.h"
-#include "support/reference_url.h"
+#include "support/reference_url_text.h"
 #include "support/text.h"
 #include "url/ip_literal_host.h"
 #include "url/url_match.h"
