@@ -97,7 +97,8 @@ class Workshop:
     def __init__(self, folder):
         self.source = folder / "source"
         self.build = folder / "build"
-        shutil.rmtree(self.source, ignore_errors=True)
+        for old in (self.source, self.build):  # whose objects may be those of a mutant
+            shutil.rmtree(old, ignore_errors=True)
         for part in PARTS:
             origin = ROOT / part
             if origin.is_dir():
