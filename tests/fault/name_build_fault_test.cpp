@@ -1,0 +1,238 @@
+// Groups of domain and URL rules when memory runs out while they are built.
+#include <ruleset.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/fault_build.h"
+#include "support/fault_host.h"
+#include "support/text.h"
+#include "url/url_index.h"
+
+namespace rs::test {
+
+namespace {
+
+// Domain rules.
+
+const std::vector<std::string>& domainKeys() {
+    static const std::vector<std::string> KEYS = {"www.example.com", "a.b.example.com",
+                                                  "example.com",     "xn--bcher-kva.example",
+                                                  "mail.test",       "other.name"};
+    return KEYS;
+}
+
+TEST(NameBuildFault, DomainRules) {
+    BuildPlan plan{{RULE_TYPE_FQDN,
+                    {{"www.example.com"},
+                     {"*.example.com"},
+                     {"b\u00fccher.example", false},
+                     {"WWW.example.com."},
+                     {"mail.test"},
+                     {"*.b.example.com"},
+                     {"*.Example.com"},
+                     {"mail.test", false},
+                     {"mail.test"}},
+                    domainKeys()},
+                   {},
+                   {},
+                   {4, 7, 9}};
+    FaultTotals totals = failBuild("domain rules", plan);
+    // The group, the index, and the two parts of each of the two tables.
+    EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(1U, totals.entered) << "the second table is for the second rule";
+    // The two parts of an entry of each rule, for a superfluous one is told by its entry; without
+    // userData that one leaves no trace.
+    EXPECT_EQ(16U, totals.leftOut);
+    EXPECT_EQ(2U, totals.complete);
+
+    plan.rules.rules = {{"*"}, {"www.example.com"}, {"*"}, {"*.example.com"}, {"*", false}};
+    plan.never = {1, 3};
+    plan.duplicates = {};
+    totals = failBuild("domain rules with \"*\"", plan);
+    EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(1U, totals.entered) << "\"*\" is never handed back";
+    EXPECT_EQ(6U, totals.leftOut);
+}
+
+// Names that all stand in one bucket: one text with dots at different places. Each number below 4096
+// has its own.
+std::string sharingName(uint32_t number) {
+    constexpr std::string_view LETTERS = "abcdefghijklm";
+    std::string name(1, LETTERS[0]);
+    for (uint32_t i = 1; i < LETTERS.size(); ++i) {
+        if ((number >> (i - 1) & 1U) != 0) {
+            name += '.';
+        }
+        name += LETTERS[i];
+    }
+    return name;
+}
+
+std::vector<std::string> sharingNames(uint32_t count, std::string_view before) {
+    std::vector<std::string> names;
+    for (uint32_t i = 0; i < count; ++i) {
+        names.push_back(std::string(before) + sharingName(i));
+    }
+    return names;
+}
+
+// Every step-th of the texts, behind something.
+std::vector<std::string> someOf(const std::vector<std::string>& texts, size_t step,
+                                std::string_view before) {
+    std::vector<std::string> some;
+    for (size_t i = 0; i < texts.size(); i += step) {
+        some.push_back(std::string(before) + texts[i]);
+    }
+    return some;
+}
+
+TEST(NameBuildFault, DomainRulesInBlocks) {
+    const std::vector<std::string> names = sharingNames(160, "");
+    const std::vector<std::string> wildcards = sharingNames(12, "*.");
+    BuildPlan plan{{RULE_TYPE_FQDN, rulesOf(names), someOf(names, 1, "")}, {}, {}, {}};
+    append(plan.rules.rules, wildcards);
+    plan.rules.keys.push_back("x." + names[3]);
+    plan.rules.keys.push_back("x." + names[100]);
+    // Two that are there already, one of them in what becomes a block.
+    plan.rules.rules.push_back({names[159]});
+    plan.rules.rules.push_back({names[80]});
+    plan.duplicates = {173, 174};
+    const FaultTotals totals = failBuild("domain rules in blocks", plan);
+    EXPECT_EQ(totals.allocations, totals.failures);
+    EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(160U, totals.entered) << "wildcards come behind the names";
+    EXPECT_EQ(2U * 174, totals.leftOut);
+    // 159 entries behind a head take three blocks, 11 wildcards one.
+    EXPECT_EQ(4U, totals.complete);
+}
+
+TEST(NameBuildFault, ThousandsOfDomainRulesInOneBucket) {
+    const std::vector<std::string> names = sharingNames(2500, "");
+    BuildPlan plan{{RULE_TYPE_FQDN, rulesOf(names), someOf(names, 50, "")}, {}, {}, {}};
+    plan.isLarge = true;
+    const FaultTotals totals = failBuild("2500 domain rules in one bucket", plan);
+    EXPECT_LT(5000U, totals.allocations);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    EXPECT_EQ(35U, totals.complete) << "blocks of 72 for 2499 entries";
+}
+
+// URL rules.
+
+TEST(NameBuildFault, UrlRules) {
+    BuildPlan plan{{RULE_TYPE_URL,
+                    {{"example.com/a"},
+                     {"https://example.com/a*b"},
+                     {"*.example.com"},
+                     {"example.com/a"},
+                     {"https://*.example.com:*/x", false},
+                     {"example.com"},
+                     {"[2001:db8::1]:8080/"}},
+                    {"example.com/a", "https://example.com/axb", "https://www.example.com:7/x",
+                     "www.example.com/q", "example.com/q", "http://[2001:db8::1]:8080/z"}},
+                   {},
+                   {},
+                   {}};
+    FaultTotals totals = failBuild("URL rules", plan);
+    EXPECT_EQ(6U, totals.failedBuilds);
+    EXPECT_EQ(2U, totals.entered) << "the second table is for the third rule";
+    // Two for the path of each of 7 rules, two for each of 5 hosts, and one for each scheme of two.
+    EXPECT_EQ(26U, totals.leftOut);
+    EXPECT_EQ(0U, totals.complete);
+
+    plan.rules.rules = {{"*/a"}, {"example.com/a"}, {"https://*/axb"}, {"*:*", false}};
+    totals = failBuild("URL rules with \"*\"", plan);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    EXPECT_EQ(12U, totals.leftOut);
+}
+
+std::vector<std::string> manyPaths(std::string_view host, uint32_t count) {
+    std::vector<std::string> urls;
+    for (uint32_t i = 0; i < count; ++i) {
+        urls.push_back(std::string(host) + "/path/number" + std::to_string(i) + "/of/many");
+    }
+    return urls;
+}
+
+TEST(NameBuildFault, UrlRulesInPathBlocks) {
+    BuildPlan plan{{RULE_TYPE_URL, rulesOf(manyPaths("example.com", 130)), {}}, {}, {}, {}};
+    for (const char* const text :
+         {"example.com/s", "example.com/path/number5*", "*/path/number1*"}) {
+        plan.rules.rules.push_back({text});
+    }
+    const std::vector<std::string> wildcards = manyPaths("*", 16);
+    append(plan.rules.rules, wildcards);
+    plan.rules.keys = someOf(manyPaths("example.com", 132), 1, "");
+    plan.rules.keys.insert(plan.rules.keys.end(),
+                           {"example.com/s", "other.test/path/number1/x", "example.com/"});
+    const FaultTotals totals = failBuild("URL rules in path blocks", plan);
+    EXPECT_EQ(totals.allocations, totals.failures);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    // Two for each path and two for each of two hosts.
+    EXPECT_EQ(2U * 149 + 4, totals.leftOut);
+    // 131 long paths of the host in blocks of 63, 34 and 34; 17 paths of "*" in one.
+    EXPECT_EQ(4U, totals.complete);
+}
+
+uint32_t urlBucketOf(std::string_view host) {
+    return urlHostHash(host.data(), size32(host)) % URL_BUCKETS;
+}
+
+// Hosts of one bucket: most have digits of the same sum.
+std::vector<std::string> sharingHosts(size_t count) {
+    const uint32_t bucket = urlBucketOf("h454545.test");
+    std::vector<std::string> hosts;
+    for (uint32_t i = 100000; i < 1000000 && hosts.size() < count; ++i) {
+        std::string host = 'h' + std::to_string(i) + ".test";
+        if (urlBucketOf(host) == bucket) {
+            hosts.push_back(std::move(host));
+        }
+    }
+    EXPECT_EQ(count, hosts.size());
+    return hosts;
+}
+
+TEST(NameBuildFault, UrlRulesInHostBlocks) {
+    const std::vector<std::string> hosts = sharingHosts(100);
+    BuildPlan plan{{RULE_TYPE_URL, {}, {}}, {}, {}, {}};
+    for (const std::string& host : hosts) {
+        plan.rules.rules.push_back({(plan.rules.rules.size() % 40 < 20 ? "" : "https://") + host});
+        plan.rules.keys.push_back(host + "/x");
+        plan.rules.keys.push_back("https://" + host);
+    }
+    plan.rules.rules.push_back({"https://" + hosts[50]});
+    plan.rules.rules.push_back({hosts[30] + "/x"});
+    const FaultTotals totals = failBuild("URL rules in host blocks", plan);
+    EXPECT_EQ(totals.allocations, totals.failures);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    EXPECT_LE(3U, totals.complete);
+}
+
+TEST(NameBuildFault, ThousandsOfUrlRulesOnOneHost) {
+    BuildPlan plan{{RULE_TYPE_URL, rulesOf(manyPaths("example.com", 3000)), {}}, {}, {}, {}};
+    plan.rules.keys = someOf(manyPaths("example.com", 3001), 100, "");
+    plan.isLarge = true;
+    const FaultTotals totals = failBuild("3000 URL rules on one host", plan);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    EXPECT_LE(20U, totals.leftOut);
+    // There are 48 blocks.
+    EXPECT_EQ(40U, totals.complete);
+}
+
+TEST(NameBuildFault, ThousandsOfUrlRulesInOneBucket) {
+    const std::vector<std::string> hosts = sharingHosts(1000);
+    BuildPlan plan{{RULE_TYPE_URL, rulesOf(hosts), someOf(hosts, 20, "")}, {}, {}, {}};
+    plan.isLarge = true;
+    const FaultTotals totals = failBuild("1000 URL rules in one bucket", plan);
+    EXPECT_EQ(4U, totals.failedBuilds);
+    EXPECT_EQ(16U, totals.complete) << "blocks of 63 for 999 hosts";
+}
+
+}  // namespace
+
+}  // namespace rs::test
