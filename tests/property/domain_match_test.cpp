@@ -88,6 +88,27 @@ std::string sameHashName(RandomSource& random) {
     return name;
 }
 
+void checkLargeSet(size_t count, RandomSource& random) {
+    Rules pair(count);
+    for (size_t i = 0; i < count && !::testing::Test::HasFatalFailure(); ++i) {
+        pair.add(largeSetRule(random), random);
+    }
+    pair.checkBuild([&](const RuleGroup& group) {
+        for (size_t i = 0; i < 2 * count && !::testing::Test::HasFatalFailure(); ++i) {
+            std::string name =
+                random.oneIn(3) ? largeSetName(random) : keyNear(pair.texts(), random);
+            if (random.oneIn(20)) {
+                name = mutateText(name, random);
+            }
+            if (i < 200) {
+                checkKey(group, name, pair);
+            } else {
+                checkKeyByIndex(group, name, pair);
+            }
+        }
+    });
+}
+
 }  // namespace
 
 TEST(DomainMatchProperty, OfSmallSetsAgreesWithReference) {
@@ -129,25 +150,7 @@ TEST(DomainMatchProperty, OfOneCrowdedBucketAgreesWithReference) {
 TEST(DomainMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
     forEachCase(1, [](RandomSource& random) {
         for (const uint64_t size : {100ULL, 1000ULL, 10000ULL, 50000ULL, 100000ULL}) {
-            const auto count = static_cast<size_t>(propertySize(size));
-            Rules pair(count);
-            for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
-                pair.add(largeSetRule(random), random);
-            }
-            pair.checkBuild([&](const RuleGroup& group) {
-                for (size_t i = 0; i < 2 * count && !HasFatalFailure(); ++i) {
-                    std::string name =
-                        random.oneIn(3) ? largeSetName(random) : keyNear(pair.texts(), random);
-                    if (random.oneIn(20)) {
-                        name = mutateText(name, random);
-                    }
-                    if (i < 200) {
-                        checkKey(group, name, pair);
-                    } else {
-                        checkKeyByIndex(group, name, pair);
-                    }
-                }
-            });
+            checkLargeSet(static_cast<size_t>(propertySize(size)), random);
         }
     });
 }

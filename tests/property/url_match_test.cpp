@@ -135,6 +135,26 @@ std::string sameBucketHost(RandomSource& random) {
     return "x" + host + "com";
 }
 
+void checkLargeSet(size_t count, RandomSource& random) {
+    Rules pair(count);
+    for (size_t i = 0; i < count && !::testing::Test::HasFatalFailure(); ++i) {
+        pair.add(largeSetRule(random), random);
+    }
+    pair.checkBuild([&](const RuleGroup& group) {
+        for (size_t i = 0; i < count && !::testing::Test::HasFatalFailure(); ++i) {
+            std::string url = urlNear(pair.texts(), random);
+            if (random.oneIn(20)) {
+                url = mutateText(url, random);
+            }
+            if (i < 200) {
+                checkKey(group, url, pair);
+            } else {
+                checkKeyByIndex(group, url, pair);
+            }
+        }
+    });
+}
+
 }  // namespace
 
 TEST(UrlMatchProperty, OfSmallSetsAgreesWithReference) {
@@ -203,24 +223,7 @@ TEST(UrlMatchProperty, OfOneCrowdedBucketAgreesWithReference) {
 TEST(UrlMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
     forEachCase(1, [](RandomSource& random) {
         for (const uint64_t size : {100ULL, 1000ULL, 10000ULL, 50000ULL, 100000ULL}) {
-            const auto count = static_cast<size_t>(propertySize(size));
-            Rules pair(count);
-            for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
-                pair.add(largeSetRule(random), random);
-            }
-            pair.checkBuild([&](const RuleGroup& group) {
-                for (size_t i = 0; i < count && !HasFatalFailure(); ++i) {
-                    std::string url = urlNear(pair.texts(), random);
-                    if (random.oneIn(20)) {
-                        url = mutateText(url, random);
-                    }
-                    if (i < 200) {
-                        checkKey(group, url, pair);
-                    } else {
-                        checkKeyByIndex(group, url, pair);
-                    }
-                }
-            });
+            checkLargeSet(static_cast<size_t>(propertySize(size)), random);
         }
     });
 }
