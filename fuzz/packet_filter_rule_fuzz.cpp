@@ -5,25 +5,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
-#include <string_view>
-#include <vector>
 
+#include "endpoint_rule.h"
 #include "fuzz_check.h"
-#include "rule_status.h"
 #include "support/reference_endpoint_text.h"
-#include "support/reference_port.h"
-#include "support/text.h"
 
 namespace {
 
 using rs::fuzz::check;
-using rs::test::EndpointRuleText;
-
-bool isPortField(std::string_view rule, uint32_t offset, uint32_t length,
-                 const std::vector<rs::test::ReferencePorts>& ports) {
-    return offset <= rule.size() && rs::test::readPortList(rule.substr(offset, length)) == ports;
-}
 
 bool isAddress(const rs::Address128& words, rs::test::Number128 expected) {
     rs::test::Number128 address = 0;
@@ -41,8 +30,8 @@ bool isAddressField(const rs::Address128& start, const rs::Address128& end,
                                 isAddress(end, expected.items.front().high);
 }
 
-void checkFields(std::string_view rule, const rs::PacketFilterRuleFields& fields,
-                 const EndpointRuleText& expected) {
+void checkFields(const rs::PacketFilterRuleFields& fields,
+                 const rs::test::EndpointRuleText& expected) {
     check(fields.protocol == rs::PROTOCOL_TCP, "the protocol");
     check(
         ((fields.wildcardFlags & rs::FILTER_ANY_FIRST_ADDRESS) != 0) == expected.first.isAny &&
@@ -51,33 +40,15 @@ void checkFields(std::string_view rule, const rs::PacketFilterRuleFields& fields
     check(isAddressField(fields.firstAddressStart, fields.firstAddressEnd, expected.first) &&
               isAddressField(fields.secondAddressStart, fields.secondAddressEnd, expected.second),
           "the addresses");
-    check(
-        isPortField(rule, fields.firstPortsOffset, fields.firstPortsLength, expected.firstPorts) &&
-            isPortField(rule, fields.secondPortsOffset, fields.secondPortsLength,
-                        expected.secondPorts),
-        "the port fields");
 }
 
-void checkRule(const rs::test::ExactText& text, std::string_view rule, bool allowIpv6) {
-    const rs::fuzz::Ipv6Option option(allowIpv6);
-    const std::optional<EndpointRuleText> expected =
-        rs::test::readPacketFilterRule(rule, allowIpv6);
-    rs::fuzz::checkRuleStatus(RULE_TYPE_PACKET_FILTER, text, expected.has_value(),
-                              rs_validateRule_PacketFilter);
-    if (expected) {
-        rs::PacketFilterRuleFields fields{};
-        check(rs::parsePacketFilterRule(text.data(), text.size(), &fields) == RULE_OK,
-              "the parser");
-        checkFields(rule, fields, *expected);
-    }
-}
+constexpr rs::fuzz::EndpointGrammar<rs::PacketFilterRuleFields> GRAMMAR = {
+    RULE_TYPE_PACKET_FILTER, rs_validateRule_PacketFilter, rs::parsePacketFilterRule,
+    rs::test::readPacketFilterRule, checkFields};
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view rule = rs::fuzz::viewOf(data, size);
-    const rs::test::ExactText text(rule);
-    checkRule(text, rule, true);
-    checkRule(text, rule, false);
+    rs::fuzz::checkEndpointRule(GRAMMAR, rs::fuzz::viewOf(data, size));
     return 0;
 }
