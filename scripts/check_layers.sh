@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # check_layers.sh [PROJECT_DIR]: fails unless the includes of the library go one way.
 #
-#                                +-- ip <-------- compound <-+
-#     ruleset.h <- syntax <- core <--+-- domain <---- url <------+-- api
-#                                    +-- ipport <----------------+
-#                                    +-- packetfilter <----------+
+#                                             +-- ip <------- compound <-----+
+#     ruleset.h <- syntax <- core <- lookup <-+-- domain <--- url <----------+-- api
+#                                             +-- endpoint <- ipport <-------+
+#                                                    ^------- packetfilter <-+
 #
 # Each folder of src may include what its line in may_include says, by a path from src, and the public header; no two
 # headers may include each other, however far around. A new folder fails until it has its line here.
@@ -14,13 +14,15 @@ cd "${1:-$(dirname "${BASH_SOURCE[0]}")/..}"
 declare -A may_include=(
     [syntax]="syntax"
     [core]="syntax core"
-    [ip]="syntax core ip"
-    [domain]="syntax core domain"
-    [url]="syntax core domain url"
-    [ipport]="syntax core ipport"
-    [packetfilter]="syntax core packetfilter"
-    [compound]="syntax core ip compound"
-    [api]="syntax core ip domain url ipport packetfilter compound api"
+    [lookup]="syntax core lookup"
+    [ip]="syntax core lookup ip"
+    [domain]="syntax core lookup domain"
+    [endpoint]="syntax core lookup endpoint"
+    [url]="syntax core lookup domain url"
+    [ipport]="syntax core lookup endpoint ipport"
+    [packetfilter]="syntax core lookup endpoint packetfilter"
+    [compound]="syntax core lookup ip compound"
+    [api]="syntax core lookup endpoint ip domain url ipport packetfilter compound api"
 )
 
 failures=0

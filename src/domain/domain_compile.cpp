@@ -5,10 +5,10 @@
 #include <memory>
 
 #include "core/build.h"
-#include "core/chain_blocks.h"
 #include "core/memory.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"
+#include "lookup/chain_blocks.h"
 
 namespace rs {
 

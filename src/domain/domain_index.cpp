@@ -2,9 +2,9 @@
 
 #include <ruleset.h>
 
-#include "core/chain_blocks.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "lookup/chain_blocks.h"
 
 namespace rs {
 

@@ -18,11 +18,11 @@
 
 #include <cstdint>
 
-#include "core/hash_table.h"
-#include "core/hashed_name.h"
 #include "core/release.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
+#include "lookup/hash_table.h"
+#include "lookup/hashed_name.h"
 
 namespace rs {
 

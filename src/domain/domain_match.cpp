@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "core/chain_blocks.h"
 #include "core/growing_text.h"
 #include "core/scratch.h"
 #include "domain/host_name.h"
+#include "lookup/chain_blocks.h"
 #include "syntax/ascii.h"
 
 namespace rs {

@@ -18,10 +18,10 @@
 
 #include <cstdint>
 
-#include "core/hash_table.h"
 #include "core/list.h"
 #include "core/release.h"
 #include "ip/search_tree.h"
+#include "lookup/hash_table.h"
 #include "syntax/ip_address.h"
 
 namespace rs {

@@ -1,8 +1,8 @@
 #include "ip/ip_statistics.h"
 
-#include "core/hash_table.h"
 #include "core/reference_count.h"
 #include "ip/ip_index.h"
+#include "lookup/hash_table.h"
 
 namespace rs {
 

@@ -1,8 +1,8 @@
 // Compiled IP:Port rules + endpoints -> MatchResult.
 #include <ruleset_static.h>
 
-#include "core/endpoint_structures.h"
 #include "core/rule_group.h"
+#include "endpoint/endpoint_structures.h"
 #include "ipport/ipport_index.h"
 
 namespace rs {

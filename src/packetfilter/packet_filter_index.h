@@ -16,11 +16,11 @@
 
 #include <cstdint>
 
-#include "core/endpoint_structures.h"
 #include "core/port_list.h"
 #include "core/release.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
+#include "endpoint/endpoint_structures.h"
 
 namespace rs {
 

@@ -1,8 +1,8 @@
 // Compiled packet filter rules + endpoints -> MatchResult.
 #include <ruleset_static.h>
 
-#include "core/endpoint_structures.h"
 #include "core/rule_group.h"
+#include "endpoint/endpoint_structures.h"
 #include "packetfilter/packet_filter_index.h"
 
 namespace rs {

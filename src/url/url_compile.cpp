@@ -6,8 +6,8 @@
 #include <string_view>
 
 #include "core/build.h"
-#include "core/chain_blocks.h"
 #include "core/memory.h"
+#include "lookup/chain_blocks.h"
 #include "url/url_index.h"
 #include "url/url_paths.h"
 #include "url/url_rule.h"

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "core/chain_blocks.h"
 #include "domain/host_name.h"
+#include "lookup/chain_blocks.h"
 
 namespace rs {
 

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/hash_table.h"
 #include "core/port_list.h"
 #include "ip/search_tree.h"
+#include "lookup/hash_table.h"
 #include "support/failing_allocator.h"
 #include "support/text.h"
 

@@ -11,7 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include "core/hash_table.h"
 #include "core/list.h"
 #include "core/memory.h"
 #include "core/rule_group.h"
@@ -19,6 +18,7 @@
 #include "ip/ip_index.h"
 #include "ip/ip_match.h"
 #include "ip/ip_statistics.h"
+#include "lookup/hash_table.h"
 #include "support/expected_match.h"
 #include "support/failing_allocator.h"
 #include "support/random_rules.h"

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "core/endpoint_structures.h"
+#include "endpoint/endpoint_structures.h"
 #include "syntax/ip_address.h"
 
 namespace rs::test {

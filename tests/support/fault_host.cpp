@@ -8,10 +8,10 @@
 #include <numeric>
 
 #include "core/byte_order.h"
-#include "core/chain_blocks.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
 #include "domain/domain_index.h"
+#include "lookup/chain_blocks.h"
 #include "support/text.h"
 #include "url/url_index.h"
 

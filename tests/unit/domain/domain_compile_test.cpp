@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
-#include "core/chain_blocks.h"
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
 #include "domain/domain_rule.h"
+#include "lookup/chain_blocks.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/endpoint_structures.h"
 #include "core/rule_group.h"
+#include "endpoint/endpoint_structures.h"
 #include "ipport/ipport_index.h"
 #include "support/expected_match.h"
 #include "support/rule_builder.h"

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/endpoint_structures.h"
 #include "core/rule_group.h"
+#include "endpoint/endpoint_structures.h"
 #include "packetfilter/packet_filter_index.h"
 #include "support/expected_match.h"
 #include "support/rule_builder.h"

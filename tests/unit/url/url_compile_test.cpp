@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/chain_blocks.h"
+#include "lookup/chain_blocks.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 #include "url/url_index.h"

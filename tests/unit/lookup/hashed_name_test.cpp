@@ -1,4 +1,4 @@
-#include "core/hashed_name.h"
+#include "lookup/hashed_name.h"
 
 #include <cstdint>
 #include <string_view>

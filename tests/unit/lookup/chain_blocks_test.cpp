@@ -1,4 +1,4 @@
-#include "core/chain_blocks.h"
+#include "lookup/chain_blocks.h"
 
 #include <cstdint>
 #include <iterator>

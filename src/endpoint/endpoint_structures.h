@@ -22,10 +22,10 @@
 #include <cstdint>
 
 #include "core/address128.h"
-#include "core/hash_table.h"
 #include "core/memory.h"
-#include "core/range_finder.h"
 #include "core/reference_count.h"
+#include "lookup/hash_table.h"
+#include "lookup/range_finder.h"
 
 namespace rs {
 

@@ -1,4 +1,4 @@
-#include "core/range_finder.h"
+#include "lookup/range_finder.h"
 
 #include <cstdint>
 #include <vector>

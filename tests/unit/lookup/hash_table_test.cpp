@@ -1,4 +1,4 @@
-#include "core/hash_table.h"
+#include "lookup/hash_table.h"
 
 #include <ruleset.h>
 

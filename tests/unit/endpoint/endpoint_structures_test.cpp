@@ -1,4 +1,4 @@
-#include "core/endpoint_structures.h"
+#include "endpoint/endpoint_structures.h"
 
 #include <cstdint>
 #include <string>
