@@ -1,4 +1,6 @@
 // The reader of IP:Port rules, with and without IPv6: text.
+#include "ipport/ip_port_rule.h"
+
 #include <ruleset.h>
 
 #include <cstddef>
@@ -6,7 +8,6 @@
 
 #include "endpoint_rule.h"
 #include "fuzz_check.h"
-#include "ipport/ipport_rule.h"
 #include "support/reference_endpoint_text.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "core/byte_order.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_rule.h"
-#include "ipport/ipport_rule.h"
+#include "ipport/ip_port_rule.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "syntax/ip_range.h"
 #include "syntax/port.h"

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "core/growing_text.h"
-#include "core/scratch.h"
 #include "domain/host_name.h"
+#include "domain/scratch.h"
 #include "lookup/chain_blocks.h"
 #include "syntax/ascii.h"
 

@@ -8,8 +8,8 @@
 #include "core/build.h"
 #include "core/memory.h"
 #include "lookup/chain_blocks.h"
+#include "url/host_paths.h"
 #include "url/url_index.h"
-#include "url/url_paths.h"
 #include "url/url_rule.h"
 
 namespace rs {

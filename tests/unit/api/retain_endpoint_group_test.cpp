@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
-#include "ipport/ipport_index.h"
+#include "ipport/ip_port_index.h"
 #include "packetfilter/packet_filter_index.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"

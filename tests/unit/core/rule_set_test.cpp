@@ -12,7 +12,7 @@
 #include "compound/compound_rule.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_rule.h"
-#include "ipport/ipport_rule.h"
+#include "ipport/ip_port_rule.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "support/rule_builder.h"
 #include "url/url_rule.h"

@@ -13,9 +13,9 @@
 #include "lookup/chain_blocks.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "url/host_paths.h"
 #include "url/url_index.h"
 #include "url/url_match.h"
-#include "url/url_paths.h"
 #include "url/url_rule.h"
 
 namespace rs::test {

@@ -1,4 +1,4 @@
-#include "ipport/ipport_rule.h"
+#include "ipport/ip_port_rule.h"
 
 #include <ruleset.h>
 

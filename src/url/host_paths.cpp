@@ -1,4 +1,4 @@
-#include "url/url_paths.h"
+#include "url/host_paths.h"
 
 #include <algorithm>
 #include <cstring>

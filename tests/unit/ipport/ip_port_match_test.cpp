@@ -7,7 +7,7 @@
 
 #include "core/rule_group.h"
 #include "endpoint/endpoint_structures.h"
-#include "ipport/ipport_index.h"
+#include "ipport/ip_port_index.h"
 #include "support/expected_match.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"

@@ -1,4 +1,4 @@
-#include "ipport/ipport_index.h"
+#include "ipport/ip_port_index.h"
 
 #include "core/memory.h"
 #include "core/reference_count.h"

@@ -1,4 +1,4 @@
-#include "core/scratch.h"
+#include "domain/scratch.h"
 
 #include <cstddef>
 #include <cstdint>

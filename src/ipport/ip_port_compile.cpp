@@ -7,8 +7,8 @@
 #include "core/build.h"
 #include "core/memory.h"
 #include "core/release.h"
-#include "ipport/ipport_index.h"
-#include "ipport/ipport_rule.h"
+#include "ipport/ip_port_index.h"
+#include "ipport/ip_port_rule.h"
 
 namespace rs {
 

@@ -3,7 +3,7 @@
 
 #include "core/rule_group.h"
 #include "endpoint/endpoint_structures.h"
-#include "ipport/ipport_index.h"
+#include "ipport/ip_port_index.h"
 
 namespace rs {
 
