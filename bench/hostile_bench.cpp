@@ -18,9 +18,9 @@
 
 #include <benchmark/benchmark.h>
 
-#include "core/address128.h"
 #include "generate_rules.h"
 #include "hosts.h"
+#include "lookup/address_hash.h"
 #include "url/url_index.h"
 
 namespace {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "syntax/ascii.h"
+#include "syntax/ip_address.h"
 #include "text_output.h"
 
 namespace cli {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace cli {
 

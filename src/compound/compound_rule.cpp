@@ -16,9 +16,6 @@ namespace rs {
 
 namespace {
 
-constexpr Address128 FIRST_ADDRESS{{0, 0, 0, 0}};
-constexpr Address128 LAST_ADDRESS{{UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX}};
-
 // A walk over the bytes of an item or number.
 struct Cursor {
     const char* at;

@@ -19,7 +19,7 @@
 #include "core/list.h"
 #include "core/port_list.h"
 #include "core/rule_set.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

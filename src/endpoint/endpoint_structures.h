@@ -21,11 +21,12 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/address128.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "lookup/address_hash.h"
 #include "lookup/hash_table.h"
 #include "lookup/range_finder.h"
+#include "syntax/address128.h"
 
 namespace rs {
 
@@ -122,13 +123,6 @@ bool insertIntoList(EntryList<Entry>*& list, const MakeEntry& makeEntry) noexcep
     }
     incrementCount(list->count);
     return true;
-}
-
-constexpr uint32_t hashAddress(uint32_t address) noexcept {
-    return hashIPv4(address);
-}
-constexpr uint32_t hashAddress(const Address128& address) noexcept {
-    return hashIPv6(address);
 }
 
 // The node for an address in its bucket; null without one. A lookup callback.

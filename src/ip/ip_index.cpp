@@ -4,9 +4,9 @@
 
 #include <cstddef>
 
-#include "core/address128.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

@@ -22,7 +22,7 @@
 #include "core/release.h"
 #include "ip/search_tree.h"
 #include "lookup/hash_table.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <utility>
 
-#include "core/address128.h"
 #include "core/memory.h"
 #include "ip/ip_index.h"
+#include "lookup/address_hash.h"
 
 namespace rs {
 

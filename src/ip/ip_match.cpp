@@ -1,7 +1,8 @@
 #include "ip/ip_match.h"
 
-#include "core/address128.h"
 #include "ip/ip_index.h"
+#include "lookup/address_hash.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

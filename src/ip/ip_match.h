@@ -11,7 +11,7 @@
 #include <cstdint>
 
 #include "core/rule_group.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

@@ -11,9 +11,6 @@ namespace rs {
 
 namespace {
 
-constexpr Address128 FIRST_ADDRESS{{0, 0, 0, 0}};
-constexpr Address128 LAST_ADDRESS{{UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX}};
-
 Address128 ipv4Form(const Address128& mapped) noexcept {
     return {{mapped.words[3], 0, 0, 0}};
 }

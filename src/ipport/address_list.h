@@ -10,7 +10,7 @@
 #include <cstdint>
 
 #include "core/memory.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "core/memory.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

@@ -16,9 +16,6 @@ namespace rs {
 namespace {
 
 constexpr uint32_t FIELD_COUNT = 5;
-constexpr Address128 FIRST_ADDRESS{{0, 0, 0, 0}};
-constexpr Address128 LAST_ADDRESS{{UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX}};
-
 // What a form takes as an address.
 struct RuleForm {
     bool (*mayBeEnd)(char byte) noexcept;  // for the first and the last byte

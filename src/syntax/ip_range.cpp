@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "syntax/ascii.h"
+#include "syntax/ip_address.h"
 #include "syntax/text_scan.h"
 
 namespace rs {

@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs {
 

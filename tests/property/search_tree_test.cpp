@@ -8,13 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include "core/address128.h"
 #include "core/rule_group.h"
 #include "ip/ip_index.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
 #include "support/rule_handles.h"
 #include "support/search_tree_check.h"
+#include "syntax/address128.h"
 
 namespace rs::test {
 

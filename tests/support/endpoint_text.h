@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "endpoint/endpoint_structures.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs::test {
 

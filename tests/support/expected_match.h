@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "support/reference_ip.h"
-#include "syntax/ip_address.h"
+#include "syntax/address128.h"
 
 namespace rs::test {
 

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/address128.h"
 #include "ip/ip_index.h"
+#include "lookup/address_hash.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
 

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/address128.h"
 #include "support/search_tree_check.h"
+#include "syntax/address128.h"
 
 namespace rs::test {
 

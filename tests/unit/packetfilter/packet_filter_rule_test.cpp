@@ -73,9 +73,6 @@ TEST(PacketFilterRule, TakesIpv6OnlyWhileItIsEnabled) {
     setLibraryOption(RULE_OPTION_IPV6, 1);
 }
 
-constexpr Address128 FIRST_ADDRESS{{0, 0, 0, 0}};
-constexpr Address128 LAST_ADDRESS{{~0U, ~0U, ~0U, ~0U}};
-
 TEST(PacketFilterRule, ReadsBothEndpointsInFull) {
     constexpr std::string_view RULE = "tcp;10.0.0.1;80;192.168.0.0/16;1024-65535";
     const PacketFilterRuleFields fields = parsed(RULE);

@@ -191,32 +191,6 @@ TEST(IPv6Address, RefusesEverythingElse) {
     }
 }
 
-TEST(Address128, KnowsMappedAddresses) {
-    EXPECT_EQ((Address128{{0, 0, 0x0000FFFF, 0x0A010203}}), mappedAddress(0x0A010203));
-    EXPECT_TRUE(isIpv4Mapped(mappedAddress(0)));
-    EXPECT_TRUE(isIpv4Mapped(mappedAddress(0xFFFFFFFF)));
-    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0, 0x0A000001}}));
-    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0x0000FFFE, 0xFFFFFFFF}}));
-    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0x00010000, 0}}));
-    EXPECT_FALSE(isIpv4Mapped({{0, 1, 0x0000FFFF, 0}}));
-    EXPECT_FALSE(isIpv4Mapped({{1, 0, 0x0000FFFF, 0}}));
-    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0xFFFF0000, 0}}));
-}
-
-TEST(Address128, OrdersAddressesAsNumbers) {
-    constexpr Address128 ASCENDING[] = {
-        {{0, 0, 0, 0}},          {{0, 0, 0, 1}},          {{0, 0, 0, 0x80000000}},
-        {{0, 0, 0, 0xFFFFFFFF}}, {{0, 0, 1, 0}},          {{0, 1, 0, 0}},
-        {{1, 0, 0, 0}},          {{0x80000000, 0, 0, 0}}, {{0xFFFFFFFF, 0, 0, 0}},
-    };
-    for (const Address128& left : ASCENDING) {
-        for (const Address128& right : ASCENDING) {
-            EXPECT_EQ(&left < &right, left < right);
-            EXPECT_EQ(&left == &right, left == right);
-        }
-    }
-}
-
 }  // namespace
 
 }  // namespace rs::test

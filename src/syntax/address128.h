@@ -1,11 +1,35 @@
-// Arithmetic and hashes of addresses, the same words for both widths.
+// Addresses of 128 bits, and what is asked of addresses of both widths in the same words.
+//
+//     2001:db8::1    ->  20010db8 00000000 00000000 00000001
+//     10.0.0.1       ->  00000000 00000000 0000ffff 0a000001     IPv4-mapped (RFC 4291 section 2.5.5.2)
 #pragma once
 
+#include <array>
+#include <compare>
 #include <cstdint>
 
-#include "syntax/ip_address.h"
-
 namespace rs {
+
+// Four words in host order, the most significant word first, so that the built-in comparison orders
+// addresses as numbers.
+struct Address128 {
+    std::array<uint32_t, 4> words;
+    friend constexpr auto operator<=>(const Address128&, const Address128&) noexcept = default;
+};
+
+inline constexpr Address128 FIRST_ADDRESS{{0, 0, 0, 0}};
+inline constexpr Address128 LAST_ADDRESS{{UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX}};
+
+// Word 2 of an IPv4-mapped address; words 0 and 1 are 0.
+inline constexpr uint32_t IPV4_MAPPED_WORD = 0x0000FFFF;
+
+constexpr Address128 mappedAddress(uint32_t ipv4) noexcept {
+    return {{0, 0, IPV4_MAPPED_WORD, ipv4}};
+}
+
+constexpr bool isIpv4Mapped(const Address128& address) noexcept {
+    return address.words[0] == 0 && address.words[1] == 0 && address.words[2] == IPV4_MAPPED_WORD;
+}
 
 // 1 when left is above right, -1 when below, 0 when equal.
 constexpr int32_t compareU32(uint32_t left, uint32_t right) noexcept {
@@ -49,18 +73,6 @@ constexpr Address128 previousAddress(Address128 address) noexcept {
         }
     }
     return address;
-}
-
-// The bucket hash of an IPv4 address in host order, in wrapping 32-bit arithmetic: each byte times
-// a small factor, plus 736.
-constexpr uint32_t hashIPv4(uint32_t address) noexcept {
-    return (address & 0xFFU) * 13 + 736 + (address >> 24U) * 37 + ((address >> 16U) & 0xFFU) * 19 +
-           ((address >> 8U) & 0xFFU) * 17;
-}
-
-// The wrapping sum of the four words, hashed like an IPv4 address.
-constexpr uint32_t hashIPv6(const Address128& address) noexcept {
-    return hashIPv4(address.words[0] + address.words[1] + address.words[2] + address.words[3]);
 }
 
 }  // namespace rs

@@ -1,4 +1,4 @@
-#include "core/address128.h"
+#include "syntax/address128.h"
 
 #include <cstdint>
 
@@ -65,24 +65,31 @@ TEST(Addresses, StepBetweenNeighbours) {
     EXPECT_EQ(ONES, previousAddress(uint32_t{0}));
 }
 
-TEST(Addresses, HashTheirBytes) {
-    EXPECT_EQ(736, hashIPv4(0));
-    EXPECT_EQ(914, hashIPv4(0x01020304));
-    EXPECT_EQ(736 + 13, hashIPv4(0x00000001));
-    EXPECT_EQ(736 + 17, hashIPv4(0x00000100));
-    EXPECT_EQ(736 + 19, hashIPv4(0x00010000));
-    EXPECT_EQ(736 + 37, hashIPv4(0x01000000));
-    EXPECT_EQ(736 + 255 * (13 + 17 + 19 + 37), hashIPv4(ONES));
+TEST(Address128, KnowsMappedAddresses) {
+    EXPECT_EQ((Address128{{0, 0, 0x0000FFFF, 0x0A010203}}), mappedAddress(0x0A010203));
+    EXPECT_TRUE(isIpv4Mapped(mappedAddress(0)));
+    EXPECT_TRUE(isIpv4Mapped(mappedAddress(0xFFFFFFFF)));
+    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0, 0x0A000001}}));
+    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0x0000FFFE, 0xFFFFFFFF}}));
+    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0x00010000, 0}}));
+    EXPECT_FALSE(isIpv4Mapped({{0, 1, 0x0000FFFF, 0}}));
+    EXPECT_FALSE(isIpv4Mapped({{1, 0, 0x0000FFFF, 0}}));
+    EXPECT_FALSE(isIpv4Mapped({{0, 0, 0xFFFF0000, 0}}));
 }
 
-TEST(Addresses, HashTheWrappingSumOfTheirWords) {
-    EXPECT_EQ(736, hashIPv6({{0, 0, 0, 0}}));
-    EXPECT_EQ(914, hashIPv6({{0x01000000, 0x00020000, 0x00000300, 0x00000004}}));
-    EXPECT_EQ(hashIPv4(0x0A00FFFF + 1), hashIPv6({{1, 0, 0xFFFF, 0x0A000000}}));
-    EXPECT_EQ(736, hashIPv6({{ONES, 1, 0, 0}}));
-    EXPECT_EQ(hashIPv4(0xFFFFFFFC), hashIPv6({{ONES, ONES, ONES, ONES}}));
+TEST(Address128, OrdersAddressesAsNumbers) {
+    constexpr Address128 ASCENDING[] = {
+        {{0, 0, 0, 0}},          {{0, 0, 0, 1}},          {{0, 0, 0, 0x80000000}},
+        {{0, 0, 0, 0xFFFFFFFF}}, {{0, 0, 1, 0}},          {{0, 1, 0, 0}},
+        {{1, 0, 0, 0}},          {{0x80000000, 0, 0, 0}}, {{0xFFFFFFFF, 0, 0, 0}},
+    };
+    for (const Address128& left : ASCENDING) {
+        for (const Address128& right : ASCENDING) {
+            EXPECT_EQ(&left < &right, left < right);
+            EXPECT_EQ(&left == &right, left == right);
+        }
+    }
 }
-
 }  // namespace
 
 }  // namespace rs::test
