@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "compound/compound_index.h"
-#include "core/build.h"
+#include "core/structure.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
 

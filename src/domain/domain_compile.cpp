@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "core/build.h"
+#include "core/structure.h"
 #include "core/memory.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"

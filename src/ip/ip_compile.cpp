@@ -2,7 +2,7 @@
 
 #include <ruleset.h>
 
-#include "core/build.h"
+#include "core/structure.h"
 #include "core/memory.h"
 #include "core/release.h"
 #include "ip/ip_rule.h"

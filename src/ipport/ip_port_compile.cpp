@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "core/build.h"
+#include "core/structure.h"
 #include "core/memory.h"
 #include "core/release.h"
 #include "ipport/ip_port_index.h"

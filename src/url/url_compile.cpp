@@ -5,7 +5,7 @@
 #include <memory>
 #include <string_view>
 
-#include "core/build.h"
+#include "core/structure.h"
 #include "core/memory.h"
 #include "lookup/chain_blocks.h"
 #include "url/host_paths.h"

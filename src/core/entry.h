@@ -1,0 +1,51 @@
+// What the entries of all compiled structures have alike. An entry carries what a lookup reports of
+// its rule:
+//
+//     rule    ruleValue  ruleId  userData     + its position  ->  entry    ruleIndex  ruleValue  ruleId  userData
+//     entry   ...                                             ->  MatchResult
+//
+// Each rule type lays its entries out in its own way, so these are templates over the field names.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+
+namespace rs {
+
+// Copies what a host attached to a rule: between its arguments, records and entries.
+template <typename From, typename To>
+void copyRuleValues(const From& from, To& to) noexcept {
+    to.ruleValue = from.ruleValue;
+    to.ruleId = from.ruleId;
+    to.userData = from.userData;
+}
+
+// Fills an entry from a rule at a position counted from 1. Who owns userData is decided elsewhere:
+// see core/release.h.
+template <typename Rule, typename Entry>
+void fillEntry(const Rule& rule, uint32_t ruleIndex, Entry& entry) noexcept {
+    entry.ruleIndex = ruleIndex;
+    copyRuleValues(rule, entry);
+}
+
+// Reports the winner of a lookup: 1 with *result filled, or 0 with *result left alone for null.
+template <typename Entry>
+[[nodiscard]] int32_t reportEntry(const Entry* entry, MatchResult& result) noexcept {
+    if (entry == nullptr) {
+        return 0;
+    }
+    result = {entry->ruleIndex, entry->ruleValue, entry->ruleId, entry->userData};
+    return 1;
+}
+
+// The entry of the rule that was added earlier, left for two of one rule; either may be null.
+template <typename Entry>
+[[nodiscard]] const Entry* earlier(const Entry* left, const Entry* right) noexcept {
+    if (left == nullptr || right == nullptr) {
+        return left == nullptr ? right : left;
+    }
+    return right->ruleIndex < left->ruleIndex ? right : left;
+}
+
+}  // namespace rs
