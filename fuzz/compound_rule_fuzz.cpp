@@ -27,9 +27,9 @@ struct OwnedCompoundRule {
     OwnedCompoundRule(const OwnedCompoundRule&) = delete;
     OwnedCompoundRule& operator=(const OwnedCompoundRule&) = delete;
     ~OwnedCompoundRule() {
-        rs::freeU32Ranges(&rule.rangeListA);
-        rs::freeU32Ranges(&rule.rangeListB);
-        rs::freeAddressRanges(&rule.addressList);
+        rs::freeRangeList(&rule.rangeListA);
+        rs::freeRangeList(&rule.rangeListB);
+        rs::freeRangeList(&rule.addressList);
         rs::freeRangeList(&rule.rangeList16);
     }
 };

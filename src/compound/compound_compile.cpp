@@ -4,9 +4,9 @@
 #include <memory>
 
 #include "compound/compound_index.h"
-#include "core/structure.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "core/structure.h"
 
 namespace rs {
 
@@ -27,28 +27,12 @@ void freeUnfinishedEntry(CompoundEntry* entry) noexcept {
 }
 using OwnedEntry = Owned<CompoundEntry, freeUnfinishedEntry>;
 
-template <typename Node>
-bool copyList(const Node* first, Node** head) noexcept {
-    Node** tail = head;
-    for (const Node* node = first; node != nullptr; node = node->next) {
-        Node* copy = allocateRecord<Node>();
-        if (copy == nullptr) {
-            return false;
-        }
-        copy->low = node->low;
-        copy->high = node->high;
-        *tail = copy;
-        tail = &copy->next;
-    }
-    return true;
-}
-
 OwnedEntry makeEntry(const CompoundRule& rule, uint32_t ruleIndex) noexcept {
     OwnedEntry entry(allocateRecord<CompoundEntry>());
-    if (!entry || !copyList(rule.rangeListA, &entry->rangeListA) ||
-        !copyList(rule.rangeList16, &entry->rangeList16) ||
-        !copyList(rule.addressList, &entry->addressList) ||
-        !copyList(rule.rangeListB, &entry->rangeListB)) {
+    if (!entry || !copyRanges(rule.rangeListA, entry->rangeListA) ||
+        !copyRanges(rule.rangeList16, entry->rangeList16) ||
+        !copyRanges(rule.addressList, entry->addressList) ||
+        !copyRanges(rule.rangeListB, entry->rangeListB)) {
         return nullptr;
     }
     entry->numberB = rule.numberB;
@@ -107,10 +91,10 @@ bool enterRules(RuleSet& set, CompoundTable& table) noexcept {
 void destroyCompoundEntries(CompoundEntry* first, const ReleaseInfo* info) noexcept {
     while (first != nullptr) {
         CompoundEntry* next = first->next;
-        freeU32Ranges(&first->rangeListA);
+        freeRangeList(&first->rangeListA);
         freeRangeList(&first->rangeList16);
-        freeAddressRanges(&first->addressList);
-        freeU32Ranges(&first->rangeListB);
+        freeRangeList(&first->addressList);
+        freeRangeList(&first->rangeListB);
         if (info != nullptr) {
             callReleaseCallback(info->releaseCallback, info->releaseContext, first->userData,
                                 ENTRY_RELEASES_USER_DATA);

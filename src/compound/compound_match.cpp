@@ -17,14 +17,6 @@ constexpr uint32_t WRITES_MARK = 4;
 constexpr uint32_t LARGEST_12_BITS = 4095;
 constexpr uint32_t NO_VALUE_12 = 4096;
 
-template <typename Range, typename Value>
-bool holds(const Range* range, const Value& value) noexcept {
-    while (range != nullptr && (value < range->low || range->high < value)) {
-        range = range->next;
-    }
-    return range != nullptr;
-}
-
 uint32_t hostOrder(const uint32_t& networkWord) noexcept {
     return readBigEndian32(reinterpret_cast<const uint8_t*>(&networkWord));
 }

@@ -91,17 +91,14 @@ bool readRange(Cursor cursor, NumberRange<Number>& out) noexcept {
     return cursor.isAtEnd() && out.low <= out.high;
 }
 
-// Appends a node at *tail and moves the tail on.
-template <typename Node, typename Bound>
-int32_t appendRange(Node**& tail, const Bound& low, const Bound& high) noexcept {
-    Node* node = allocateRecord<Node>();
+// Appends a range to a chain.
+template <typename Bound>
+int32_t appendRange(Chain<RangeNode<Bound>>& chain, const Bound& low, const Bound& high) noexcept {
+    RangeNode<Bound>* node = makeRange(low, high);
     if (node == nullptr) {
         return RULE_ERR_NO_MEMORY;
     }
-    node->low = low;
-    node->high = high;
-    *tail = node;
-    tail = &node->next;
+    chain.append(node);
     return RULE_OK;
 }
 
@@ -123,16 +120,20 @@ int32_t forEachListItem(const char* text, int32_t length, const Take& take) noex
     }
 }
 
-template <typename Number, typename Node>
-int32_t parseRanges(const char* text, int32_t length, Node** head) noexcept {
-    Node** tail = head;
-    return forEachListItem(text, length, [&tail](const char* item, uint32_t itemLength) noexcept {
-        NumberRange<Number> range{};
-        if (!readRange<Number>({item, item + itemLength}, range)) {
-            return RULE_ERR_FAILED;
-        }
-        return appendRange(tail, range.low, range.high);
-    });
+// Whatever was read is in *head, also after a failure.
+template <typename Number>
+int32_t parseRanges(const char* text, int32_t length, RangeNode<Number>** head) noexcept {
+    Chain<RangeNode<Number>> chain{};
+    const int32_t status =
+        forEachListItem(text, length, [&chain](const char* item, uint32_t itemLength) noexcept {
+            NumberRange<Number> range{};
+            if (!readRange<Number>({item, item + itemLength}, range)) {
+                return RULE_ERR_FAILED;
+            }
+            return appendRange(chain, range.low, range.high);
+        });
+    *head = chain.first;
+    return status;
 }
 
 bool isStar(const char* text, uint32_t length) noexcept {
@@ -143,15 +144,19 @@ bool isStar(const char* text, uint32_t length) noexcept {
 }
 
 int32_t parseAddresses(const char* text, int32_t length, AddressRange** head) noexcept {
-    AddressRange** tail = head;
-    return forEachListItem(text, length, [&tail](const char* item, uint32_t itemLength) noexcept {
-        AddressSpec address{};
-        const int32_t status = parseIpRule(item, itemLength, &address);
-        if (status == RULE_OK) {
-            return appendRange(tail, address.startAddress, address.endAddress);
-        }
-        return isStar(item, itemLength) ? appendRange(tail, FIRST_ADDRESS, LAST_ADDRESS) : status;
-    });
+    Chain<AddressRange> chain{};
+    const int32_t listStatus =
+        forEachListItem(text, length, [&chain](const char* item, uint32_t itemLength) noexcept {
+            AddressSpec address{};
+            const int32_t status = parseIpRule(item, itemLength, &address);
+            if (status == RULE_OK) {
+                return appendRange(chain, address.startAddress, address.endAddress);
+            }
+            return isStar(item, itemLength) ? appendRange(chain, FIRST_ADDRESS, LAST_ADDRESS)
+                                            : status;
+        });
+    *head = chain.first;
+    return listStatus;
 }
 
 constexpr uint32_t FIELD_COUNT = 6;
@@ -225,15 +230,6 @@ bool readNumber(Cursor& cursor, uint32_t& out) noexcept {
     return readHex(cursor, out);
 }
 
-template <typename Node>
-void freeNodes(Node** head) noexcept {
-    while (head != nullptr && *head != nullptr) {
-        Node* node = *head;
-        *head = node->next;
-        freeMemory(node);
-    }
-}
-
 }  // namespace
 
 int32_t fieldLength(const char* text, int32_t length, char separator) noexcept {
@@ -299,14 +295,6 @@ int32_t parseCompoundRule(const char* text, uint32_t length, CompoundRule* recor
     return status;
 }
 
-void freeU32Ranges(U32Range** head) noexcept {
-    freeNodes(head);
-}
-
-void freeAddressRanges(AddressRange** head) noexcept {
-    freeNodes(head);
-}
-
 CompoundRuleRecord* makeCompoundRule(const char* text, uint32_t length, const RuleValues& values,
                                      int32_t* status) noexcept {
     return makeTextRule<CompoundRuleRecord, freeCompoundRecord>(
@@ -321,10 +309,10 @@ void freeCompoundRecord(CompoundRuleRecord* record) noexcept {
     if (record == nullptr) {
         return;
     }
-    freeU32Ranges(&record->rule.rangeListA);
+    freeRangeList(&record->rule.rangeListA);
     freeRangeList(&record->rule.rangeList16);
-    freeAddressRanges(&record->rule.addressList);
-    freeU32Ranges(&record->rule.rangeListB);
+    freeRangeList(&record->rule.addressList);
+    freeRangeList(&record->rule.rangeListB);
     freeMemory(record->text);
     freeMemory(record);
 }

@@ -23,17 +23,7 @@
 
 namespace rs {
 
-struct U32Range {
-    uint32_t low;
-    uint32_t high;   // inclusive
-    U32Range* next;  // owned
-};
-
-struct AddressRange {
-    Address128 low;
-    Address128 high;     // inclusive
-    AddressRange* next;  // owned
-};
+using U32Range = RangeNode<uint32_t>;
 
 // The parsed form; its lists stand in text order.
 struct CompoundRule {
@@ -69,11 +59,6 @@ int32_t fieldLength(const char* text, int32_t length, char separator) noexcept;
 
 // Whether there is nothing but blanks.
 bool isAllBlank(const char* text, int32_t length) noexcept;
-
-// Each frees its list and clears the head. freeRangeList of core/port_list.h is the one for
-// rangeList16.
-void freeU32Ranges(U32Range** head) noexcept;
-void freeAddressRanges(AddressRange** head) noexcept;
 
 // Parses a rule into a new record with a copy of its text, which the caller frees with
 // freeCompoundRecord; null with RULE_ERR_BAD_RULE or RULE_ERR_NO_MEMORY otherwise.

@@ -11,10 +11,9 @@ namespace {
 
 // Pushes a node for an item that is already parsed.
 PortRange* pushRange(PortPair ports, PortRange** head) noexcept {
-    PortRange* node = allocateRecord<PortRange>();
+    PortRange* node = makeRange(ports.low, ports.high);
     if (node != nullptr) {
-        *node = {ports.low, ports.high, *head};
-        *head = node;
+        pushToChain(*head, node);
     }
     return node;
 }
@@ -63,17 +62,6 @@ int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexce
 
 PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept {
     return head != nullptr && parseItem(text, length, head) == RULE_OK ? *head : nullptr;
-}
-
-void freeRangeList(PortRange** head) noexcept {
-    if (head == nullptr) {
-        return;
-    }
-    while (*head != nullptr) {
-        PortRange* node = *head;
-        *head = node->next;
-        freeMemory(node);
-    }
 }
 
 }  // namespace rs

@@ -9,15 +9,11 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
+#include "core/range_node.h"
 
 namespace rs {
 
-struct PortRange {
-    uint16_t low;
-    uint16_t high;    // inclusive
-    PortRange* next;  // owned; null at the end
-};
+using PortRange = RangeNode<uint16_t>;
 
 // Parses a whole field into a new list, which the caller frees with freeRangeList. *out is written
 // on success only. RULE_ERR_INVALID_ARG for a null argument or an empty text, RULE_ERR_BAD_RULE for
@@ -28,20 +24,9 @@ int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexce
 // the text is bad or memory is out.
 PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept;
 
-// Whether a range of the list holds a port.
-inline bool holdsPort(const PortRange* first, uint16_t port) noexcept {
-    while (first != nullptr && (port < first->low || port > first->high)) {
-        first = first->next;
-    }
-    return first != nullptr;
-}
-
 // What counts of a port that a lookup is given.
 constexpr uint16_t lookupPort(uint32_t port) noexcept {
     return static_cast<uint16_t>(port & 0xFFFFU);
 }
-
-// Frees every node and sets *head to null; a null argument is left alone.
-void freeRangeList(PortRange** head) noexcept;
 
 }  // namespace rs

@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "core/structure.h"
 #include "core/memory.h"
+#include "core/structure.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"
 #include "lookup/chain_blocks.h"
@@ -67,7 +67,7 @@ void* insertIntoDomainBucket(HashBucket* bucket, void* item) noexcept {
             return nullptr;
         }
     }
-    pushToChain(head, *insertion->entry);
+    pushSingleNode(head, *insertion->entry);
     bucket->chain = head;
     return insertion;
 }

@@ -26,14 +26,14 @@ void freeMatchAll(DomainEntry* entry, const ReleaseInfo& info) noexcept {
 // Frees the chain of a bucket; a visitor of both tables.
 int32_t freeDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
     const auto& info = *static_cast<const ReleaseInfo*>(argument);
-    freeChain(static_cast<DomainEntry*>(bucket->chain),
-              [&info](const ChainBlock<DomainEntry>& block, DomainEntry& entry) noexcept {
-                  freeMemory(entry.name);
-                  if (&entry == block.first) {
-                      callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
-                                          ENTRY_RELEASES_USER_DATA);
-                  }
-              });
+    freeBlocks(static_cast<DomainEntry*>(bucket->chain),
+               [&info](const ChainBlock<DomainEntry>& block, DomainEntry& entry) noexcept {
+                   freeMemory(entry.name);
+                   if (&entry == block.first) {
+                       callReleaseCallback(info.releaseCallback, info.releaseContext,
+                                           entry.userData, ENTRY_RELEASES_USER_DATA);
+                   }
+               });
     bucket->chain = nullptr;
     return 0;
 }

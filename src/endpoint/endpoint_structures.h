@@ -21,6 +21,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/chain.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
 #include "lookup/address_hash.h"
@@ -32,18 +33,6 @@ namespace rs {
 
 inline constexpr int32_t ENDPOINT_BUCKETS = 4095;
 inline constexpr uint32_t OCTET_VALUES = 256;
-
-// A chain of elements with a field next.
-template <typename Element>
-struct Chain {
-    Element* first;  // owned, with all behind it
-    Element* last;   // borrowed
-
-    void append(Element* element) noexcept {
-        (first == nullptr ? first : last->next) = element;
-        last = element;
-    }
-};
 
 template <typename Entry>
 struct EntryList {
@@ -238,19 +227,10 @@ bool insertIntoRanges(RangeList<Entry>*& list, RangeFinder<RangeBucket<Entry>>& 
 
 // Frees a structure and sets the pointer to null; freeEntry(entry) frees one entry.
 
-template <typename Element, typename FreeElement>
-void freeElements(Element* first, const FreeElement& freeElement) noexcept {
-    while (first != nullptr) {
-        Element* next = first->next;
-        freeElement(first);
-        first = next;
-    }
-}
-
 template <typename Entry, typename FreeEntry>
 void freeEntryList(EntryList<Entry>*& list, const FreeEntry& freeEntry) noexcept {
     if (list != nullptr) {
-        freeElements(list->entries.first, freeEntry);
+        freeChain(list->entries.first, freeEntry);
         freeMemory(list);
         list = nullptr;
     }
@@ -263,7 +243,7 @@ void freeExactTable(HashTable*& table, const FreeEntry& freeEntry) noexcept {
         const auto& freeOne = *static_cast<const FreeEntry*>(argument);
         freeList(bucket->list, [&freeOne, elementCount](ListLink* link) noexcept {
             auto* node = exactNodeOf<Entry, Address>(link);
-            freeElements(node->entries.first, freeOne);
+            freeChain(node->entries.first, freeOne);
             freeMemory(node);
             decrementCount(*elementCount);
         });
@@ -281,7 +261,7 @@ void freeBlockIndex(BlockIndex<Entry>*& index, const FreeEntry& freeEntry) noexc
     }
     for (auto* slots : index->slots) {
         for (uint32_t i = 0; slots != nullptr && i < OCTET_VALUES; ++i) {
-            freeElements(slots[i].first, [&freeEntry](BlockSpanNode<Entry>* node) noexcept {
+            freeChain(slots[i].first, [&freeEntry](BlockSpanNode<Entry>* node) noexcept {
                 freeEntry(node->entry);
                 freeMemory(node);
             });
@@ -297,8 +277,8 @@ void freeRanges(RangeList<Entry>*& list, const FreeEntry& freeEntry) noexcept {
     if (list == nullptr) {
         return;
     }
-    freeElements(list->buckets.first, [&freeEntry](RangeBucket<Entry>* bucket) noexcept {
-        freeElements(bucket->entries.first, freeEntry);
+    freeChain(list->buckets.first, [&freeEntry](RangeBucket<Entry>* bucket) noexcept {
+        freeChain(bucket->entries.first, freeEntry);
         freeMemory(bucket);
     });
     freeMemory(list);

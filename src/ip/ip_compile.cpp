@@ -2,9 +2,9 @@
 
 #include <ruleset.h>
 
-#include "core/structure.h"
 #include "core/memory.h"
 #include "core/release.h"
+#include "core/structure.h"
 #include "ip/ip_rule.h"
 
 namespace rs {

@@ -11,16 +11,16 @@ namespace rs {
 
 namespace {
 
-Address128 ipv4Form(const Address128& mapped) noexcept {
-    return {{mapped.words[3], 0, 0, 0}};
+Address128 ipv4FormOf(const Address128& mapped) noexcept {
+    return ipv4Form(mapped.words[3]);
 }
 
 bool push(const Address128& low, const Address128& high, OwnedAddressList& list) noexcept {
-    auto* node = allocateRecord<AddressRangeNode>();
+    AddressRange* node = makeRange(low, high);
     if (node == nullptr) {
         return false;
     }
-    *node = {low, high, list.release()};
+    node->next = list.release();
     list.reset(node);
     return true;
 }
@@ -29,48 +29,13 @@ bool parseItem(const char* text, uint32_t length, bool isWide, OwnedAddressList&
     AddressSpec item{};
     if (parseIPv4Range(text, length, &item) == RULE_OK) {
         return isWide ? push(item.startAddress, item.endAddress, list)
-                      : push(ipv4Form(item.startAddress), ipv4Form(item.endAddress), list);
+                      : push(ipv4FormOf(item.startAddress), ipv4FormOf(item.endAddress), list);
     }
     return isWide && parseIPv6Range(text, length, &item) == RULE_OK &&
            push(item.startAddress, item.endAddress, list);
 }
 
-// Appends converted copies of nodes at the tail of a list.
-template <typename Convert>
-bool copyNodes(const AddressRangeNode* first, OwnedAddressList& out,
-               const Convert& convert) noexcept {
-    OwnedAddressList list;
-    AddressRangeNode* last = nullptr;
-    for (const AddressRangeNode* node = first; node != nullptr; node = node->next) {
-        AddressRangeNode copy = *node;
-        if (!convert(copy)) {
-            continue;
-        }
-        auto* made = allocateRecord<AddressRangeNode>();
-        if (made == nullptr) {
-            return false;
-        }
-        *made = {copy.low, copy.high, nullptr};
-        if (last == nullptr) {
-            list.reset(made);
-        } else {
-            last->next = made;
-        }
-        last = made;
-    }
-    out = std::move(list);
-    return true;
-}
-
 }  // namespace
-
-void freeAddressList(AddressRangeNode* first) noexcept {
-    while (first != nullptr) {
-        AddressRangeNode* next = first->next;
-        freeMemory(first);
-        first = next;
-    }
-}
 
 bool parseAddressList(const char* text, uint32_t length, bool isWide,
                       OwnedAddressList& out) noexcept {
@@ -86,21 +51,20 @@ bool parseAddressList(const char* text, uint32_t length, bool isWide,
     return status == RULE_OK;
 }
 
-bool copyAddressList(const AddressRangeNode* first, OwnedAddressList& out) noexcept {
-    return copyNodes(first, out, [](AddressRangeNode&) noexcept { return true; });
-}
-
-bool copyAsIpv4List(const AddressRangeNode* first, bool takeAll, OwnedAddressList& out) noexcept {
-    return copyNodes(first, out, [takeAll](AddressRangeNode& node) noexcept {
+bool copyAsIpv4List(const AddressRange* first, bool takeAll, OwnedAddressList& out) noexcept {
+    AddressRange* copies = nullptr;
+    const bool isWhole = copyRanges(first, copies, [takeAll](AddressRange& node) noexcept {
         const bool isTaken = takeAll || (isIpv4Mapped(node.low) && isIpv4Mapped(node.high));
-        node.low = ipv4Form(node.low);
-        node.high = ipv4Form(node.high);
+        node.low = ipv4FormOf(node.low);
+        node.high = ipv4FormOf(node.high);
         return isTaken;
     });
+    out.reset(copies);
+    return isWhole;
 }
 
-void convertToMapped(AddressRangeNode* first) noexcept {
-    for (AddressRangeNode* node = first; node != nullptr; node = node->next) {
+void convertToMapped(AddressRange* first) noexcept {
+    for (AddressRange* node = first; node != nullptr; node = node->next) {
         node->low = mappedFromIpv4Form(node->low);
         node->high = mappedFromIpv4Form(node->high);
     }

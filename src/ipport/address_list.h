@@ -9,33 +9,27 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
+#include "core/range_node.h"
 #include "syntax/address128.h"
 
 namespace rs {
 
-struct AddressRangeNode {
-    Address128 low;
-    Address128 high;         // inclusive
-    AddressRangeNode* next;  // owned
-};
-
-void freeAddressList(AddressRangeNode* first) noexcept;
-
-using OwnedAddressList = Owned<AddressRangeNode, freeAddressList>;
+using OwnedAddressList = OwnedRanges<Address128>;
 
 // Reads an address field into a list in reverse text order. False when an item is bad or memory is
 // out.
 [[nodiscard]] bool parseAddressList(const char* text, uint32_t length, bool isWide,
                                     OwnedAddressList& out) noexcept;
 
-// Copies a list node by node, in order. False when memory is out.
-[[nodiscard]] bool copyAddressList(const AddressRangeNode* first, OwnedAddressList& out) noexcept;
-
 // Copies the nodes of a list of 128-bit addresses that have an IPv4 form, all of them when takeAll
 // is set, and converts the copies to it. The order stays. False when memory is out.
-[[nodiscard]] bool copyAsIpv4List(const AddressRangeNode* first, bool takeAll,
+[[nodiscard]] bool copyAsIpv4List(const AddressRange* first, bool takeAll,
                                   OwnedAddressList& out) noexcept;
+
+// The IPv4 form of an address.
+constexpr Address128 ipv4Form(uint32_t address) noexcept {
+    return {{address, 0, 0, 0}};
+}
 
 // The mapped form of an address in IPv4 form.
 constexpr Address128 mappedFromIpv4Form(const Address128& address) noexcept {
@@ -43,6 +37,6 @@ constexpr Address128 mappedFromIpv4Form(const Address128& address) noexcept {
 }
 
 // Converts all nodes from IPv4 form to mapped form.
-void convertToMapped(AddressRangeNode* first) noexcept;
+void convertToMapped(AddressRange* first) noexcept;
 
 }  // namespace rs

@@ -4,9 +4,9 @@
 #include <memory>
 #include <utility>
 
-#include "core/structure.h"
 #include "core/memory.h"
 #include "core/release.h"
+#include "core/structure.h"
 #include "ipport/ip_port_index.h"
 #include "ipport/ip_port_rule.h"
 
@@ -52,26 +52,24 @@ bool parsePorts(const IpPortRule& rule, uint32_t offset, uint32_t length,
 
 void freeUnfinishedEntry(Entry* entry) noexcept {
     freeRangeList(&entry->firstPorts);
-    freeAddressList(entry->secondAddresses);
+    freeRangeList(&entry->secondAddresses);
     freeRangeList(&entry->secondPorts);
     freeMemory(entry);
 }
 
 // A new entry that carries what a rule says beside its first address; null when memory is out. It
 // comes to own the rule's userData when it is the first one made for the rule.
-Entry* makeCompiledEntry(const RuleEntry& ruleEntry, const AddressRangeNode* secondList) noexcept {
+Entry* makeCompiledEntry(const RuleEntry& ruleEntry, const AddressRange* secondList) noexcept {
     const IpPortRule& rule = ruleEntry.rule;
     Owned<Entry, freeUnfinishedEntry> entry(allocateRecord<Entry>());
-    OwnedAddressList secondAddresses;
     if (!entry ||
         !parsePorts(rule, rule.fields.firstPortsOffset, rule.fields.firstPortsLength,
                     entry->firstPorts) ||
-        !copyAddressList(secondList, secondAddresses) ||
+        !copyRanges(secondList, entry->secondAddresses) ||
         !parsePorts(rule, rule.fields.secondPortsOffset, rule.fields.secondPortsLength,
                     entry->secondPorts)) {
         return nullptr;
     }
-    entry->secondAddresses = secondAddresses.release();
     entry->ruleMask = rule.fields.ruleMask;
     entry->ruleIndex = ruleEntry.ruleIndex;
     entry->ruleValue = rule.ruleValue;
@@ -85,49 +83,49 @@ Entry* makeCompiledEntry(const RuleEntry& ruleEntry, const AddressRangeNode* sec
 // The insertions, each of one entry with its list of second addresses.
 
 bool appendEntry(EntryList<Entry>*& list, const RuleEntry& rule,
-                 const AddressRangeNode* second) noexcept {
+                 const AddressRange* second) noexcept {
     return insertIntoList(list, [&]() noexcept { return makeCompiledEntry(rule, second); });
 }
 
 template <typename Address>
 bool insertExactEntry(HashTable*& table, const Address& address, const RuleEntry& rule,
-                      const AddressRangeNode* second) noexcept {
+                      const AddressRange* second) noexcept {
     return insertExact<Entry>(table, address,
                               [&]() noexcept { return makeCompiledEntry(rule, second); });
 }
 
 bool insertBlocks(uint32_t low, uint32_t high, const RuleEntry& rule,
-                  const AddressRangeNode* second) noexcept {
+                  const AddressRange* second) noexcept {
     return insertIntoBlocks(rule.build.index.blocks4, low, high,
                             [&]() noexcept { return makeCompiledEntry(rule, second); });
 }
 
 bool insertRange(const Address128& low, const Address128& high, const RuleEntry& rule,
-                 const AddressRangeNode* second) noexcept {
+                 const AddressRange* second) noexcept {
     return insertIntoRanges(rule.build.index.ranges6, rule.build.rangeFinder, low, high,
                             [&]() noexcept { return makeCompiledEntry(rule, second); });
 }
 
-bool isWholeIpv4Space(const AddressRangeNode& node) noexcept {
+bool isWholeIpv4Space(const AddressRange& node) noexcept {
     return node.low.words[0] == 0 && node.high.words[0] == UINT32_MAX;
 }
 
-bool isWholeSpace(const AddressRangeNode& node) noexcept {
+bool isWholeSpace(const AddressRange& node) noexcept {
     return node.low == Address128{{0, 0, 0, 0}} &&
            node.high == Address128{{UINT32_MAX, UINT32_MAX, UINT32_MAX, UINT32_MAX}};
 }
 
 // Enters IPv4 addresses, one or a range.
 bool enterIpv4Range(uint32_t low, uint32_t high, const RuleEntry& rule,
-                    const AddressRangeNode* second) noexcept {
+                    const AddressRange* second) noexcept {
     return low == high ? insertExactEntry(rule.build.index.exact4, low, rule, second)
                        : insertBlocks(low, high, rule, second);
 }
 
 // The IPv4 structures. second is the list of second addresses as the rule's form reads it, ipv4Second
 // what of it has an IPv4 form.
-bool enterFirst4(const AddressRangeNode& first, const RuleEntry& rule,
-                 const AddressRangeNode* second, const AddressRangeNode* ipv4Second) noexcept {
+bool enterFirst4(const AddressRange& first, const RuleEntry& rule, const AddressRange* second,
+                 const AddressRange* ipv4Second) noexcept {
     EntryList<Entry>*& anyFirst = rule.build.index.anyFirst4;
     if (rule.hasAnyFirst()) {
         if (!rule.hasAnySecond() && !rule.isWide()) {
@@ -153,13 +151,13 @@ bool enterFirst4(const AddressRangeNode& first, const RuleEntry& rule,
 
 // Enters 128-bit addresses, one or a range.
 bool enterIpv6Range(const Address128& low, const Address128& high, const RuleEntry& rule,
-                    const AddressRangeNode* second) noexcept {
+                    const AddressRange* second) noexcept {
     return low == high ? insertExactEntry(rule.build.index.exact6, low, rule, second)
                        : insertRange(low, high, rule, second);
 }
 
-bool enterAnyFirst6(const AddressRangeNode& first, const RuleEntry& rule,
-                    AddressRangeNode* second) noexcept {
+bool enterAnyFirst6(const AddressRange& first, const RuleEntry& rule,
+                    AddressRange* second) noexcept {
     if (rule.hasAnySecond() || rule.isWide()) {
         if (!appendEntry(rule.build.index.anyFirst6, rule, second)) {
             return false;
@@ -174,8 +172,7 @@ bool enterAnyFirst6(const AddressRangeNode& first, const RuleEntry& rule,
 
 // The 128-bit structures. second may be converted on the way: a rule with "*" as its first address
 // has no further item.
-bool enterFirst6(const AddressRangeNode& first, const RuleEntry& rule,
-                 AddressRangeNode* second) noexcept {
+bool enterFirst6(const AddressRange& first, const RuleEntry& rule, AddressRange* second) noexcept {
     if (rule.hasAnyFirst()) {
         return enterAnyFirst6(first, rule, second);
     }

@@ -16,7 +16,7 @@ void destroyIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept {
     }
     const auto freeEntry = [info](CompiledIpPortRule* entry) noexcept {
         freeRangeList(&entry->firstPorts);
-        freeAddressList(entry->secondAddresses);
+        freeRangeList(&entry->secondAddresses);
         freeRangeList(&entry->secondPorts);
         callReleaseCallback(info->releaseCallback, info->releaseContext, entry->userData,
                             entry->releaseOwner);

@@ -27,8 +27,8 @@
 namespace rs {
 
 struct CompiledIpPortRule {
-    PortRange* firstPorts;              // owned, like the next two
-    AddressRangeNode* secondAddresses;  // in IPv4 form or of 128 bits, as the structure
+    PortRange* firstPorts;          // owned, like the next two
+    AddressRange* secondAddresses;  // in IPv4 form or of 128 bits, as the structure
     PortRange* secondPorts;
     uint32_t ruleMask;
     uint32_t ruleIndex;

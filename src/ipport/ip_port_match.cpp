@@ -9,27 +9,10 @@ namespace rs {
 
 namespace {
 
-// Addresses of an IPv4 view stand in word 0.
-bool holdsAddress(const AddressRangeNode* node, uint32_t address) noexcept {
-    while (node != nullptr && (address < node->low.words[0] || address > node->high.words[0])) {
-        node = node->next;
-    }
-    return node != nullptr;
-}
-
-bool holdsAddress(const AddressRangeNode* node, const Address128& address) noexcept {
-    while (node != nullptr &&
-           (compareIPv6(node->low, address) > 0 || compareIPv6(node->high, address) < 0)) {
-        node = node->next;
-    }
-    return node != nullptr;
-}
-
 // What an entry is tested against, beside the first address.
-template <typename Address>
 struct PairTest {
     uint16_t firstPort;
-    Address secondAddress;
+    Address128 secondAddress;  // in the form that the lists of the view have
     uint16_t secondPort;
     uint32_t mask;
 
@@ -38,26 +21,22 @@ struct PairTest {
             entry.secondPorts == nullptr) {
             return RULE_ERR_INVALID_ARG;
         }
-        const bool passes = holdsPort(entry.firstPorts, firstPort) &&
-                            holdsAddress(entry.secondAddresses, secondAddress) &&
-                            holdsPort(entry.secondPorts, secondPort) &&
-                            (entry.ruleMask & mask) != 0;
+        const bool passes = holds(entry.firstPorts, firstPort) &&
+                            holds(entry.secondAddresses, secondAddress) &&
+                            holds(entry.secondPorts, secondPort) && (entry.ruleMask & mask) != 0;
         return passes ? 1 : 0;
     }
 };
 
-template <typename Address>
 struct SecondEndpointTest {
-    Address address;
+    Address128 address;  // as in PairTest
     uint16_t port;
 
     int32_t operator()(const CompiledIpPortRule& entry) const noexcept {
         if (entry.secondAddresses == nullptr || entry.secondPorts == nullptr) {
             return RULE_ERR_INVALID_ARG;
         }
-        return holdsAddress(entry.secondAddresses, address) && holdsPort(entry.secondPorts, port)
-                   ? 1
-                   : 0;
+        return holds(entry.secondAddresses, address) && holds(entry.secondPorts, port) ? 1 : 0;
     }
 };
 
@@ -67,10 +46,10 @@ bool canMatch(const RuleGroup* group) noexcept {
 
 // The first answer but 0 over the entries of all nodes of an exact table.
 template <typename Address>
-int32_t scanWholeTable(HashTable* table, const SecondEndpointTest<Address>& test) noexcept {
+int32_t scanWholeTable(HashTable* table, const SecondEndpointTest& test) noexcept {
     const auto scanBucket = [](HashBucket* bucket, void* argument,
                                uint32_t* /*elementCount*/) noexcept -> int32_t {
-        const auto& testEntry = *static_cast<const SecondEndpointTest<Address>*>(argument);
+        const auto& testEntry = *static_cast<const SecondEndpointTest*>(argument);
         for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
             const auto* node = exactNodeOf<CompiledIpPortRule, Address>(link);
             const int32_t status = scanEntries(node->entries.first, testEntry).status;
@@ -80,7 +59,7 @@ int32_t scanWholeTable(HashTable* table, const SecondEndpointTest<Address>& test
         }
         return 0;
     };
-    SecondEndpointTest<Address> argument = test;
+    SecondEndpointTest argument = test;
     return table == nullptr ? 0 : hashVisitAll(table, &argument, scanBucket);
 }
 
@@ -123,8 +102,8 @@ int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t
         return RULE_ERR_INVALID_ARG;
     }
     const IpPortIndex& index = *group->ipPortIndex;
-    const PairTest<uint32_t> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort),
-                                  mask};
+    const PairTest test{lookupPort(firstPort), ipv4Form(secondAddress), lookupPort(secondPort),
+                        mask};
     return combineAnswers(
         *result, [&]() noexcept { return scanList(index.anyFirst4, test); },
         [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact4, firstAddress, test); },
@@ -139,8 +118,7 @@ int32_t matchIpPortPair6(const RuleGroup* group, const AddressWords& firstAddres
     }
     const IpPortIndex& index = *group->ipPortIndex;
     const Address128 first{firstAddress};
-    const PairTest<Address128> test{
-        lookupPort(firstPort), {secondAddress}, lookupPort(secondPort), mask};
+    const PairTest test{lookupPort(firstPort), {secondAddress}, lookupPort(secondPort), mask};
     return combineAnswers(
         *result, [&]() noexcept { return scanList(index.anyFirst6, test); },
         [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact6, first, test); },
@@ -152,10 +130,10 @@ int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t 
         return RULE_ERR_INVALID_ARG;
     }
     const IpPortIndex& index = *group->ipPortIndex;
-    const SecondEndpointTest<uint32_t> test{address, lookupPort(port)};
+    const SecondEndpointTest test{ipv4Form(address), lookupPort(port)};
     int32_t status = scanList(index.anyFirst4, test).status;
     if (status == 0) {
-        status = scanWholeTable(index.exact4, test);
+        status = scanWholeTable<uint32_t>(index.exact4, test);
     }
     return status == 0 ? scanAllBlocks(index.blocks4, test) : status;
 }
@@ -166,10 +144,10 @@ int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address
         return RULE_ERR_INVALID_ARG;
     }
     const IpPortIndex& index = *group->ipPortIndex;
-    const SecondEndpointTest<Address128> test{{address}, lookupPort(port)};
+    const SecondEndpointTest test{{address}, lookupPort(port)};
     int32_t status = scanList(index.anyFirst6, test).status;
     if (status == 0) {
-        status = scanWholeTable(index.exact6, test);
+        status = scanWholeTable<Address128>(index.exact6, test);
     }
     return status == 0 ? scanAllRanges(index.ranges6, test) : status;
 }

@@ -36,7 +36,7 @@ ChainBlock<Node> nextBlock(const ChainBlock<Node>& block) noexcept {
 
 // Puts a node in front of a chain.
 template <typename Node>
-void pushToChain(Node*& head, Node& node) noexcept {
+void pushSingleNode(Node*& head, Node& node) noexcept {
     node.next = head;
     node.nextCount = head == nullptr ? 0 : 1;
     head = &node;
@@ -108,7 +108,7 @@ void packChain(Node* head, uint32_t maxCount, const Before& before,
 // Frees a chain, packed or not: freeNode(block, node) lets go of what a node owns, and the blocks
 // are freed here.
 template <typename Node, typename FreeNode>
-void freeChain(Node* head, const FreeNode& freeNode) noexcept {
+void freeBlocks(Node* head, const FreeNode& freeNode) noexcept {
     for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;) {
         const ChainBlock<Node> next = nextBlock(block);
         for (uint32_t i = 0; i < block.count; ++i) {

@@ -4,9 +4,9 @@
 #include <memory>
 #include <utility>
 
-#include "core/structure.h"
 #include "core/memory.h"
 #include "core/release.h"
+#include "core/structure.h"
 #include "packetfilter/packet_filter_index.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "syntax/ip_range.h"

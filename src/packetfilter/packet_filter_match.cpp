@@ -31,13 +31,13 @@ struct FilterTest {
         if (entry.firstPorts == nullptr) {
             return RULE_ERR_INVALID_ARG;
         }
-        if (!holdsPort(entry.firstPorts, firstPort) || !coversSecond(entry, secondAddress)) {
+        if (!holds(entry.firstPorts, firstPort) || !coversSecond(entry, secondAddress)) {
             return 0;
         }
         if (entry.secondPorts == nullptr) {
             return RULE_ERR_INVALID_ARG;
         }
-        return holdsPort(entry.secondPorts, secondPort) ? 1 : 0;
+        return holds(entry.secondPorts, secondPort) ? 1 : 0;
     }
 };
 

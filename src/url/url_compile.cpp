@@ -5,8 +5,8 @@
 #include <memory>
 #include <string_view>
 
-#include "core/structure.h"
 #include "core/memory.h"
+#include "core/structure.h"
 #include "lookup/chain_blocks.h"
 #include "url/host_paths.h"
 #include "url/url_index.h"
@@ -104,7 +104,7 @@ void* findOrInsertHost(HashBucket* bucket, void* item) noexcept {
     if (search->node == nullptr) {
         return nullptr;
     }
-    pushToChain(head, *search->node);
+    pushSingleNode(head, *search->node);
     bucket->chain = head;
     return search;
 }

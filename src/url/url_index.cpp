@@ -40,7 +40,7 @@ void freePathBlocks(UrlPathBlock* block, const ReleaseInfo& info) noexcept {
 
 // Frees what a chain of nodes owns, and the nodes.
 void freeHostChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
-    freeChain(head, [&info](const ChainBlock<UrlHostNode>&, UrlHostNode& node) noexcept {
+    freeBlocks(head, [&info](const ChainBlock<UrlHostNode>&, UrlHostNode& node) noexcept {
         freePaths(node.paths, info);
         freePathBlocks(node.pathBlocks, info);
         freeMemory(node.scheme);

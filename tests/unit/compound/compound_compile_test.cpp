@@ -112,7 +112,7 @@ TEST(ValueMask, IsLeftAloneByRulesThatMatchAll) {
 TEST(ValueMask, IsAllOnesWithoutAList) {
     const RuleSetHandle set = makeSet({{"5;*;*;*;0;0"}});
     auto* record = reinterpret_cast<CompoundRuleRecord*>(set->compoundRules.head.next);
-    freeU32Ranges(&record->rule.rangeListA);
+    freeRangeList(&record->rule.rangeListA);
     EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
 }
 

@@ -238,7 +238,7 @@ protected:
     static void dropFirstPorts(Entry& entry) { freeRangeList(&entry.firstPorts); }
     static void dropSecondPorts(Entry& entry) { freeRangeList(&entry.secondPorts); }
     static void dropSecondAddresses(Entry& entry) {
-        freeAddressList(entry.secondAddresses);
+        freeRangeList(&entry.secondAddresses);
         entry.secondAddresses = nullptr;
     }
 

@@ -27,7 +27,7 @@ public:
 
     ~Chain() {
         uint32_t freed = 0;
-        freeChain(head_, [&](const ChainBlock<Node>&, Node&) { ++freed; });
+        freeBlocks(head_, [&](const ChainBlock<Node>&, Node&) { ++freed; });
         EXPECT_EQ(count_, freed);
     }
 
@@ -35,7 +35,7 @@ public:
         Node* node = allocateRecord<Node>();
         node->key = key;
         node->kind = kind;
-        pushToChain(head_, *node);
+        pushSingleNode(head_, *node);
         ++count_;
     }
 
@@ -205,14 +205,14 @@ TEST(FreeChain, TellsTheFirstNodeOfEachBlock) {
     for (uint32_t key = 0; key < 20; ++key) {
         Node* node = allocateRecord<Node>();
         node->key = key;
-        pushToChain(head, *node);
+        pushSingleNode(head, *node);
     }
     packChain(
         head, 12, [](const Node& left, const Node& right) { return left.key < right.key; },
         [](const Node&, const Node&) { return true; });
     std::vector<uint32_t> firstKeys;
     std::vector<uint32_t> keys;
-    freeChain(head, [&](const ChainBlock<Node>& block, Node& node) {
+    freeBlocks(head, [&](const ChainBlock<Node>& block, Node& node) {
         keys.push_back(node.key);
         if (&node == block.first) {
             firstKeys.push_back(node.key);

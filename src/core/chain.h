@@ -1,0 +1,42 @@
+// Singly linked chains of elements that have a field `next`.
+//
+//     first -> element -> element -> null        most chains are a pointer to the first element
+//                         last                   a Chain knows the last one too: appending is one step
+//
+// Ownership:  whoever holds the first element owns the whole chain.
+#pragma once
+
+#include <utility>
+
+namespace rs {
+
+// Puts an element before a chain.
+template <typename Element>
+void pushToChain(Element*& first, Element* element) noexcept {
+    element->next = first;
+    first = element;
+}
+
+// Empties a chain: freeElement(element) frees each element, from the first on.
+template <typename Element, typename FreeElement>
+void freeChain(Element*& first, const FreeElement& freeElement) noexcept {
+    while (first != nullptr) {
+        Element* element = std::exchange(first, first->next);
+        freeElement(element);
+    }
+}
+
+// A chain that grows at its end. Zero-filled is the empty chain.
+template <typename Element>
+struct Chain {
+    Element* first;  // owned, with all after it
+    Element* last;   // borrowed
+
+    // The element's next is null.
+    void append(Element* element) noexcept {
+        (first == nullptr ? first : last->next) = element;
+        last = element;
+    }
+};
+
+}  // namespace rs

@@ -1,0 +1,88 @@
+// Chains of inclusive ranges: of ports, of numbers, of addresses.
+//
+//     80-80 -> 443-443 -> 1000-2000 -> null
+//
+// Ownership:  whoever holds the first node owns the chain; zero nodes are a null pointer.
+// Cost:       a test walks the chain.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "core/chain.h"
+#include "core/memory.h"
+#include "syntax/address128.h"
+
+namespace rs {
+
+template <typename Bound>
+struct RangeNode {
+    Bound low;
+    Bound high;  // inclusive
+    RangeNode* next;
+};
+
+using AddressRange = RangeNode<Address128>;
+
+// A new node with null after it; null when memory is out.
+template <typename Bound>
+[[nodiscard]] RangeNode<Bound>* makeRange(const Bound& low, const Bound& high) noexcept {
+    auto* node = allocateRecord<RangeNode<Bound>>();
+    if (node != nullptr) {
+        node->low = low;
+        node->high = high;
+    }
+    return node;
+}
+
+// Whether a range of the chain holds a value.
+template <typename Bound>
+[[nodiscard]] bool holds(const RangeNode<Bound>* first, const Bound& value) noexcept {
+    while (first != nullptr && (value < first->low || first->high < value)) {
+        first = first->next;
+    }
+    return first != nullptr;
+}
+
+// Frees every node and sets *head to null; a null argument is left alone.
+template <typename Bound>
+void freeRangeList(RangeNode<Bound>** head) noexcept {
+    if (head != nullptr) {
+        freeChain(*head, freeMemory<RangeNode<Bound>>);
+    }
+}
+
+template <typename Bound>
+void freeRanges(RangeNode<Bound>* first) noexcept {
+    freeRangeList(&first);
+}
+
+template <typename Bound>
+using OwnedRanges = Owned<RangeNode<Bound>, freeRanges<Bound>>;
+
+// Puts copies of the nodes that convert(copy) takes, each as convert leaves it, into an empty chain, in
+// order. False when memory is out, with the copies made until then in the chain.
+template <typename Bound, typename Convert>
+[[nodiscard]] bool copyRanges(const RangeNode<Bound>* first, RangeNode<Bound>*& out,
+                              const Convert& convert) noexcept {
+    for (RangeNode<Bound>** tail = &out; first != nullptr; first = first->next) {
+        RangeNode<Bound> range{first->low, first->high, nullptr};
+        if (!convert(range)) {
+            continue;
+        }
+        *tail = makeRange(range.low, range.high);
+        if (*tail == nullptr) {
+            return false;
+        }
+        tail = &(*tail)->next;
+    }
+    return true;
+}
+
+// Copies every node.
+template <typename Bound>
+[[nodiscard]] bool copyRanges(const RangeNode<Bound>* first, RangeNode<Bound>*& out) noexcept {
+    return copyRanges(first, out, [](const RangeNode<Bound>&) noexcept { return true; });
+}
+
+}  // namespace rs
