@@ -7,7 +7,7 @@ namespace cli {
 
 int runCheck(const CheckOptions& options) {
     const LoadedRules rules = loadRules(
-        *options.kind,
+        *options.type,
         {.files = options.ruleFiles, .maxErrors = options.maxErrors, .isQuiet = options.isQuiet});
     if (!options.isQuiet) {
         printMessage(withCommas(rules.book.ruleCount()) + " rules, " + withCommas(rules.badLines) +

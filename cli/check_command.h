@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "rule_kind.h"
+#include "rule_type.h"
 
 namespace cli {
 
 struct CheckOptions {
-    const RuleKind* kind = nullptr;
+    const RuleType* type = nullptr;
     std::vector<std::string> ruleFiles;
     uint64_t maxErrors = 20;  // shown; 0 for all
     bool isQuiet = false;

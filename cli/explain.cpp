@@ -25,20 +25,20 @@ void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
 // The rules that cover a key, in rule order: one winner after the other is taken out. None is passed
 // over because a later rule won, as it may where ranges are asked before rules.
 RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std::string_view key) {
-    const RuleKind& kind = *options.kind;
+    const RuleType& type = *options.type;
     RuleIndexes left(book.ruleCount());
     std::iota(left.begin(), left.end(), 1U);
     RuleIndexes covering;
     for (;;) {
-        const OwnedRuleSet set = newRuleSet(kind);
+        const OwnedRuleSet set = newRuleSet(type);
         addRules(*set, book, left);
         // How the paths of a host are searched depends on how many there are, so that those taken
         // out stay, behind all others, where they win only once nothing else does.
-        if (kind.type == RULE_TYPE_URL) {
+        if (type.number == RULE_TYPE_URL) {
             addRules(*set, book, covering);
         }
         MatchResult hit{};
-        if (kind.match(buildRuleGroup(*set).get(), key, options.lookup, &hit) != 1 ||
+        if (type.match(buildRuleGroup(*set).get(), key, options.lookup, &hit) != 1 ||
             hit.ruleIndex > left.size()) {
             break;
         }
@@ -66,15 +66,15 @@ void printRule(const char* label, const RuleBook& book, uint32_t ruleIndex, Outp
 
 int explainKey(const MatchOptions& options, const RuleGroup& group, const RuleBook& book,
                std::string_view key, Output& output) {
-    const RuleKind& kind = *options.kind;
+    const RuleType& type = *options.type;
     MatchResult winner{};
-    const int32_t status = kind.match(&group, key, options.lookup, &winner);
+    const int32_t status = type.match(&group, key, options.lookup, &winner);
     if (status < 0) {
-        printMessage("error: " + kind.whyBadKey(key, status) + ": " + shownText(key));
+        printMessage("error: " + type.whyBadKey(key, status) + ": " + shownText(key));
         return EXIT_TROUBLE;
     }
     output.write("key\t");
-    output.write(kind.canonicalKey(key));
+    output.write(type.canonicalKey(key));
     output.endLine();
     if (status == 1) {
         for (const uint32_t ruleIndex : coveringRules(options, book, key)) {

@@ -9,23 +9,23 @@
 #include "check_command.h"
 #include "match_command.h"
 #include "normalize_command.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 #include "text_output.h"
 
 namespace {
 
-// CLI11's own exit codes are 100 and more; users of a filter expect 2 for every kind of trouble.
+// CLI11's own exit codes are 100 and more; users of a filter expect 2 for all trouble.
 int exitStatusOf(const CLI::App& app, const CLI::ParseError& error) {
     return app.exit(error) == 0 ? 0 : cli::EXIT_TROUBLE;
 }
 
-void addTypeOption(CLI::App& command, const cli::RuleKind*& kind) {
+void addTypeOption(CLI::App& command, const cli::RuleType*& type) {
     command
         .add_option_function<std::string>(
-            "-t,--type", [&kind](const std::string& name) { kind = cli::findRuleKind(name); },
+            "-t,--type", [&type](const std::string& name) { type = cli::findRuleType(name); },
             "Type of the rules")
         ->required()
-        ->check(CLI::IsMember(cli::ruleKindNames()));
+        ->check(CLI::IsMember(cli::ruleTypeNames()));
 }
 
 void addIpv6Flag(CLI::App& command) {
@@ -46,7 +46,7 @@ CLI::Option* addTexts(CLI::App& command, const char* name, std::vector<std::stri
 }
 
 void describeMatch(CLI::App& command, cli::MatchOptions& options) {
-    addTypeOption(command, options.kind);
+    addTypeOption(command, options.type);
     command.add_option("-r,--rules", options.ruleFiles, "Rule file; may be given several times")
         ->required()
         ->take_all()
@@ -68,7 +68,7 @@ void describeMatch(CLI::App& command, cli::MatchOptions& options) {
 }
 
 void describeCheck(CLI::App& command, cli::CheckOptions& options) {
-    addTypeOption(command, options.kind);
+    addTypeOption(command, options.type);
     addTexts(command, "RULES", options.ruleFiles, "Rule files")->required();
     command.add_option("--max-errors", options.maxErrors, "Bad lines to show, 0 for all")
         ->capture_default_str();

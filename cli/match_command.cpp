@@ -25,7 +25,7 @@ public:
     bool answer(std::string_view key, const char* place, uint64_t number) {
         MatchResult hit{};
         ++keys_;
-        const int32_t status = options_.kind->match(&group_, key, options_.lookup, &hit);
+        const int32_t status = options_.type->match(&group_, key, options_.lookup, &hit);
         if (status < 0) {
             reportBadKey(key, status, place, number);
             return true;
@@ -65,7 +65,7 @@ private:
         output_.flush();
         std::fprintf(stderr, "%s:%llu: error: %s: %s\n", place,
                      static_cast<unsigned long long>(number),
-                     options_.kind->whyBadKey(key, status).c_str(), shownText(key).c_str());
+                     options_.type->whyBadKey(key, status).c_str(), shownText(key).c_str());
     }
 
     void print(std::string_view key, const MatchResult* hit) {
@@ -164,7 +164,7 @@ int runMatch(const MatchOptions& options) {
         throw std::invalid_argument("--explain takes one key");
     }
     LoadedRules rules =
-        loadRules(*options.kind, {.files = options.ruleFiles, .isQuiet = options.isQuiet});
+        loadRules(*options.type, {.files = options.ruleFiles, .isQuiet = options.isQuiet});
     if (rules.badLines != 0 && !options.skipBad) {
         printMessage("error: " + withCommas(rules.badLines) +
                      " bad lines in the rules; --skip-bad goes on without them");

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "rule_kind.h"
 #include "rule_loader.h"
+#include "rule_type.h"
 #include "text_output.h"
 
 namespace cli {
@@ -17,7 +17,7 @@ inline constexpr int EXIT_NONE_SELECTED = 1;
 inline constexpr int EXIT_TROUBLE = 2;
 
 struct MatchOptions {
-    const RuleKind* kind = nullptr;
+    const RuleType* type = nullptr;
     std::vector<std::string> ruleFiles;
     std::vector<std::string> keys;  // empty: lines of standard input
     LookupOptions lookup;

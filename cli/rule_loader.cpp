@@ -16,9 +16,9 @@ namespace {
 // A load in progress.
 class Loader {
 public:
-    Loader(const RuleKind& kind, const LoadOptions& options)
-        : kind_(kind), options_(options), progress_("rules", !options.isQuiet) {
-        rules_.set = newRuleSet(kind);
+    Loader(const RuleType& type, const LoadOptions& options)
+        : type_(type), options_(options), progress_("rules", !options.isQuiet) {
+        rules_.set = newRuleSet(type);
     }
 
     LoadedRules load() {
@@ -65,7 +65,7 @@ private:
         } else if (status == RULE_ERR_SET_FULL) {
             throw std::length_error("more rules than a rule set holds");
         } else {
-            report(file, lineNumber, kind_.whyBadRule(rule.rule, status), rule.rule);
+            report(file, lineNumber, type_.whyBadRule(rule.rule, status), rule.rule);
         }
     }
 
@@ -79,7 +79,7 @@ private:
         }
     }
 
-    const RuleKind& kind_;
+    const RuleType& type_;
     const LoadOptions& options_;
     LoadedRules rules_;
     Progress progress_;
@@ -89,13 +89,13 @@ private:
 
 }  // namespace
 
-LoadedRules loadRules(const RuleKind& kind, const LoadOptions& options) {
-    return Loader(kind, options).load();
+LoadedRules loadRules(const RuleType& type, const LoadOptions& options) {
+    return Loader(type, options).load();
 }
 
-OwnedRuleSet newRuleSet(const RuleKind& kind) {
+OwnedRuleSet newRuleSet(const RuleType& type) {
     RuleSet* set = nullptr;
-    if (rs_newRuleSet(kind.type, &set) != RULE_OK) {
+    if (rs_newRuleSet(type.number, &set) != RULE_OK) {
         throw std::bad_alloc();
     }
     return OwnedRuleSet(set);

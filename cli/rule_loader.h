@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "rule_book.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 
 namespace cli {
 
@@ -38,10 +38,10 @@ struct LoadedRules {
 
 // Loads all files in their order. Bad lines are reported on standard error, as "file:line: error:
 // why: text", and left out. Throws std::system_error when a file cannot be read and std::bad_alloc.
-LoadedRules loadRules(const RuleKind& kind, const LoadOptions& options);
+LoadedRules loadRules(const RuleType& type, const LoadOptions& options);
 
 // Throws std::bad_alloc when memory is out.
-OwnedRuleSet newRuleSet(const RuleKind& kind);
+OwnedRuleSet newRuleSet(const RuleType& type);
 OwnedRuleGroup buildRuleGroup(RuleSet& set);
 
 }  // namespace cli

@@ -4,7 +4,7 @@
 
 #include "address_text.h"
 #include "ip/ip_match.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 
 namespace cli {
 
@@ -46,6 +46,6 @@ std::string canonicalAddress(std::string_view key) {
 
 }  // namespace
 
-const RuleKind IP_KIND{"ip", RULE_TYPE_IP, matchIp, whyBadIpRule, whyBadIpKey, canonicalAddress};
+const RuleType IP_TYPE{"ip", RULE_TYPE_IP, matchIp, whyBadIpRule, whyBadIpKey, canonicalAddress};
 
 }  // namespace cli

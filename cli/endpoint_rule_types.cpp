@@ -5,7 +5,7 @@
 #include <charconv>
 
 #include "address_text.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 #include "text_output.h"
 
 namespace cli {
@@ -123,10 +123,10 @@ std::string asWritten(std::string_view key) {
 
 }  // namespace
 
-const RuleKind IP_PORT_KIND{"ipport",         RULE_TYPE_IP_PORT, matchIpPort,
+const RuleType IP_PORT_TYPE{"ipport",         RULE_TYPE_IP_PORT, matchIpPort,
                             whyBadIpPortRule, whyBadPair,        asWritten};
 
-const RuleKind PACKET_FILTER_KIND{"packetfilter",    RULE_TYPE_PACKET_FILTER,
+const RuleType PACKET_FILTER_TYPE{"packetfilter",    RULE_TYPE_PACKET_FILTER,
                                   matchPacketFilter, whyBadFilterRule,
                                   whyBadPair,        asWritten};
 

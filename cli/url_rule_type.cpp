@@ -1,6 +1,6 @@
 // URL rules; a key is a URL.
 #include "address_text.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 #include "url/url_match.h"
 #include "url/url_split.h"
 
@@ -74,6 +74,6 @@ std::string canonicalUrl(std::string_view key) {
 
 }  // namespace
 
-const RuleKind URL_KIND{"url", RULE_TYPE_URL, matchUrl, whyBadUrlRule, whyBadUrlKey, canonicalUrl};
+const RuleType URL_TYPE{"url", RULE_TYPE_URL, matchUrl, whyBadUrlRule, whyBadUrlKey, canonicalUrl};
 
 }  // namespace cli

@@ -3,7 +3,7 @@
 
 #include "address_text.h"
 #include "domain/host_name.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 #include "text_output.h"
 
 namespace cli {
@@ -94,7 +94,7 @@ std::string whyBadHostPattern(std::string_view host) {
     return whyBadLabels(host);
 }
 
-const RuleKind DOMAIN_KIND{"domain",         RULE_TYPE_FQDN,  matchDomain,
+const RuleType DOMAIN_TYPE{"domain",         RULE_TYPE_FQDN,  matchDomain,
                            whyBadDomainRule, whyBadDomainKey, canonicalDomain};
 
 }  // namespace cli

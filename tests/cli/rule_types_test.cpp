@@ -1,4 +1,4 @@
-// Keys and rules of the types other than addresses, and what the command says of bad ones.
+// What the command does alike for every rule type but IP, and what it says of bad keys and rules.
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,8 +10,8 @@ namespace rs::test {
 namespace {
 
 // What a test asks of each type alike.
-struct Kind {
-    const char* type;
+struct TypeExample {
+    const char* name;
     const char* rules;         // three; the last two have the value 7 and the id 70
     const char* covered[3];    // a key for each
     const char* uncovered;     // a key for none
@@ -22,7 +22,7 @@ struct Kind {
     const char* ruleTexts[3];  // the rules without value and id
 };
 
-constexpr Kind KINDS[] = {
+constexpr TypeExample EXAMPLES[] = {
     {"domain",
      "www.example.com\n*.example.com\t7\t70\nB\xC3\xBC"
      "cher.example\t7\t70\n",
@@ -81,29 +81,29 @@ constexpr Kind KINDS[] = {
 };
 
 // How a test is named for its type.
-void PrintTo(const Kind& kind, std::ostream* out) {
-    *out << kind.type;
+void PrintTo(const TypeExample& example, std::ostream* out) {
+    *out << example.name;
 }
 
 std::string quoted(std::string_view text) {
     return " '" + std::string(text) + "'";
 }
 
-std::string nameOf(const ::testing::TestParamInfo<Kind>& kind) {
-    return kind.param.type;
+std::string nameOf(const ::testing::TestParamInfo<TypeExample>& info) {
+    return info.param.name;
 }
 
-class EveryKind : public CommandTest, public ::testing::WithParamInterface<Kind> {
+class EveryRuleType : public CommandTest, public ::testing::WithParamInterface<TypeExample> {
 protected:
-    EveryKind() { writeFile("rules", GetParam().rules); }
+    EveryRuleType() { writeFile("rules", GetParam().rules); }
 
     [[nodiscard]] CommandResult match(const std::string& options, const std::string& keys,
                                       const std::string& input = "") const {
-        return run("match -t " + std::string(GetParam().type) + " -r rules " + options + keys,
+        return run("match -t " + std::string(GetParam().name) + " -r rules " + options + keys,
                    input);
     }
 
-    // A key for each of the rules in their order, and behind it the one that no rule covers.
+    // A key for each of the rules in their order, then the one that no rule covers.
     [[nodiscard]] static std::string keyLines() {
         std::string lines;
         for (const char* key : GetParam().covered) {
@@ -113,17 +113,17 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Types, EveryKind, ::testing::ValuesIn(KINDS), nameOf);
+INSTANTIATE_TEST_SUITE_P(Types, EveryRuleType, ::testing::ValuesIn(EXAMPLES), nameOf);
 
-TEST_P(EveryKind, PrintsKeyRulePlaceValueAndId) {
-    const Kind& kind = GetParam();
-    const std::string expected = std::string(kind.covered[0]) + "\t" + kind.ruleTexts[0] +
-                                 "\trules:1\t0\t1\n" + kind.covered[1] + "\t" + kind.ruleTexts[1] +
-                                 "\trules:2\t7\t70\n" + kind.covered[2] + "\t" + kind.ruleTexts[2] +
-                                 "\trules:3\t7\t70\n";
+TEST_P(EveryRuleType, PrintsKeyRulePlaceValueAndId) {
+    const TypeExample& example = GetParam();
+    const std::string expected = std::string(example.covered[0]) + "\t" + example.ruleTexts[0] +
+                                 "\trules:1\t0\t1\n" + example.covered[1] + "\t" +
+                                 example.ruleTexts[1] + "\trules:2\t7\t70\n" + example.covered[2] +
+                                 "\t" + example.ruleTexts[2] + "\trules:3\t7\t70\n";
     const CommandResult byArgument =
-        match("", quoted(kind.covered[0]) + quoted(kind.covered[1]) + quoted(kind.covered[2]) +
-                      quoted(kind.uncovered));
+        match("", quoted(example.covered[0]) + quoted(example.covered[1]) +
+                      quoted(example.covered[2]) + quoted(example.uncovered));
     EXPECT_EQ(0, byArgument.status);
     EXPECT_EQ(expected, byArgument.output);
     const CommandResult byInput = match("", "", keyLines());
@@ -133,113 +133,116 @@ TEST_P(EveryKind, PrintsKeyRulePlaceValueAndId) {
     EXPECT_NE(std::string::npos, byInput.messages.find(", 3 matched\n"));
 }
 
-TEST_P(EveryKind, ExitsAsGrepDoes) {
-    const Kind& kind = GetParam();
-    EXPECT_EQ(0, match("", quoted(kind.covered[0])).status);
-    EXPECT_EQ(1, match("", quoted(kind.uncovered)).status);
-    EXPECT_EQ(2, match("", quoted(kind.badKey)).status);
+TEST_P(EveryRuleType, ExitsAsGrepDoes) {
+    const TypeExample& example = GetParam();
+    EXPECT_EQ(0, match("", quoted(example.covered[0])).status);
+    EXPECT_EQ(1, match("", quoted(example.uncovered)).status);
+    EXPECT_EQ(2, match("", quoted(example.badKey)).status);
 }
 
-TEST_P(EveryKind, SelectsTheOtherKeysWhenInverted) {
+TEST_P(EveryRuleType, SelectsTheOtherKeysWhenInverted) {
     const CommandResult result = match("-v", "", keyLines());
     EXPECT_EQ(0, result.status);
     EXPECT_EQ(std::string(GetParam().uncovered) + "\n", result.output);
     EXPECT_EQ(1, match("-v", quoted(GetParam().covered[2])).status);
 }
 
-TEST_P(EveryKind, CountsSelectedKeys) {
+TEST_P(EveryRuleType, CountsSelectedKeys) {
     EXPECT_EQ("3\n", match("-c", "", keyLines()).output);
     EXPECT_EQ("1\n", match("-c -v", "", keyLines()).output);
     EXPECT_EQ("2\n", match("-c -m 2", "", keyLines()).output);
 }
 
-TEST_P(EveryKind, StopsAfterMaxCount) {
-    const Kind& kind = GetParam();
+TEST_P(EveryRuleType, StopsAfterMaxCount) {
+    const TypeExample& example = GetParam();
     const CommandResult result = match("-m 1", "", keyLines());
     EXPECT_EQ(0, result.status);
-    EXPECT_EQ(std::string(kind.covered[0]) + "\t" + kind.ruleTexts[0] + "\trules:1\t0\t1\n",
+    EXPECT_EQ(std::string(example.covered[0]) + "\t" + example.ruleTexts[0] + "\trules:1\t0\t1\n",
               result.output);
 }
 
-TEST_P(EveryKind, QuietAnswersByItsStatusAlone) {
-    const Kind& kind = GetParam();
+TEST_P(EveryRuleType, QuietAnswersByItsStatusAlone) {
+    const TypeExample& example = GetParam();
     // What stands behind the first key that is covered is not asked.
-    const CommandResult covered = match("-q", quoted(kind.covered[1]) + quoted(kind.badKey));
+    const CommandResult covered = match("-q", quoted(example.covered[1]) + quoted(example.badKey));
     EXPECT_EQ(0, covered.status);
     EXPECT_EQ("", covered.output);
     EXPECT_EQ("", covered.messages);
-    const CommandResult uncovered = match("-q", quoted(kind.uncovered));
+    const CommandResult uncovered = match("-q", quoted(example.uncovered));
     EXPECT_EQ(1, uncovered.status);
     EXPECT_EQ("", uncovered.output);
     EXPECT_EQ("", uncovered.messages);
 }
 
-TEST_P(EveryKind, JsonHoldsTheSameFields) {
-    const Kind& kind = GetParam();
-    EXPECT_EQ("{\"key\":\"" + std::string(kind.covered[1]) + "\",\"rule\":\"" + kind.ruleTexts[1] +
+TEST_P(EveryRuleType, JsonHoldsTheSameFields) {
+    const TypeExample& example = GetParam();
+    EXPECT_EQ("{\"key\":\"" + std::string(example.covered[1]) + "\",\"rule\":\"" +
+                  example.ruleTexts[1] +
                   "\",\"file\":\"rules\",\"line\":2,\"value\":7,\"id\":70}\n",
-              match("--json", quoted(kind.covered[1])).output);
-    EXPECT_EQ("{\"key\":\"" + std::string(kind.uncovered) + "\"}\n",
-              match("--json -v", quoted(kind.uncovered)).output);
+              match("--json", quoted(example.covered[1])).output);
+    EXPECT_EQ("{\"key\":\"" + std::string(example.uncovered) + "\"}\n",
+              match("--json -v", quoted(example.uncovered)).output);
 }
 
-TEST_P(EveryKind, SaysWhyAKeyIsBadAndGoesOn) {
-    const Kind& kind = GetParam();
-    const CommandResult result = match("", quoted(kind.badKey) + quoted(kind.covered[0]));
+TEST_P(EveryRuleType, SaysWhyAKeyIsBadAndGoesOn) {
+    const TypeExample& example = GetParam();
+    const CommandResult result = match("", quoted(example.badKey) + quoted(example.covered[0]));
     EXPECT_EQ(2, result.status);
-    EXPECT_EQ(std::string(kind.covered[0]) + "\t" + kind.ruleTexts[0] + "\trules:1\t0\t1\n",
+    EXPECT_EQ(std::string(example.covered[0]) + "\t" + example.ruleTexts[0] + "\trules:1\t0\t1\n",
               result.output);
-    EXPECT_NE(std::string::npos, result.messages.find("key:1: error: " + std::string(kind.whyBad) +
-                                                      ": " + kind.badKey + "\n"));
+    EXPECT_NE(std::string::npos,
+              result.messages.find("key:1: error: " + std::string(example.whyBad) + ": " +
+                                   example.badKey + "\n"));
 }
 
-TEST_P(EveryKind, StopsAtBadRulesUnlessTheyAreSkipped) {
-    const Kind& kind = GetParam();
-    writeFile("rules", std::string(kind.badRule) + "\n" + kind.rules);
+TEST_P(EveryRuleType, StopsAtBadRulesUnlessTheyAreSkipped) {
+    const TypeExample& example = GetParam();
+    writeFile("rules", std::string(example.badRule) + "\n" + example.rules);
     const std::string report =
-        "rules:1: error: " + std::string(kind.whyBadRule) + ": " + kind.badRule + "\n";
-    const CommandResult stopped = match("", quoted(kind.covered[0]));
+        "rules:1: error: " + std::string(example.whyBadRule) + ": " + example.badRule + "\n";
+    const CommandResult stopped = match("", quoted(example.covered[0]));
     EXPECT_EQ(2, stopped.status);
     EXPECT_EQ("", stopped.output);
     EXPECT_EQ(
         report + "ruleset: error: 1 bad lines in the rules; --skip-bad goes on without them\n",
         stopped.messages);
-    const CommandResult skipped = match("--skip-bad", quoted(kind.covered[0]));
+    const CommandResult skipped = match("--skip-bad", quoted(example.covered[0]));
     EXPECT_EQ(0, skipped.status);
-    EXPECT_EQ(std::string(kind.covered[0]) + "\t" + kind.ruleTexts[0] + "\trules:2\t0\t2\n",
+    EXPECT_EQ(std::string(example.covered[0]) + "\t" + example.ruleTexts[0] + "\trules:2\t0\t2\n",
               skipped.output);
     EXPECT_EQ(0U, skipped.messages.find(report));
     EXPECT_NE(std::string::npos, skipped.messages.find("; 1 bad lines skipped\n"));
 }
 
-TEST_P(EveryKind, IsChecked) {
-    const Kind& kind = GetParam();
-    const std::string check = "check -t " + std::string(kind.type) + " rules";
+TEST_P(EveryRuleType, IsChecked) {
+    const TypeExample& example = GetParam();
+    const std::string check = "check -t " + std::string(example.name) + " rules";
     const CommandResult good = run(check);
     EXPECT_EQ(0, good.status);
     EXPECT_EQ("", good.output);
     EXPECT_EQ(0U, good.messages.find("ruleset: 3 rules, 0 bad lines, "));
-    writeFile("rules", std::string(kind.rules) + kind.badRule + "\n");
+    writeFile("rules", std::string(example.rules) + example.badRule + "\n");
     const CommandResult bad = run(check + " -q");
     EXPECT_EQ(1, bad.status);
     EXPECT_EQ("", bad.output);
-    EXPECT_EQ("rules:4: error: " + std::string(kind.whyBadRule) + ": " + kind.badRule + "\n",
+    EXPECT_EQ("rules:4: error: " + std::string(example.whyBadRule) + ": " + example.badRule + "\n",
               bad.messages);
 }
 
-TEST_P(EveryKind, TakesRulesWithIpv6AddressesUnlessTheyAreSwitchedOff) {
-    const Kind& kind = GetParam();
-    if (kind.type == std::string_view("domain")) {
+TEST_P(EveryRuleType, TakesRulesWithIpv6AddressesUnlessTheyAreSwitchedOff) {
+    const TypeExample& example = GetParam();
+    if (example.name == std::string_view("domain")) {
         EXPECT_EQ(0, run("check --no-ipv6 -t domain rules").status);
         return;
     }
-    const CommandResult result = run("check -q --no-ipv6 -t " + std::string(kind.type) + " rules");
+    const CommandResult result =
+        run("check -q --no-ipv6 -t " + std::string(example.name) + " rules");
     EXPECT_EQ(1, result.status);
     EXPECT_EQ(0U, result.messages.find("rules:3: error: "));
     EXPECT_EQ(result.messages.size() - 1, result.messages.find('\n'));
-    EXPECT_EQ(2, match("--no-ipv6", quoted(kind.covered[0])).status);
-    EXPECT_EQ(0, match("--no-ipv6 --skip-bad", quoted(kind.covered[0])).status);
-    EXPECT_EQ(1, match("--no-ipv6 --skip-bad", quoted(kind.covered[2])).status);
+    EXPECT_EQ(2, match("--no-ipv6", quoted(example.covered[0])).status);
+    EXPECT_EQ(0, match("--no-ipv6 --skip-bad", quoted(example.covered[0])).status);
+    EXPECT_EQ(1, match("--no-ipv6 --skip-bad", quoted(example.covered[2])).status);
 }
 
 using Keys = CommandTest;

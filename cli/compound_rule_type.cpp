@@ -12,7 +12,7 @@
 #include <limits>
 
 #include "address_text.h"
-#include "rule_kind.h"
+#include "rule_type.h"
 
 namespace cli {
 
@@ -111,7 +111,7 @@ std::string asWritten(std::string_view key) {
 
 }  // namespace
 
-const RuleKind COMPOUND_KIND{"compound",         RULE_TYPE_COMPOUND, matchCompoundKey,
+const RuleType COMPOUND_TYPE{"compound",         RULE_TYPE_COMPOUND, matchCompoundKey,
                              whyBadCompoundRule, whyBadFlow,         asWritten};
 
 }  // namespace cli

@@ -1,5 +1,6 @@
-// What the command knows of each type of rules: its name, how a key is looked up, and what to say of
-// texts that the library refuses. To add a type, give it a file and a line in rule_kind.cpp.
+// What the command knows of each rule type: its name, how a key is looked up, and what to say of texts
+// that the library refuses. To add a type, write a <type>_rule_type.cpp, declare its constant here and
+// list it in rule_type.cpp.
 #pragma once
 
 #include <ruleset.h>
@@ -14,9 +15,9 @@ struct LookupOptions {
     uint32_t mask = 0xFFFFFFFF;  // for rules that have one
 };
 
-struct RuleKind {
+struct RuleType {
     const char* name;  // as in -t
-    int32_t type;      // RULE_TYPE_...
+    int32_t number;    // RULE_TYPE_...
 
     // Looks a key up: 1 with the result, 0 for none, or a negative status for a key that is none.
     int32_t (*match)(const RuleGroup* group, std::string_view key, const LookupOptions& options,
@@ -32,16 +33,16 @@ struct RuleKind {
 };
 
 // Null for an unknown name.
-const RuleKind* findRuleKind(std::string_view name);
+const RuleType* findRuleType(std::string_view name);
 
-std::vector<std::string> ruleKindNames();
+std::vector<std::string> ruleTypeNames();
 
-extern const RuleKind IP_KIND;
-extern const RuleKind DOMAIN_KIND;
-extern const RuleKind URL_KIND;
-extern const RuleKind IP_PORT_KIND;
-extern const RuleKind PACKET_FILTER_KIND;
-extern const RuleKind COMPOUND_KIND;
+extern const RuleType IP_TYPE;
+extern const RuleType DOMAIN_TYPE;
+extern const RuleType URL_TYPE;
+extern const RuleType IP_PORT_TYPE;
+extern const RuleType PACKET_FILTER_TYPE;
+extern const RuleType COMPOUND_TYPE;
 
 // What is wrong with the host of a domain or URL rule.
 std::string whyBadHostPattern(std::string_view host);
