@@ -1,5 +1,6 @@
 #include "check_command.h"
 
+#include "exit_status.h"
 #include "rule_loader.h"
 #include "text_output.h"
 
@@ -13,7 +14,7 @@ int runCheck(const CheckOptions& options) {
         printMessage(withCommas(rules.book.ruleCount()) + " rules, " + withCommas(rules.badLines) +
                      " bad lines, " + secondsText(rules.seconds));
     }
-    return rules.badLines == 0 ? 0 : 1;
+    return rules.badLines == 0 ? EXIT_YES : EXIT_NO;
 }
 
 }  // namespace cli

@@ -5,6 +5,9 @@
 #include <numeric>
 #include <vector>
 
+#include "exit_status.h"
+#include "rule_handles.h"
+
 namespace cli {
 
 namespace {
@@ -30,7 +33,7 @@ RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std
     std::iota(left.begin(), left.end(), 1U);
     RuleIndexes covering;
     for (;;) {
-        const OwnedRuleSet set = newRuleSet(type);
+        const RuleSetHandle set = newRuleSet(type.number);
         addRules(*set, book, left);
         // How the paths of a host are searched depends on how many there are, so that those taken
         // out stay, behind all others, where they win only once nothing else does.
@@ -85,7 +88,7 @@ int explainKey(const MatchOptions& options, const RuleGroup& group, const RuleBo
         output.write("winner\tnone");
         output.endLine();
     }
-    return status == 1 ? EXIT_SELECTED : EXIT_NONE_SELECTED;
+    return status == 1 ? EXIT_YES : EXIT_NO;
 }
 
 }  // namespace cli

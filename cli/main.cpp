@@ -7,7 +7,9 @@
 #include <CLI/CLI.hpp>
 
 #include "check_command.h"
+#include "exit_status.h"
 #include "match_command.h"
+#include "match_options.h"
 #include "normalize_command.h"
 #include "rule_type.h"
 #include "text_output.h"
@@ -16,7 +18,7 @@ namespace {
 
 // CLI11's own exit codes are 100 and more; users of a filter expect 2 for all trouble.
 int exitStatusOf(const CLI::App& app, const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : cli::EXIT_TROUBLE;
+    return app.exit(error) == 0 ? cli::EXIT_YES : cli::EXIT_TROUBLE;
 }
 
 void addTypeOption(CLI::App& command, const cli::RuleType*& type) {

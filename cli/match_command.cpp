@@ -6,9 +6,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include "exit_status.h"
 #include "explain.h"
 #include "line_reader.h"
 #include "progress.h"
+#include "rule_book.h"
+#include "rule_handles.h"
+#include "rule_loader.h"
 #include "text_output.h"
 
 namespace cli {
@@ -51,7 +55,7 @@ public:
         if (badKeys_ != 0 && !(options_.isQuiet && selected_ != 0)) {
             return EXIT_TROUBLE;
         }
-        return selected_ != 0 ? EXIT_SELECTED : EXIT_NONE_SELECTED;
+        return selected_ != 0 ? EXIT_YES : EXIT_NO;
     }
 
     void printSummary(double seconds) const {
@@ -171,7 +175,7 @@ int runMatch(const MatchOptions& options) {
         return EXIT_TROUBLE;
     }
     const Stopwatch buildTime;
-    const OwnedRuleGroup group = buildRuleGroup(*rules.set);
+    const RuleGroupHandle group = buildRuleGroup(*rules.set);
     rules.set.reset();
     if (!options.isQuiet) {
         printLoadSummary(rules, buildTime.seconds());

@@ -6,8 +6,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "exit_status.h"
 #include "line_reader.h"
-#include "match_command.h"
 #include "text_output.h"
 
 namespace cli {
@@ -47,7 +47,7 @@ public:
 
     int finish() {
         output_.flush();
-        return hasBadUrl_ ? EXIT_TROUBLE : EXIT_SELECTED;
+        return hasBadUrl_ ? EXIT_TROUBLE : EXIT_YES;
     }
 
 private:

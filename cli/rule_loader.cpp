@@ -1,7 +1,8 @@
 #include "rule_loader.h"
 
+#include <ruleset.h>
+
 #include <cstdio>
-#include <new>
 #include <stdexcept>
 
 #include "line_reader.h"
@@ -18,7 +19,7 @@ class Loader {
 public:
     Loader(const RuleType& type, const LoadOptions& options)
         : type_(type), options_(options), progress_("rules", !options.isQuiet) {
-        rules_.set = newRuleSet(type);
+        rules_.set = newRuleSet(type.number);
     }
 
     LoadedRules load() {
@@ -91,22 +92,6 @@ private:
 
 LoadedRules loadRules(const RuleType& type, const LoadOptions& options) {
     return Loader(type, options).load();
-}
-
-OwnedRuleSet newRuleSet(const RuleType& type) {
-    RuleSet* set = nullptr;
-    if (rs_newRuleSet(type.number, &set) != RULE_OK) {
-        throw std::bad_alloc();
-    }
-    return OwnedRuleSet(set);
-}
-
-OwnedRuleGroup buildRuleGroup(RuleSet& set) {
-    RuleGroup* group = nullptr;
-    if (rs_buildRuleGroup(&set, &group) != RULE_OK) {
-        throw std::bad_alloc();
-    }
-    return OwnedRuleGroup(group);
 }
 
 }  // namespace cli

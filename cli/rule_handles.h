@@ -1,0 +1,27 @@
+// Rule sets and groups that free themselves.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace cli {
+
+struct DeletingRuleSet {
+    void operator()(RuleSet* set) const { rs_delRuleSet(&set); }
+};
+using RuleSetHandle = std::unique_ptr<RuleSet, DeletingRuleSet>;
+
+struct DeletingRuleGroup {
+    void operator()(RuleGroup* group) const { rs_delRuleGroup(&group); }
+};
+using RuleGroupHandle = std::unique_ptr<RuleGroup, DeletingRuleGroup>;
+
+// A set for rules of a type, RULE_TYPE_... Throws std::bad_alloc.
+RuleSetHandle newRuleSet(int32_t type);
+
+// Throws std::bad_alloc. The set may be deleted before the group.
+RuleGroupHandle buildRuleGroup(RuleSet& set);
+
+}  // namespace cli
