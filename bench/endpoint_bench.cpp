@@ -16,7 +16,7 @@
 namespace {
 
 using bench::Kind;
-using bench::OwnedSet;
+using bench::RuleSetHandle;
 
 constexpr uint32_t VALUES = 8;
 
@@ -55,7 +55,7 @@ int32_t lookUp(int32_t type, const RuleGroup* group, const rs::AddressWords& fir
 
 void matchHit(benchmark::State& state, int32_t type) {
     const auto count = static_cast<uint32_t>(state.range(0));
-    const bench::OwnedGroup group =
+    const bench::RuleGroupHandle group =
         bench::buildGroup(bench::fillSet(type, endpointRules(type, count), VALUES));
     const std::vector<bench::Key> hits = bench::generateWorkload(Kind::IPV6_RANGES, count).hits;
     MatchResult result{};

@@ -147,9 +147,9 @@ size_t bytesInUse() {
 
 void build(benchmark::State& state, Hostile kind) {
     const Attack attack = attackOf(kind, static_cast<uint32_t>(state.range(0)));
-    const bench::OwnedSet set = bench::fillSet(attack.type, attack.rules, UINT32_MAX);
+    const bench::RuleSetHandle set = bench::fillSet(attack.type, attack.rules, UINT32_MAX);
     const size_t before = bytesInUse();
-    bench::OwnedGroup group = bench::buildGroup(set);
+    bench::RuleGroupHandle group = bench::buildGroup(set);
     const double bytes = static_cast<double>(bytesInUse() - before);
     group.reset();
     bench::measureBuild(state, set, attack.rules.size());
@@ -176,7 +176,7 @@ int32_t lookUp(Hostile kind, const RuleGroup* group, const Attack& attack, Match
 
 void match(benchmark::State& state, Hostile kind) {
     const Attack attack = attackOf(kind, static_cast<uint32_t>(state.range(0)));
-    const bench::OwnedGroup group =
+    const bench::RuleGroupHandle group =
         bench::buildGroup(bench::fillSet(attack.type, attack.rules, UINT32_MAX));
     MatchResult result{};
     for ([[maybe_unused]] auto unused : state) {

@@ -6,23 +6,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
+#include "support/rule_handles.h"
+
 namespace bench {
 
-struct SetDeleting {
-    void operator()(RuleSet* set) const noexcept { rs_delRuleSet(&set); }
-};
-using OwnedSet = std::unique_ptr<RuleSet, SetDeleting>;
-
-struct GroupDeleting {
-    void operator()(RuleGroup* group) const noexcept { rs_delRuleGroup(&group); }
-};
-using OwnedGroup = std::unique_ptr<RuleGroup, GroupDeleting>;
+using rs::test::RuleGroupHandle;
+using rs::test::RuleSetHandle;
 
 inline void require(bool condition, const char* what) {
     if (!condition) {
@@ -32,23 +26,24 @@ inline void require(bool condition, const char* what) {
 }
 
 // The rule at position n, counted from 1, has the ruleId n and one of valueCount values in turn.
-inline OwnedSet fillSet(int32_t type, const std::vector<std::string>& rules, uint32_t valueCount) {
-    RuleSet* set = nullptr;
-    require(rs_newRuleSet(type, &set) == RULE_OK, "no rule set");
+inline RuleSetHandle fillSet(int32_t type, const std::vector<std::string>& rules,
+                             uint32_t valueCount) {
+    RuleSetHandle set = rs::test::newRuleSet(type);
+    require(set != nullptr, "no rule set");
     uint32_t id = 0;
     for (const std::string& rule : rules) {
         const uint32_t value = id++ % valueCount;
-        require(rs_addRuleToRuleSet(set, rule.data(), static_cast<uint32_t>(rule.size()), value,
-                                    id) == RULE_OK,
+        require(rs_addRuleToRuleSet(set.get(), rule.data(), static_cast<uint32_t>(rule.size()),
+                                    value, id) == RULE_OK,
                 "a rule was refused");
     }
-    return OwnedSet(set);
+    return set;
 }
 
-inline OwnedGroup buildGroup(const OwnedSet& set) {
-    RuleGroup* group = nullptr;
-    require(rs_buildRuleGroup(set.get(), &group) == RULE_OK, "the build failed");
-    return OwnedGroup(group);
+inline RuleGroupHandle buildGroup(const RuleSetHandle& set) {
+    RuleGroupHandle group = rs::test::buildRuleGroup(*set);
+    require(group != nullptr, "the build failed");
+    return group;
 }
 
 // The time of an iteration divided by the number of rules.
@@ -59,9 +54,9 @@ inline void countRules(benchmark::State& state, size_t count) {
 }
 
 // Measures builds of a set; taking the group down again is not measured.
-inline void measureBuild(benchmark::State& state, const OwnedSet& set, size_t count) {
+inline void measureBuild(benchmark::State& state, const RuleSetHandle& set, size_t count) {
     for ([[maybe_unused]] auto unused : state) {
-        OwnedGroup group = buildGroup(set);
+        RuleGroupHandle group = buildGroup(set);
         benchmark::DoNotOptimize(group.get());
         state.PauseTiming();
         group.reset();

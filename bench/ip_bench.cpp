@@ -21,11 +21,11 @@ using bench::Kind;
 using bench::Workload;
 
 using bench::buildGroup;
-using bench::OwnedGroup;
-using bench::OwnedSet;
 using bench::require;
+using bench::RuleGroupHandle;
+using bench::RuleSetHandle;
 
-OwnedSet fillSet(const Workload& workload) {
+RuleSetHandle fillSet(const Workload& workload) {
     return bench::fillSet(RULE_TYPE_IP, workload.rules, bench::VALUE_COUNT);
 }
 
@@ -33,7 +33,7 @@ OwnedSet fillSet(const Workload& workload) {
 // times to find out how often to repeat it, so the last one is kept.
 struct Scene {
     Workload workload;
-    OwnedGroup group;
+    RuleGroupHandle group;
 };
 
 const Scene& sceneOf(Kind kind, uint32_t count) {
@@ -44,7 +44,7 @@ const Scene& sceneOf(Kind kind, uint32_t count) {
     }
     scenes.clear();
     Workload workload = bench::generateWorkload(kind, count);
-    OwnedGroup group = buildGroup(fillSet(workload));
+    RuleGroupHandle group = buildGroup(fillSet(workload));
     return scenes.emplace(std::pair{kind, count}, Scene{std::move(workload), std::move(group)})
         .first->second;
 }
@@ -52,7 +52,7 @@ const Scene& sceneOf(Kind kind, uint32_t count) {
 void add(benchmark::State& state, Kind kind) {
     const Workload workload = bench::generateWorkload(kind, static_cast<uint32_t>(state.range(0)));
     for ([[maybe_unused]] auto unused : state) {
-        OwnedSet set = fillSet(workload);
+        RuleSetHandle set = fillSet(workload);
         benchmark::DoNotOptimize(set.get());
         state.PauseTiming();
         set.reset();
