@@ -6,6 +6,7 @@
 
 #include "syntax/ascii.h"
 #include "syntax/ip_address.h"
+#include "text_input.h"
 #include "text_output.h"
 
 namespace cli {
@@ -111,16 +112,6 @@ bool looksLikeIpv6(std::string_view address) {
 }
 
 }  // namespace
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && rs::isBlank(text.front())) {
-        text.remove_prefix(1);
-    }
-    while (!text.empty() && rs::isBlank(text.back())) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
 
 bool parseAddress(std::string_view text, ParsedAddress& out) {
     text = trimmed(text);

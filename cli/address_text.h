@@ -1,6 +1,7 @@
 // Addresses on the command line and in rules: what they are, and what is wrong with a bad one.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -22,7 +23,5 @@ std::string whyBadAddress(std::string_view text);
 
 // What is wrong with a text that is neither an address nor a range or prefix.
 std::string whyBadAddressItem(std::string_view text);
-
-std::string_view trimmed(std::string_view text);
 
 }  // namespace cli

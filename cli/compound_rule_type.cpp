@@ -7,22 +7,19 @@
 // list12 the 4096 that stands for none.
 #include <ruleset_static.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
-#include <charconv>
-#include <limits>
 
 #include "address_text.h"
 #include "rule_type.h"
+#include "text_input.h"
 
 namespace cli {
 
 namespace {
 
-template <typename Number>
-bool parseNumber(std::string_view text, Number& out) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), out);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
+// The value of list12 that stands for none.
+constexpr uint16_t NO_LIST12 = 4096;
 
 struct FlowText {
     rs::CompoundFlow flow{};
@@ -47,7 +44,7 @@ bool setField(std::string_view name, std::string_view value, FlowText& out) {
         return parseNumber(value, flow.listValue16);
     }
     if (name == "list12") {
-        return parseNumber(value, flow.listValue12) && flow.listValue12 <= 4096;
+        return parseNumber(value, flow.listValue12) && flow.listValue12 <= NO_LIST12;
     }
     if (name == "first") {
         return out.hasFirst = parseAddress(value, out.first);
@@ -75,7 +72,7 @@ void setAddresses(FlowText& text) {
 }
 
 bool parseFlow(std::string_view key, FlowText& out) {
-    out.flow.listValue12 = 4096;
+    out.flow.listValue12 = NO_LIST12;
     for (key = trimmed(key); !key.empty(); key = trimmed(key)) {
         const size_t end = std::min(key.find_first_of(" \t"), key.size());
         const std::string_view pair = key.substr(0, end);
@@ -103,10 +100,6 @@ std::string whyBadCompoundRule(std::string_view /*rule*/, int32_t /*status*/) {
 
 std::string whyBadFlow(std::string_view /*key*/, int32_t /*status*/) {
     return "not name=value pairs of a, b, value, first, second, list16 and list12";
-}
-
-std::string asWritten(std::string_view key) {
-    return std::string(trimmed(key));
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 // Domain rules; a key is a host name.
 #include <array>
 
-#include "address_text.h"
 #include "domain/host_name.h"
 #include "rule_type.h"
+#include "text_input.h"
 #include "text_output.h"
 
 namespace cli {

@@ -2,11 +2,9 @@
 // with brackets around IPv6 addresses.
 #include <ruleset_static.h>
 
-#include <charconv>
-
 #include "address_text.h"
 #include "rule_type.h"
-#include "text_output.h"
+#include "text_input.h"
 
 namespace cli {
 
@@ -14,7 +12,7 @@ namespace {
 
 struct Endpoint {
     ParsedAddress address;
-    uint32_t port;
+    uint16_t port;
 };
 
 struct EndpointPair {
@@ -23,14 +21,9 @@ struct EndpointPair {
     bool isIpv4;
 };
 
-bool parsePort(std::string_view text, uint32_t& out) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), out);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() && out <= 65535;
-}
-
 bool parseEndpoint(std::string_view text, Endpoint& out) {
     const size_t colon = text.rfind(':');
-    if (colon == std::string_view::npos || !parsePort(text.substr(colon + 1), out.port)) {
+    if (colon == std::string_view::npos || !parseNumber(text.substr(colon + 1), out.port)) {
         return false;
     }
     std::string_view address = text.substr(0, colon);
@@ -115,10 +108,6 @@ std::string whyBadFilterRule(std::string_view rule, int32_t /*status*/) {
                    (protocol[2] | 0x20) == 'p' && protocol[3] == ';'
                ? "a bad address, addresses of two families, or a bad port (1 to 65535)"
                : "a protocol other than tcp";
-}
-
-std::string asWritten(std::string_view key) {
-    return std::string(trimmed(key));
 }
 
 }  // namespace

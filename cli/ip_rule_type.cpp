@@ -5,6 +5,7 @@
 #include "address_text.h"
 #include "ip/ip_match.h"
 #include "rule_type.h"
+#include "text_input.h"
 
 namespace cli {
 

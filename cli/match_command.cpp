@@ -1,13 +1,13 @@
 #include "match_command.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <stdexcept>
 
 #include <nlohmann/json.hpp>
 
 #include "exit_status.h"
 #include "explain.h"
+#include "json_output.h"
 #include "line_reader.h"
 #include "progress.h"
 #include "rule_book.h"
@@ -67,9 +67,7 @@ private:
     void reportBadKey(std::string_view key, int32_t status, const char* place, uint64_t number) {
         ++badKeys_;
         output_.flush();
-        std::fprintf(stderr, "%s:%llu: error: %s: %s\n", place,
-                     static_cast<unsigned long long>(number),
-                     options_.type->whyBadKey(key, status).c_str(), shownText(key).c_str());
+        printRefusal(place, number, options_.type->whyBadKey(key, status), key);
     }
 
     void print(std::string_view key, const MatchResult* hit) {
@@ -110,9 +108,7 @@ private:
             object["value"] = hit->ruleValue;
             object["id"] = hit->ruleId;
         }
-        // Bytes that are no UTF-8 become U+FFFD: a line is valid JSON whatever the input holds.
-        output_.write(
-            object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+        writeJson(object, output_);
     }
 
     const MatchOptions& options_;

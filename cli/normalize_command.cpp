@@ -2,11 +2,10 @@
 
 #include <ruleset.h>
 
-#include <cstdio>
-
 #include <nlohmann/json.hpp>
 
 #include "exit_status.h"
+#include "json_output.h"
 #include "line_reader.h"
 #include "text_output.h"
 
@@ -37,8 +36,7 @@ public:
         if (rs_normalize_URL(url.data(), static_cast<uint32_t>(url.size()), &record) != RULE_OK) {
             hasBadUrl_ = true;
             output_.flush();
-            std::fprintf(stderr, "%s:%llu: error: no canonical form: %s\n", place,
-                         static_cast<unsigned long long>(number), shownText(url).c_str());
+            printRefusal(place, number, "no canonical form", url);
             return;
         }
         print({record.scheme, record.schemeLength}, {record.host, record.hostLength}, record.port,
@@ -59,8 +57,7 @@ private:
             object["host"] = host;
             object["port"] = port;
             object["path"] = path;
-            output_.write(
-                object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+            writeJson(object, output_);
         } else {
             output_.write(scheme);
             output_.write('\t');

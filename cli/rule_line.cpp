@@ -1,18 +1,11 @@
 #include "rule_line.h"
 
-#include <charconv>
-
-#include "address_text.h"
+#include "text_input.h"
 #include "text_output.h"
 
 namespace cli {
 
 namespace {
-
-bool parseNumber(std::string_view text, uint32_t& out) {
-    const auto result = std::from_chars(text.data(), text.data() + text.size(), out);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
 
 // Takes the next field off, without blanks around it. False when there is none.
 bool takeField(std::string_view& rest, std::string_view& field) {

@@ -74,9 +74,7 @@ private:
                 std::string_view text) {
         ++rules_.badLines;
         if (options_.maxErrors == 0 || rules_.badLines <= options_.maxErrors) {
-            std::fprintf(stderr, "%s:%llu: error: %s: %s\n", file.path().c_str(),
-                         static_cast<unsigned long long>(lineNumber), why.c_str(),
-                         shownText(text).c_str());
+            printRefusal(file.path(), lineNumber, why, text);
         }
     }
 

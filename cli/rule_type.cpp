@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "text_input.h"
+
 namespace cli {
 
 namespace {
@@ -23,6 +25,10 @@ std::vector<std::string> ruleTypeNames() {
     std::transform(TYPES.begin(), TYPES.end(), names.begin(),
                    [](const RuleType* type) { return type->name; });
     return names;
+}
+
+std::string asWritten(std::string_view key) {
+    return std::string(trimmed(key));
 }
 
 }  // namespace cli

@@ -52,6 +52,13 @@ void printMessage(std::string_view message) {
     std::fprintf(stderr, "ruleset: %.*s\n", static_cast<int>(message.size()), message.data());
 }
 
+void printRefusal(std::string_view place, uint64_t line, std::string_view why,
+                  std::string_view text) {
+    std::fprintf(stderr, "%.*s:%llu: error: %.*s: %s\n", static_cast<int>(place.size()),
+                 place.data(), static_cast<unsigned long long>(line), static_cast<int>(why.size()),
+                 why.data(), shownText(text).c_str());
+}
+
 std::string withCommas(uint64_t number) {
     std::string text = std::to_string(number);
     for (size_t i = text.size(); i > 3; i -= 3) {

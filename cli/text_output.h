@@ -29,6 +29,10 @@ private:
 // Prints "ruleset: message" on standard error.
 void printMessage(std::string_view message);
 
+// Prints "place:line: error: why: text" on standard error, for a line or an argument that is refused.
+void printRefusal(std::string_view place, uint64_t line, std::string_view why,
+                  std::string_view text);
+
 // A number with commas between groups of three digits: 1,234,567.
 std::string withCommas(uint64_t number);
 

@@ -1,6 +1,6 @@
 // URL rules; a key is a URL.
-#include "address_text.h"
 #include "rule_type.h"
+#include "text_input.h"
 #include "url/url_match.h"
 #include "url/url_split.h"
 
