@@ -47,7 +47,4 @@ extern const RuleType COMPOUND_TYPE;
 // The canonicalKey of types that look a key up as it is written.
 std::string asWritten(std::string_view key);
 
-// What is wrong with the host of a domain or URL rule.
-std::string whyBadHostPattern(std::string_view host);
-
 }  // namespace cli

@@ -1,4 +1,5 @@
 // URL rules; a key is a URL.
+#include "host_text.h"
 #include "rule_type.h"
 #include "text_input.h"
 #include "url/url_match.h"
@@ -26,7 +27,7 @@ std::string whyBadUrlRule(std::string_view rule, int32_t status) {
         return "a scheme other than http and https";
     }
     if (status == RULE_ERR_NO_MEMORY) {
-        return "canonical form over 8191 bytes";
+        return whyCanonicalFormTooLong();
     }
     if (rs::splitUrl(rule.data(), static_cast<uint32_t>(rule.size()), &parts, &portColon) !=
         RULE_OK) {
