@@ -90,7 +90,8 @@ std::string whyBadIpv6(std::string_view text) {
                                          : "too many groups, or a ':' too many";
 }
 
-// A digit that is none counts in IPv4 prefixes; that is the library's affair and not explained here.
+// The library also reads IPv4 prefix lengths with bytes that are no digits. It is asked first, so
+// those that it takes do not come here.
 std::string whyBadPrefixLength(std::string_view length, int largest) {
     const std::string range = "1 to " + std::to_string(largest);
     if (length.empty()) {

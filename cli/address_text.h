@@ -1,4 +1,5 @@
-// Addresses on the command line and in rules: what they are, and what is wrong with a bad one.
+// Addresses in keys and rules: reading them, and what is wrong with a bad one. What is wrong is
+// asked only of texts that the library has refused.
 #pragma once
 
 #include <cstdint>
@@ -11,17 +12,17 @@ namespace cli {
 
 struct ParsedAddress {
     bool isIpv4;
-    uint32_t ipv4;           // host byte order; only with isIpv4
-    rs::Address128 address;  // in mapped form with isIpv4
+    uint32_t ipv4;           // in host byte order; set for IPv4 addresses only
+    rs::Address128 address;  // an IPv4 address in mapped form
 };
 
-// False for a text that is no address; blanks around it are ignored.
+// False for a text that is no address; out is then unspecified. Blanks around it are ignored.
 bool parseAddress(std::string_view text, ParsedAddress& out);
 
 // What is wrong with a text that is no address.
 std::string whyBadAddress(std::string_view text);
 
-// What is wrong with a text that is neither an address nor a range or prefix.
+// What is wrong with a text that is no address, range or prefix.
 std::string whyBadAddressItem(std::string_view text);
 
 }  // namespace cli

@@ -10,13 +10,14 @@
 namespace cli {
 
 struct CheckOptions {
-    const RuleType* type = nullptr;
+    const RuleType* type = nullptr;  // one of the constants of rule_type.h
     std::vector<std::string> ruleFiles;
-    uint64_t maxErrors = 20;  // shown; 0 for all
-    bool isQuiet = false;
+    uint64_t maxErrors = 20;  // bad lines that are shown; 0 for all
+    bool isQuiet = false;     // no summary and no progress
 };
 
-// Returns the exit status: 0 without a bad line, 1 with some. Throws as runMatch.
+// Returns EXIT_YES when no line is bad, otherwise EXIT_NO. Throws std::exception when a file cannot
+// be read or memory is out.
 int runCheck(const CheckOptions& options);
 
 }  // namespace cli

@@ -1,10 +1,13 @@
-// Compound rules; a key is "name=value" pairs between blanks, of which each may be left out:
+// Compound rules. A key is pairs "name=value" with blanks between them; each pair may be left out:
 //
 //     a=80 b=0 value=7 first=10.0.0.1 second=10.0.0.2 list16=1 list12=4096
 //
-// a and b are tested against field 4 of a rule, value against field 1, first and second against
-// field 3, list16 and list12 against field 2. What is left out is 0, an unspecified address, or for
-// list12 the 4096 that stands for none.
+//     pair              is tested against    when left out
+//     a, b              field 4 of a rule    0
+//     value             field 1              0
+//     first, second     field 3              the address of zeros
+//     list16            field 2              0
+//     list12            field 2              NO_LIST12
 #include <ruleset_static.h>
 
 #include <algorithm>
@@ -18,7 +21,7 @@ namespace cli {
 
 namespace {
 
-// The value of list12 that stands for none.
+// The value of list12 that means none. No rule covers it.
 constexpr uint16_t NO_LIST12 = 4096;
 
 struct FlowText {
@@ -55,8 +58,8 @@ bool setField(std::string_view name, std::string_view value, FlowText& out) {
     return false;
 }
 
-// Both addresses go by one family: IPv4 unless one of them is IPv6, beside which the other stands
-// in mapped form.
+// A flow has one family for both addresses. It is IPv6 when one of them is, and the other one is
+// then in mapped form.
 void setAddresses(FlowText& text) {
     const bool isIpv4 =
         (!text.hasFirst || text.first.isIpv4) && (!text.hasSecond || text.second.isIpv4);

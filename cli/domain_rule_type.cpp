@@ -1,4 +1,4 @@
-// Domain rules; a key is a host name.
+// Domain rules. A key is a host name.
 #include "core/growing_text.h"
 #include "domain/host_name.h"
 #include "host_text.h"

@@ -1,5 +1,7 @@
-// Rules with two endpoints: IP:Port and packet filter rules. A key is "address:port address:port",
-// with brackets around IPv6 addresses.
+// Rules with two endpoints: IP:Port and packet filter rules. A key is two endpoints with blanks
+// between them, with brackets around an IPv6 address:
+//
+//     10.0.0.1:80 [2001:db8::1]:443
 #include <ruleset_static.h>
 
 #include "address_text.h"

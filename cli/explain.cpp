@@ -17,7 +17,7 @@ using RuleIndexes = std::vector<uint32_t>;
 void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
     for (const uint32_t ruleIndex : rules) {
         const std::string_view rule = book.text(ruleIndex);
-        // Every rule of the book was accepted before.
+        // Each rule of the book was accepted once, so that only memory can be missing.
         if (rs_addRuleToRuleSet(&set, rule.data(), static_cast<uint32_t>(rule.size()), 0, 1) !=
             RULE_OK) {
             throw std::bad_alloc();
@@ -25,8 +25,9 @@ void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
     }
 }
 
-// The rules that cover a key, in rule order: one winner after the other is taken out. None is passed
-// over because a later rule won, as it may where ranges are asked before rules.
+// The rules that cover a key, in rule order. A lookup names the winner alone. So the winner is
+// taken out and the other rules are asked again, until none of them covers the key. Earlier rules
+// are asked again, too: where a lookup walks ranges instead of rules, a later rule may win first.
 RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std::string_view key) {
     const RuleType& type = *options.type;
     RuleIndexes left(book.ruleCount());
@@ -35,8 +36,8 @@ RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std
     for (;;) {
         const RuleSetHandle set = newRuleSet(type.number);
         addRules(*set, book, left);
-        // How the paths of a host are searched depends on how many there are, so that those taken
-        // out stay, behind all others, where they win only once nothing else does.
+        // The number of paths of a host decides how they are searched. So URL rules that are taken
+        // out stay in the set, after all others: there they win only when no other rule does.
         if (type.number == RULE_TYPE_URL) {
             addRules(*set, book, covering);
         }

@@ -11,8 +11,8 @@
 
 namespace cli {
 
-// Prints the canonical form of a key, every rule that covers it in rule order, and the winner. Returns
-// the exit status. The group holds the rules of the book.
+// Prints the canonical form of a key, every rule that covers it in rule order, and the winner.
+// Returns the exit status. The group holds the rules of the book.
 //
 // Cost: one build of the rules for each rule that covers the key, and one more.
 int explainKey(const MatchOptions& options, const RuleGroup& group, const RuleBook& book,

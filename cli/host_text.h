@@ -1,4 +1,5 @@
-// Host names in rules and keys: what is wrong with a bad one.
+// Host names in keys and rules: what is wrong with a bad one. It is asked only of texts that the
+// library has refused.
 #pragma once
 
 #include <string>
@@ -6,13 +7,13 @@
 
 namespace cli {
 
-// What is wrong with a text that is no host name.
+// What is wrong with a host name: the first bad label.
 std::string whyBadHostName(std::string_view host);
 
-// What is wrong with the host of a domain or URL rule, which may be a pattern.
+// What is wrong with the host of a domain or URL rule: a host name, "*." and a host name, or "*".
 std::string whyBadHostPattern(std::string_view host);
 
-// What is wrong with a domain or URL rule that the library has no buffer for.
+// What is wrong with a domain or URL rule that does not fit the library's largest buffer.
 std::string whyCanonicalFormTooLong();
 
 }  // namespace cli

@@ -1,4 +1,4 @@
-// IP rules; a key is an IPv4 or IPv6 address.
+// IP rules. A key is an IPv4 or IPv6 address.
 #include <arpa/inet.h>
 #include <array>
 
@@ -29,7 +29,7 @@ std::string whyBadIpKey(std::string_view key, int32_t /*status*/) {
     return whyBadAddress(key);
 }
 
-// IPv4 as a dotted quad, IPv6 as RFC 5952 writes it.
+// An IPv4 address as a dotted quad, an IPv6 address in the form of RFC 5952.
 std::string canonicalAddress(std::string_view key) {
     ParsedAddress address{};
     if (!parseAddress(key, address)) {

@@ -1,4 +1,4 @@
-// JSON on standard output.
+// Output of JSON.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -7,8 +7,8 @@
 
 namespace cli {
 
-// Writes an object without spaces and line breaks. Bytes that are no UTF-8 become U+FFFD: the text is
-// valid JSON whatever the input holds.
+// Writes an object without spaces and line breaks. Bytes that are no UTF-8 become U+FFFD, so that
+// the output is valid JSON for every input.
 void writeJson(const nlohmann::ordered_json& object, Output& output);
 
 }  // namespace cli

@@ -69,7 +69,8 @@ std::string_view LineReader::cleaned(std::string_view line) const {
     return line;
 }
 
-// Reads on behind the rest of a line, which moves to the front. False at the end of the file.
+// Moves the bytes of the unfinished line to the front and reads more bytes after them. False at the
+// end of the file.
 bool LineReader::fill() {
     std::memmove(buffer_.data(), buffer_.data() + start_, end_ - start_);
     end_ -= start_;

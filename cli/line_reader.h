@@ -1,4 +1,5 @@
-// Lines of a file or of standard input, read as a stream.
+// Lines of a file or of standard input, read in large blocks. A file may be of any size: the memory
+// in use is that of two blocks and the longest line.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +9,8 @@
 
 namespace cli {
 
-// An open file, or standard input for "-". Closed at the end of its life, but for standard input.
+// An open file, or standard input for "-". The object owns the descriptor and closes it at its end,
+// but leaves standard input open.
 class InputFile {
 public:
     // Throws std::system_error, which names the file, when it cannot be opened for reading.
@@ -25,16 +27,17 @@ private:
     int descriptor_;
 };
 
+// Reads the lines of a file, which must live as long as the reader.
 class LineReader {
 public:
     explicit LineReader(const InputFile& file) : file_(file) {}
 
-    // The next line without its end, LF or CRLF; a byte order mark at the start of the file is
-    // dropped. The bytes stay valid until the next call. False at the end of the file. Throws
-    // std::system_error when reading fails.
+    // The next line, without the LF or CRLF at its end and without a byte order mark at the start
+    // of the file. The reader owns the bytes; they are valid until the next call. False at the end
+    // of the file. Throws std::system_error when reading fails.
     bool next(std::string_view& line);
 
-    // Of the line that next returned last, counted from 1.
+    // The number of the line that next returned last, counted from 1.
     [[nodiscard]] uint64_t lineNumber() const { return lineNumber_; }
 
 private:
@@ -42,9 +45,9 @@ private:
     std::string_view cleaned(std::string_view line) const;
 
     const InputFile& file_;
-    std::string buffer_;
-    size_t start_ = 0;  // of what is not yet returned
-    size_t end_ = 0;    // of what is read
+    std::string buffer_;  // its size is the capacity
+    size_t start_ = 0;    // where the next line starts
+    size_t end_ = 0;      // where the bytes that were read end
     bool atEnd_ = false;
     uint64_t lineNumber_ = 0;
 };

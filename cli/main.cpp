@@ -1,4 +1,5 @@
-// The command line: what the command is asked for.
+// The command line: reads the options, runs the command that they name, and turns exceptions into
+// messages.
 #include <ruleset_static.h>
 
 #include <cstdio>
@@ -16,7 +17,7 @@
 
 namespace {
 
-// CLI11's own exit codes are 100 and more; users of a filter expect 2 for all trouble.
+// CLI11 has exit codes of 100 and more for bad options. Users of a filter expect 2.
 int exitStatusOf(const CLI::App& app, const CLI::ParseError& error) {
     return app.exit(error) == 0 ? cli::EXIT_YES : cli::EXIT_TROUBLE;
 }
@@ -36,9 +37,9 @@ void addIpv6Flag(CLI::App& command) {
         "Take IPv4 addresses only in rules");
 }
 
-// Positional arguments, taken as they are written. CLI11 would read "[::1]" as a list and take the
-// brackets off, but does so only where it allows extra arguments. So none are: as many are expected
-// as there can be, and take_all does not insist on them.
+// Positional arguments, taken as they are written. Where CLI11 allows extra arguments, it reads
+// "[::1]" as a list and removes the brackets. So no extra arguments are allowed; instead the
+// largest number of arguments is expected, and take_all accepts any smaller number.
 CLI::Option* addTexts(CLI::App& command, const char* name, std::vector<std::string>& texts,
                       const char* description) {
     return command.add_option(name, texts, description)

@@ -19,13 +19,14 @@ namespace cli {
 
 namespace {
 
-// Answers keys one after the other.
+// Looks keys up one after the other, counts, and prints the selected ones. It owns its output only.
 class Matcher {
 public:
     Matcher(const MatchOptions& options, const RuleGroup& group, const RuleBook& book)
         : options_(options), group_(group), book_(book), output_(options.lineBuffered) {}
 
-    // False when enough is selected. place names the key in messages.
+    // Answers one key. Returns false when enough keys are selected. Messages name the key by place
+    // and number.
     bool answer(std::string_view key, const char* place, uint64_t number) {
         MatchResult hit{};
         ++keys_;
@@ -51,7 +52,7 @@ public:
             output_.endLine();
         }
         output_.flush();
-        // As with grep -q: a match found is an answer, whatever went wrong beside it.
+        // As with grep -q, a selected key is an answer, even when other keys are bad.
         if (badKeys_ != 0 && !(options_.isQuiet && selected_ != 0)) {
             return EXIT_TROUBLE;
         }
@@ -135,7 +136,7 @@ void answerStandardInput(Matcher& matcher) {
     LineReader lines(input);
     std::string_view key;
     while (lines.next(key)) {
-        // An empty line asks nothing.
+        // An empty line is no key.
         if (!key.empty() && !matcher.answer(key, "-", lines.lineNumber())) {
             return;
         }
@@ -172,7 +173,7 @@ int runMatch(const MatchOptions& options) {
     }
     const Stopwatch buildTime;
     const RuleGroupHandle group = buildRuleGroup(*rules.set);
-    rules.set.reset();
+    rules.set.reset();  // the group needs it no longer, and it is large
     if (!options.isQuiet) {
         printLoadSummary(rules, buildTime.seconds());
     }

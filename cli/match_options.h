@@ -1,4 +1,4 @@
-// What `ruleset match` is asked for, by the command line; for all that answers it, --explain included.
+// The options of `ruleset match`, for the lookup of many keys and for --explain.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 namespace cli {
 
 struct MatchOptions {
-    const RuleType* type = nullptr;  // borrowed; one of the constants of rule_type.h
+    const RuleType* type = nullptr;  // one of the constants of rule_type.h
     std::vector<std::string> ruleFiles;
     std::vector<std::string> keys;  // empty: lines of standard input
     LookupOptions lookup;
@@ -20,7 +20,7 @@ struct MatchOptions {
     bool asJson = false;
     bool skipBad = false;
     bool lineBuffered = false;
-    bool explain = false;  // of the one key
+    bool explain = false;  // the only key
     uint64_t maxCount = UINT64_MAX;
 };
 

@@ -13,13 +13,15 @@ namespace cli {
 
 namespace {
 
+// Normalizes URLs, one after the other, and prints the results.
 class Normalizer {
 public:
     explicit Normalizer(const NormalizeOptions& options) : options_(options), output_(false) {}
 
+    // Messages name the URL by place and number.
     void normalize(std::string_view url, const char* place, uint64_t number) {
-        // No field is longer than the URL, but for a path of one byte and an IPv6 literal or encoded
-        // host, which may grow.
+        // A piece is at most as long as the URL, with two exceptions: an empty path becomes "/",
+        // and an IPv6 literal or an encoded host may grow.
         const size_t room = url.size() * 4 + 64;
         scheme_.resize(room);
         host_.resize(room);

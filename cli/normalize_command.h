@@ -12,8 +12,8 @@ struct NormalizeOptions {
     bool keepCase = false;
 };
 
-// Returns the exit status: 0, or 2 when a URL has no canonical form. Throws std::exception when
-// standard input cannot be read.
+// Returns EXIT_YES, or EXIT_TROUBLE when a URL has no canonical form. Throws std::exception when
+// standard input cannot be read or memory is out.
 int runNormalize(const NormalizeOptions& options);
 
 }  // namespace cli

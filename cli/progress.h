@@ -1,5 +1,5 @@
-// A line on standard error that tells how far a long step has come; shown only on a terminal, and
-// only once the step has taken half a second.
+// Time, and a line on standard error that shows how far a long step has come. The line is shown on
+// a terminal only, and only after the step has taken half a second.
 #pragma once
 
 #include <chrono>
@@ -7,6 +7,7 @@
 
 namespace cli {
 
+// Measures from its making.
 class Stopwatch {
 public:
     [[nodiscard]] double seconds() const;
@@ -15,6 +16,8 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
+// Shows the line, and removes it at the end of its life. unit is the plural of what is counted, and
+// must live as long.
 class Progress {
 public:
     explicit Progress(const char* unit, bool isWanted);
@@ -22,7 +25,7 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // Says that count units are done. Cheap enough for every unit.
+    // Says that count units are done. Cheap enough to be called for every unit.
     void update(uint64_t count) {
         if (isShown_ && count % UNITS_PER_LOOK == 0) {
             show(count);
@@ -37,7 +40,7 @@ private:
     const char* unit_;
     bool isShown_;
     Stopwatch stopwatch_;
-    double shownAt_ = 0;
+    double shownAt_ = 0;  // in seconds; 0 before the line is first shown
 };
 
 }  // namespace cli

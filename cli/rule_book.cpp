@@ -20,10 +20,10 @@ std::string_view RuleBook::text(uint32_t ruleIndex) const {
 }
 
 RulePlace RuleBook::place(uint32_t ruleIndex) const {
-    const auto behind =
+    const auto next =
         std::upper_bound(files_.begin(), files_.end(), ruleIndex,
                          [](uint32_t index, const File& file) { return index < file.firstRule; });
-    return {std::prev(behind)->path, rules_[ruleIndex - 1].line};
+    return {std::prev(next)->path, rules_[ruleIndex - 1].line};
 }
 
 }  // namespace cli

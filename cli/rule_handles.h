@@ -1,4 +1,4 @@
-// Rule sets and groups that free themselves.
+// Rule sets and groups of the library, with an owner that deletes them.
 #pragma once
 
 #include <ruleset.h>
@@ -18,10 +18,10 @@ struct DeletingRuleGroup {
 };
 using RuleGroupHandle = std::unique_ptr<RuleGroup, DeletingRuleGroup>;
 
-// A set for rules of a type, RULE_TYPE_... Throws std::bad_alloc.
+// An empty set for rules of a type, RULE_TYPE_... Throws std::bad_alloc.
 RuleSetHandle newRuleSet(int32_t type);
 
-// Throws std::bad_alloc. The set may be deleted before the group.
+// Compiles a set. The set may be deleted before the group. Throws std::bad_alloc.
 RuleGroupHandle buildRuleGroup(RuleSet& set);
 
 }  // namespace cli

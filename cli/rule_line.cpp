@@ -7,12 +7,12 @@ namespace cli {
 
 namespace {
 
-// Takes the next field off, without blanks around it. False when there is none.
+// Removes the next field from rest, which starts with a TAB or is empty. False for an empty rest.
 bool takeField(std::string_view& rest, std::string_view& field) {
     if (rest.empty()) {
         return false;
     }
-    rest.remove_prefix(1);  // the TAB before it
+    rest.remove_prefix(1);
     const size_t tab = rest.find('\t');
     field = trimmed(rest.substr(0, tab));
     rest.remove_prefix(tab == std::string_view::npos ? rest.size() : tab);

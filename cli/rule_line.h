@@ -2,7 +2,10 @@
 //
 //     line      rule [ TAB value [ TAB id ] ]
 //
-// Blank lines, and lines whose first byte but blanks is '#', hold no rule.
+//     10.0.0.0/8 TAB 7 TAB 70      ->  rule "10.0.0.0/8", value 7, id 70
+//
+// Blanks around a field are ignored. A blank line, and a line whose first byte after blanks is '#',
+// holds no rule and is skipped.
 #pragma once
 
 #include <cstdint>
@@ -12,15 +15,16 @@
 namespace cli {
 
 struct RuleLine {
-    std::string_view rule;
+    std::string_view rule;  // borrowed from the line
     uint32_t value;
     uint32_t id;
 };
 
 bool isSkippedLine(std::string_view line);
 
-// Reads a line that is not skipped. defaultId is the id of a rule that names none. False, with the
-// reason in *why, for fields that are wrong; the rule itself is not looked at.
+// Reads a line that is not skipped. A rule without a value has the value 0, a rule without an id
+// has defaultId. False, with the reason in *why, for a bad value or id and for extra fields; the
+// rule itself is not checked.
 bool parseRuleLine(std::string_view line, uint64_t defaultId, RuleLine& out, std::string* why);
 
 }  // namespace cli

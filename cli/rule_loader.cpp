@@ -14,7 +14,7 @@ namespace cli {
 
 namespace {
 
-// A load in progress.
+// A load in progress. Borrows the type and the options.
 class Loader {
 public:
     Loader(const RuleType& type, const LoadOptions& options)

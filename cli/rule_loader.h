@@ -1,4 +1,4 @@
-// Rule files -> a rule set, and a book that tells where each rule comes from.
+// Rule files -> a rule set, and a book with the text and place of each rule.
 #pragma once
 
 #include <cstdint>
@@ -19,13 +19,14 @@ struct LoadOptions {
 
 struct LoadedRules {
     RuleSetHandle set;
-    RuleBook book;
+    RuleBook book;  // of the rules in the set
     uint64_t badLines = 0;
-    double seconds = 0;
+    double seconds = 0;  // that loading took
 };
 
-// Loads all files in their order. Bad lines are reported on standard error, as "file:line: error:
-// why: text", and left out. Throws std::system_error when a file cannot be read and std::bad_alloc.
+// Loads all files in their order. Bad lines are left out and reported on standard error. Throws
+// std::system_error when a file cannot be read, std::length_error for more rules than a set holds,
+// and std::bad_alloc.
 LoadedRules loadRules(const RuleType& type, const LoadOptions& options);
 
 }  // namespace cli

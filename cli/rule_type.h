@@ -1,6 +1,6 @@
-// What the command knows of each rule type: its name, how a key is looked up, and what to say of texts
-// that the library refuses. To add a type, write a <type>_rule_type.cpp, declare its constant here and
-// list it in rule_type.cpp.
+// What the command knows of each rule type: its name, how a key is looked up, and what to say of
+// texts that the library refuses. To add a type, write a <type>_rule_type.cpp, declare its constant
+// here and list it in rule_type.cpp.
 #pragma once
 
 #include <ruleset.h>
@@ -12,23 +12,25 @@
 namespace cli {
 
 struct LookupOptions {
-    uint32_t mask = 0xFFFFFFFF;  // for rules that have one
+    uint32_t mask = 0xFFFFFFFF;  // of IP:Port lookups
 };
 
 struct RuleType {
-    const char* name;  // as in -t
-    int32_t number;    // RULE_TYPE_...
+    const char* name;  // on the command line, after -t
+    int32_t number;    // in the library: RULE_TYPE_...
 
-    // Looks a key up: 1 with the result, 0 for none, or a negative status for a key that is none.
+    // Looks a key up: 1 with the result, 0 when no rule covers the key, a negative status for a bad
+    // key.
     int32_t (*match)(const RuleGroup* group, std::string_view key, const LookupOptions& options,
                      MatchResult* result);
 
-    // Why the library refused a rule or a key. Asked only once it has, so that the two never
-    // disagree about what is valid.
+    // Why a rule or a key is bad, by the status of the library. They are called only after the
+    // library has refused it, so that the command never disagrees with the library about what is
+    // valid.
     std::string (*whyBadRule)(std::string_view rule, int32_t status);
     std::string (*whyBadKey)(std::string_view key, int32_t status);
 
-    // The form in which a key is looked up.
+    // The form in which the library looks a good key up.
     std::string (*canonicalKey)(std::string_view key);
 };
 
@@ -44,7 +46,7 @@ extern const RuleType IP_PORT_TYPE;
 extern const RuleType PACKET_FILTER_TYPE;
 extern const RuleType COMPOUND_TYPE;
 
-// The canonicalKey of types that look a key up as it is written.
+// The canonicalKey of types whose keys have no canonical form: the key without blanks around it.
 std::string asWritten(std::string_view key);
 
 }  // namespace cli

@@ -1,4 +1,4 @@
-// What all texts from outside have in common: blanks around them, and numbers in them.
+// What texts of all layers have in common: blanks around them, and numbers in them.
 #pragma once
 
 #include <charconv>
@@ -6,10 +6,10 @@
 
 namespace cli {
 
-// The text without the blanks around it, by the library's idea of a blank.
+// The part of the text without the blanks around it. Blanks are those that the library ignores.
 std::string_view trimmed(std::string_view text);
 
-// Reads a decimal number that fills the text and fits its type.
+// Reads a decimal number. False when the text is anything else or the number does not fit its type.
 template <typename Number>
 bool parseNumber(std::string_view text, Number& out) {
     const char* end = text.data() + text.size();

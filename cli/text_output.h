@@ -1,4 +1,4 @@
-// Texts for people and programs: standard output in large writes, messages on standard error.
+// Standard output in large writes, messages on standard error, and texts and numbers for people.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +7,9 @@
 
 namespace cli {
 
-// Standard output. Written when the buffer is full, at each line on a terminal or when asked for,
-// and by flush.
+// Standard output with a buffer. The buffer is written at the end of a line when it is full, and at
+// the end of each line on a terminal or with flushEachLine. Its owner calls flush at the end: a
+// destructor could not report that writing failed.
 class Output {
 public:
     explicit Output(bool flushEachLine);
@@ -17,7 +18,7 @@ public:
     void write(char byte) { buffer_ += byte; }
     void writeNumber(uint64_t number);
 
-    // Ends a line. Throws std::system_error when writing fails.
+    // Ends a line. This and flush throw std::system_error when writing fails.
     void endLine();
     void flush();
 
@@ -29,7 +30,7 @@ private:
 // Prints "ruleset: message" on standard error.
 void printMessage(std::string_view message);
 
-// Prints "place:line: error: why: text" on standard error, for a line or an argument that is refused.
+// Prints "place:line: error: why: text" on standard error, for a rule, key or URL that is refused.
 void printRefusal(std::string_view place, uint64_t line, std::string_view why,
                   std::string_view text);
 

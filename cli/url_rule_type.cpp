@@ -1,4 +1,4 @@
-// URL rules; a key is a URL.
+// URL rules. A key is a URL.
 #include "host_text.h"
 #include "rule_type.h"
 #include "text_input.h"
