@@ -59,14 +59,6 @@ int32_t addTo(RuleSet& set, std::string_view rule) {
     return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, 1);
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 // ---- Matching.
 
 TEST(UrlMatchApi, ReportsTheWinningRule) {

@@ -24,14 +24,6 @@ struct AddRow {
     uint64_t kept = 2;  // of them, those that the rule keeps: its record and its text
 };
 
-std::string repeat(std::string_view text, size_t count) {
-    std::string repeated;
-    for (size_t i = 0; i < count; ++i) {
-        repeated += text;
-    }
-    return repeated;
-}
-
 // The status of an addition whose allocation with that number fails, of so many.
 using FailureStatus = int32_t (*)(uint64_t number, uint64_t count);
 

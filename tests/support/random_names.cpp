@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "support/text.h"
+
 namespace rs::test {
 
 namespace {
@@ -27,29 +29,21 @@ const std::vector<std::string> ODD_LABELS{
 const std::vector<std::string> URL_ENDS{":",    "@",    "[",  "]",   "u@",
                                         "u:p@", "a@b@", "[a", "a]b", ":1]"};
 
-std::string repeated(const std::string& text, uint64_t count) {
-    std::string all;
-    for (uint64_t i = 0; i < count; ++i) {
-        all += text;
-    }
-    return all;
-}
-
 // A label near one of the limits: 63 bytes, 63 code points, 255 bytes.
 std::string longLabel(RandomSource& random) {
     switch (random.below(6)) {
         case 0:
-            return repeated("a", random.between(61, 66));
+            return repeat("a", random.between(61, 66));
         case 1:
-            return repeated("%41", random.between(61, 66));
+            return repeat("%41", random.between(61, 66));
         case 2:
-            return repeated("\xC3\xBC", random.between(40, 66));
+            return repeat("\xC3\xBC", random.between(40, 66));
         case 3:
-            return repeated("a", random.between(40, 66)) + "\xC3\xBC";
+            return repeat("a", random.between(40, 66)) + "\xC3\xBC";
         case 4:
-            return repeated("\xF0\x9F\x98\x80", random.between(10, 66));
+            return repeat("\xF0\x9F\x98\x80", random.between(10, 66));
         default:
-            return repeated("a", random.between(253, 258)) + random.pick(WIDE_LABELS);
+            return repeat("a", random.between(253, 258)) + random.pick(WIDE_LABELS);
     }
 }
 
@@ -129,7 +123,7 @@ std::string randomHost(RandomSource& random) {
         host += (i == 0 ? "" : ".") + (count > 50 ? std::string("a") : randomLabel(random));
     }
     if (count > 50 && random.oneIn(2)) {
-        host += repeated("b", random.below(4));
+        host += repeat("b", random.below(4));
     }
     if (random.oneIn(10)) {
         host += random.oneIn(4) ? ".." : ".";

@@ -2,14 +2,25 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace rs::test {
 
 constexpr uint32_t size32(std::string_view text) {
     return static_cast<uint32_t>(text.size());
+}
+
+// The piece, count times in a row.
+inline std::string repeat(std::string_view piece, size_t count) {
+    std::string result;
+    for (size_t i = 0; i < count; ++i) {
+        result += piece;
+    }
+    return result;
 }
 
 // A copy in a block of exactly its size, so that the address sanitizer sees every byte read beyond

@@ -65,14 +65,6 @@ int32_t refusalOf(const RuleGroup& group, std::string_view name) {
     return status;
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 TEST(DomainMatch, ReportsWhatTheHostAttached) {
     int userData = 0;
     const RuleGroupHandle group =

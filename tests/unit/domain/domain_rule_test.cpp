@@ -59,14 +59,6 @@ std::string nameOfLength(size_t length) {
     return name + std::string(length - name.size(), 'a');
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 TEST(DomainRule, TrimsBlanksAndNormalizes) {
     expectRule("example.com", 0, "  Example.COM\r\n");
     expectRule("example.com", 0, "\t \r\nexample.com.\t");

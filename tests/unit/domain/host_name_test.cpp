@@ -61,14 +61,6 @@ void expectAllForms(std::string_view expected, std::string_view name) {
     expectOk(expected, matchForm(name));
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 // A name of length bytes without a trailing dot, in labels of at most 63 bytes.
 std::string nameOfLength(size_t length, char byte = 'a') {
     std::string name;

@@ -71,14 +71,6 @@ void expectKey(const Expected& expected) {
     EXPECT_EQ(expected.path, key.path);
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 TEST(UrlMatchKey, HoldsTheCanonicalPieces) {
     expectKey({"HTTPS://User:Pw@WEB.Example.COM:8080/A%41?X+Y#Z+W", "https://", "User:Pw@",
                "web.example.com", ":8080", "/aa?x y#z+w"});

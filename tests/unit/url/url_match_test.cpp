@@ -62,14 +62,6 @@ int32_t refusalOf(const RuleGroup& group, std::string_view url) {
     return status;
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 TEST(UrlMatch, ReportsWhatTheHostAttached) {
     int userData = 0;
     const RuleGroupHandle group =

@@ -85,14 +85,6 @@ protected:
     void TearDown() override { setLibraryOption(RULE_OPTION_IPV6, 1); }
 };
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 TEST_F(UrlNormalize, FillsEveryField) {
     expectFields({"  HTTP://User:Pw@WEB.Example.COM:8080/A%41?X+Y#Z+W  ", "http", "web.example.com",
                   8080, "/aa?x y#z+w"});

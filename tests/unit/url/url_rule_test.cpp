@@ -92,14 +92,6 @@ void expectRule(const Expected& expected) {
     EXPECT_EQ(expected.wildcardOffset, parsed.wildcardOffset);
 }
 
-std::string repeat(std::string_view piece, size_t count) {
-    std::string result;
-    for (size_t i = 0; i < count; ++i) {
-        result += piece;
-    }
-    return result;
-}
-
 // Restores the option that some of these tests change.
 class UrlRuleParser : public testing::Test {
 protected:
