@@ -11,6 +11,7 @@
 
 #include "support/fault_build.h"
 #include "support/fault_host.h"
+#include "support/host_names.h"
 #include "support/text.h"
 #include "url/url_index.h"
 
@@ -58,20 +59,6 @@ TEST(NameBuildFault, DomainRules) {
     EXPECT_EQ(6U, totals.failedBuilds);
     EXPECT_EQ(1U, totals.entered) << "\"*\" is never handed back";
     EXPECT_EQ(6U, totals.leftOut);
-}
-
-// Names that all stand in one bucket: one text with dots at different places. Each number below 4096
-// has its own.
-std::string sharingName(uint32_t number) {
-    constexpr std::string_view LETTERS = "abcdefghijklm";
-    std::string name(1, LETTERS[0]);
-    for (uint32_t i = 1; i < LETTERS.size(); ++i) {
-        if ((number >> (i - 1) & 1U) != 0) {
-            name += '.';
-        }
-        name += LETTERS[i];
-    }
-    return name;
 }
 
 std::vector<std::string> sharingNames(uint32_t count, std::string_view before) {

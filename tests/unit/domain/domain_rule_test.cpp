@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/host_names.h"
 #include "support/text.h"
 
 namespace rs::test {
@@ -48,15 +49,6 @@ void expectRule(std::string_view text, uint32_t flags, std::string_view rule) {
     EXPECT_EQ(RULE_OK, parsed.status);
     EXPECT_EQ(text, parsed.text);
     EXPECT_EQ(flags, parsed.flags);
-}
-
-// A name of length bytes in labels of at most 63 bytes.
-std::string nameOfLength(size_t length) {
-    std::string name;
-    while (name.size() + 64 < length) {
-        name += std::string(61, 'a') + '.';
-    }
-    return name + std::string(length - name.size(), 'a');
 }
 
 TEST(DomainRule, TrimsBlanksAndNormalizes) {

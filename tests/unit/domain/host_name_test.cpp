@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/host_names.h"
 #include "support/text.h"
 
 namespace rs::test {
@@ -59,15 +60,6 @@ void expectAllForms(std::string_view expected, std::string_view name) {
     expectOk(expected, strictForm(name));
     expectOk(expected, ruleForm(name));
     expectOk(expected, matchForm(name));
-}
-
-// A name of length bytes without a trailing dot, in labels of at most 63 bytes.
-std::string nameOfLength(size_t length, char byte = 'a') {
-    std::string name;
-    while (name.size() + 64 < length) {
-        name += std::string(61, byte) + '.';
-    }
-    return name + std::string(length - name.size(), byte);
 }
 
 Normalized decodeLabel(std::string_view label, uint32_t capacity, bool& nonAscii) {
