@@ -2,7 +2,6 @@
 #include <ruleset.h>
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,16 +17,6 @@ namespace rs::test {
 namespace {
 
 constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
-
-RuleSetHandle makeDomainRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
-    addRules(*set, rules);
-    return set;
-}
-
-RuleGroupHandle makeDomainGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeDomainRuleSet(rules));
-}
 
 int32_t match(const RuleGroup& group, std::string_view name, MatchResult& result) {
     const ExactText text(name);

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,16 +18,6 @@ namespace rs::test {
 namespace {
 
 constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
-
-RuleSetHandle makeUrlRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
-    addRules(*set, rules);
-    return set;
-}
-
-RuleGroupHandle makeUrlGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeUrlRuleSet(rules));
-}
 
 int32_t match(const RuleGroup& group, std::string_view url, MatchResult& result) {
     const ExactText text(url);

@@ -39,13 +39,59 @@ inline RuleSetHandle makeRuleSet(int32_t type, std::initializer_list<RuleLine> r
     return set;
 }
 
+// The set is gone when this returns.
+inline RuleGroupHandle makeRuleGroup(int32_t type, std::initializer_list<RuleLine> rules) {
+    return buildRuleGroup(*makeRuleSet(type, rules));
+}
+
+// The same for each rule type.
+
 inline RuleSetHandle makeIpRuleSet(std::initializer_list<RuleLine> rules) {
     return makeRuleSet(RULE_TYPE_IP, rules);
 }
 
-// The set is gone when this returns.
 inline RuleGroupHandle makeIpGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeIpRuleSet(rules));
+    return makeRuleGroup(RULE_TYPE_IP, rules);
+}
+
+inline RuleSetHandle makeDomainRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_FQDN, rules);
+}
+
+inline RuleGroupHandle makeDomainGroup(std::initializer_list<RuleLine> rules) {
+    return makeRuleGroup(RULE_TYPE_FQDN, rules);
+}
+
+inline RuleSetHandle makeUrlRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_URL, rules);
+}
+
+inline RuleGroupHandle makeUrlGroup(std::initializer_list<RuleLine> rules) {
+    return makeRuleGroup(RULE_TYPE_URL, rules);
+}
+
+inline RuleSetHandle makePacketFilterRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_PACKET_FILTER, rules);
+}
+
+inline RuleGroupHandle makePacketFilterGroup(std::initializer_list<RuleLine> rules) {
+    return makeRuleGroup(RULE_TYPE_PACKET_FILTER, rules);
+}
+
+inline RuleSetHandle makeIpPortRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_IP_PORT, rules);
+}
+
+inline RuleGroupHandle makeIpPortGroup(std::initializer_list<RuleLine> rules) {
+    return makeRuleGroup(RULE_TYPE_IP_PORT, rules);
+}
+
+inline RuleSetHandle makeCompoundRuleSet(std::initializer_list<RuleLine> rules) {
+    return makeRuleSet(RULE_TYPE_COMPOUND, rules);
+}
+
+inline RuleGroupHandle makeCompoundGroup(std::initializer_list<RuleLine> rules) {
+    return makeRuleGroup(RULE_TYPE_COMPOUND, rules);
 }
 
 }  // namespace rs::test

@@ -22,12 +22,8 @@ namespace rs::test {
 
 namespace {
 
-RuleSetHandle makeSet(std::initializer_list<RuleLine> rules) {
-    return makeRuleSet(RULE_TYPE_COMPOUND, rules);
-}
-
 uint64_t maskOf(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeSet(rules))->compoundTable->valueMask;
+    return makeCompoundGroup(rules)->compoundTable->valueMask;
 }
 
 constexpr uint64_t bit(uint32_t number) {
@@ -35,7 +31,7 @@ constexpr uint64_t bit(uint32_t number) {
 }
 
 TEST(CompoundTable, OfAnEmptySetIsEmpty) {
-    const RuleGroupHandle group = buildRuleGroup(*makeSet({}));
+    const RuleGroupHandle group = makeCompoundGroup({});
     ASSERT_NE(nullptr, group);
     EXPECT_EQ(nullptr, group->compoundTable->entries);
     EXPECT_EQ(0, group->compoundTable->valueMask);
@@ -45,7 +41,7 @@ TEST(CompoundTable, OfAnEmptySetIsEmpty) {
 
 TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
     int data = 0;
-    RuleSetHandle set = makeSet(
+    RuleSetHandle set = makeCompoundRuleSet(
         {{"1,2;3,4;10.0.0.1,*;80,443;4294967293;4294967294", 21, &data}, {"*;*;*;*;0;0", 22}});
     const RuleGroupHandle group = buildRuleGroup(*set);
     set.reset();
@@ -110,7 +106,7 @@ TEST(ValueMask, IsLeftAloneByRulesThatMatchAll) {
 // Deliberate: a rule always names something in field 1, but an entry without does not count as one
 // with a single value.
 TEST(ValueMask, IsAllOnesWithoutAList) {
-    const RuleSetHandle set = makeSet({{"5;*;*;*;0;0"}});
+    const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0"}});
     auto* record = reinterpret_cast<CompoundRuleRecord*>(set->compoundRules.head.next);
     freeRangeList(&record->rule.rangeListA);
     EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
@@ -119,7 +115,7 @@ TEST(ValueMask, IsAllOnesWithoutAList) {
 TEST(CompoundTable, HandsEveryUserDataBack) {
     int data[3] = {};
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeSet(
+    const RuleSetHandle set = makeCompoundRuleSet(
         {{"*;*;*;*;0;0", 0, &data[0]}, {"*;*;*;*;0;0", 0, &data[1]}, {"1;*;*;*;0;0", 0, &data[2]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     RuleGroupHandle group = buildRuleGroup(*set);
@@ -132,8 +128,8 @@ TEST(CompoundTable, HandsEveryUserDataBack) {
 TEST(CompoundTable, HandsUserDataBackOncePerRule) {
     int data = 0;
     ReleaseRecorder recorder;
-    const RuleSetHandle set =
-        makeSet({{"5;*;*;*;0;0", 0, &data}, {"5;*;*;*;0;0"}, {"5;*;*;*;0;0", 0, &data}});
+    const RuleSetHandle set = makeCompoundRuleSet(
+        {{"5;*;*;*;0;0", 0, &data}, {"5;*;*;*;0;0"}, {"5;*;*;*;0;0", 0, &data}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     buildRuleGroup(*set).reset();
     EXPECT_EQ((std::vector<void*>{&data, &data}), recorder.order());
@@ -143,7 +139,7 @@ TEST(CompoundTable, GoesWithItsLastReference) {
     int data = 0;
     ReleaseRecorder recorder;
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
-    const RuleSetHandle set = makeSet({{"5;*;*;*;0;0", 0, &data}});
+    const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0", 0, &data}});
     CompoundTable* table = nullptr;
     ASSERT_TRUE(buildCompoundTable(set.get(), &table));
     table->refCount = 2;
@@ -184,7 +180,7 @@ TEST(CompoundTable, NeedsASetAndASlot) {
     CompoundTable* table = nullptr;
     EXPECT_FALSE(buildCompoundTable(nullptr, &table));
     EXPECT_EQ(nullptr, table);
-    EXPECT_FALSE(buildCompoundTable(makeSet({}).get(), nullptr));
+    EXPECT_FALSE(buildCompoundTable(makeCompoundRuleSet({}).get(), nullptr));
 }
 
 }  // namespace

@@ -19,10 +19,6 @@ namespace rs::test {
 
 namespace {
 
-RuleGroupHandle makeGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeRuleSet(RULE_TYPE_COMPOUND, rules));
-}
-
 AddressWords ipv4(uint32_t address) {
     // Only the first word counts.
     return {htonl(address), 0xFFFFFFFF, 0x12345678, 0xFFFFFFFF};
@@ -62,7 +58,7 @@ bool isSame(const CompoundFlow& left, const CompoundFlow& right) {
 
 // Tests the one entry of the rule. A flow that is not covered stays as it is.
 bool covers(std::string_view rule, CompoundFlow& flow, bool wantsListValue = true) {
-    const RuleGroupHandle group = makeGroup({{rule}});
+    const RuleGroupHandle group = makeCompoundGroup({{rule}});
     const CompoundFlow before = flow;
     const int32_t status = testCompoundEntry(*group->compoundTable->entries, flow, wantsListValue);
     EXPECT_TRUE(status == RULE_OK || status == RULE_ERR_FAILED) << status;
@@ -151,7 +147,7 @@ TEST_P(CompoundEntryTest, NeverCoversASecondListValueAboveTwelveBits) {
 }
 
 TEST_P(CompoundEntryTest, AsksRulesThatMatchAllForFieldFour) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;81;0;0"}});
+    const RuleGroupHandle group = makeCompoundGroup({{"*;*;*;81;0;0"}});
     EXPECT_EQ(1, group->compoundTable->entries->matchesAll);
     EXPECT_FALSE(coversCopy("*;*;*;81;0;0", flow));
     EXPECT_TRUE(coversCopy("*;*;*;80;0;0", flow));
@@ -309,10 +305,10 @@ TEST_P(CompoundEntryTest, WritesTheListValueThatItShould) {
 
 TEST(CompoundLookup, ReportsTheFirstRuleThatCovers) {
     int data = 0;
-    const RuleGroupHandle group = makeGroup({{"8;*;*;*;4;50", 10},
-                                             {"7;*;*;*;0;51", 11, &data},
-                                             {"*;*;*;*;4;52", 12},
-                                             {"7;*;*;*;4;53", 13}});
+    const RuleGroupHandle group = makeCompoundGroup({{"8;*;*;*;4;50", 10},
+                                                     {"7;*;*;*;0;51", 11, &data},
+                                                     {"*;*;*;*;4;52", 12},
+                                                     {"7;*;*;*;4;53", 13}});
     CompoundFlow flow = coveredFlow(4);
     MatchResult hit{};
     EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &hit));
@@ -333,7 +329,7 @@ TEST(CompoundLookup, ReportsTheFirstRuleThatCovers) {
 
 TEST(CompoundLookup, LeavesFlowAndResultAloneWithoutARule) {
     for (const RuleGroupHandle& group :
-         {makeGroup({}), makeGroup({{"8;*;*;*;7;50"}, {"7;*;*;81;7;50"}})}) {
+         {makeCompoundGroup({}), makeCompoundGroup({{"8;*;*;*;7;50"}, {"7;*;*;81;7;50"}})}) {
         CompoundFlow flow = coveredFlow(6);
         flow.listValue12 = 4096;
         const CompoundFlow before = flow;
@@ -348,7 +344,7 @@ TEST(CompoundLookup, LeavesFlowAndResultAloneWithoutARule) {
 }
 
 TEST(CompoundLookup, HandsTheWishForAListValueOn) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;*;1;0"}});
+    const RuleGroupHandle group = makeCompoundGroup({{"*;*;*;*;1;0"}});
     CompoundFlow flow = coveredFlow(4);
     flow.listValue12 = 4096;
     MatchResult hit{};
@@ -359,7 +355,7 @@ TEST(CompoundLookup, HandsTheWishForAListValueOn) {
 }
 
 TEST(CompoundLookup, RefusesNullArgumentsAndGroupsOfOtherTypes) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;*;0;0"}});
+    const RuleGroupHandle group = makeCompoundGroup({{"*;*;*;*;0;0"}});
     const RuleGroupHandle ipGroup = makeIpGroup({{"10.0.0.1"}});
     CompoundFlow flow = coveredFlow(4);
     MatchResult hit{};

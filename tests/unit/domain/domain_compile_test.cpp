@@ -13,6 +13,7 @@
 #include "domain/domain_match.h"
 #include "domain/domain_rule.h"
 #include "lookup/chain_blocks.h"
+#include "support/host_names.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
@@ -22,16 +23,6 @@ namespace rs::test {
 namespace {
 
 using Block = std::vector<const DomainEntry*>;
-
-RuleSetHandle makeDomainRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
-    addRules(*set, rules);
-    return set;
-}
-
-RuleGroupHandle makeDomainGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeDomainRuleSet(rules));
-}
 
 // The blocks of the bucket that holds names of a hash.
 std::vector<Block> blocksOf(const HashTable* table, uint32_t hash) {
@@ -54,24 +45,11 @@ std::vector<size_t> blockSizesOf(const HashTable* table, uint32_t hash) {
     return sizes;
 }
 
-// Different names that share one hash: one text with dots at different places. Each number below
-// 2048 has its own.
-std::string sharingName(uint32_t number) {
-    constexpr std::string_view LETTERS = "abcdefghijkl";
-    std::string name(1, LETTERS[0]);
-    for (uint32_t i = 1; i < LETTERS.size(); ++i) {
-        if ((number >> (i - 1) & 1U) != 0) {
-            name += '.';
-        }
-        name += LETTERS[i];
-    }
-    return name;
-}
-
-constexpr std::string_view SHARED_WIRE_NAME = "\14abcdefghijkl";
-
+// The hash of every sharing name.
 uint32_t sharedHash() {
-    return hashWireName(SHARED_WIRE_NAME.data(), size32(SHARED_WIRE_NAME));
+    const std::string wireName =
+        static_cast<char>(SHARED_LETTERS.size()) + std::string(SHARED_LETTERS);
+    return hashWireName(wireName.data(), size32(wireName));
 }
 
 // Sharing names 0 to count - 1 as rules, each with its own userData when there is some.

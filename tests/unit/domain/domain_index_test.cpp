@@ -151,8 +151,8 @@ TEST(DomainIndexRelease, HandsBackBySetBitZeroOfAFlagWordOnly) {
 }
 
 TEST(CountDomainEntries, CountsBothTablesAndNotTheMatchAll) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
-    addRules(*set, {{"a.com"}, {"b.com"}, {"*.com"}, {"*"}, {"A.com"}});
+    const RuleSetHandle set =
+        makeDomainRuleSet({{"a.com"}, {"b.com"}, {"*.com"}, {"*"}, {"A.com"}});
     RuleGroup group{};
     const ReleaseInfo info{};
     ASSERT_NE(nullptr, compileDomainRules(set.get(), &group));

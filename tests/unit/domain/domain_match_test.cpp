@@ -3,7 +3,6 @@
 #include <ruleset.h>
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -17,12 +16,6 @@ namespace rs::test {
 namespace {
 
 constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
-
-RuleGroupHandle makeDomainGroup(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
-    addRules(*set, rules);
-    return buildRuleGroup(*set);
-}
 
 // The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
 template <typename Match>
@@ -347,8 +340,7 @@ TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
 
 // The cost of such a name must not grow with the square of its length, and its short suffixes still count.
 TEST(DomainMatch, FindsTheSuffixesOfNamesThatNoRuleCanHold) {
-    const RuleGroupHandle group =
-        buildRuleGroup(*makeRuleSet(RULE_TYPE_FQDN, {{"*.example.com"}, {"*.com"}}));
+    const RuleGroupHandle group = makeDomainGroup({{"*.example.com"}, {"*.com"}});
     std::string name;
     while (name.size() < 400'000) {
         name += "a.";

@@ -51,15 +51,11 @@ Lines linesOf(const RuleGroup& group) {
 }
 
 Lines linesOf(std::initializer_list<RuleLine> rules) {
-    return linesOf(*buildRuleGroup(*makeRuleSet(RULE_TYPE_IP_PORT, rules)));
-}
-
-RuleGroupHandle makeGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeRuleSet(RULE_TYPE_IP_PORT, rules));
+    return linesOf(*makeIpPortGroup(rules));
 }
 
 TEST(IpPortCompile, MakesNoStructureForAnEmptySet) {
-    const RuleGroupHandle group = makeGroup({});
+    const RuleGroupHandle group = makeIpPortGroup({});
     ASSERT_NE(nullptr, group->ipPortIndex);
     const IpPortIndex& index = *group->ipPortIndex;
     EXPECT_EQ(nullptr, index.exact4);
@@ -72,7 +68,7 @@ TEST(IpPortCompile, MakesNoStructureForAnEmptySet) {
 }
 
 TEST(IpPortCompile, SplitsRangesAtBlocks) {
-    const RuleGroupHandle group = makeGroup({{"10.0.0.0-10.2.0.5;1;1.1.1.1;1;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"10.0.0.0-10.2.0.5;1;1.1.1.1;1;1"}});
     EXPECT_THAT(
         linesOf(*group),
         ElementsAre("blocks4 10.0 0-ffff #1 1010101:0:0:0", "blocks4 10.1 0-ffff #1 1010101:0:0:0",
@@ -93,7 +89,7 @@ TEST(IpPortCompile, SplitsRangesAcrossFirstOctets) {
 }
 
 TEST(IpPortCompile, SharesTheNodeOfOneAddressInRuleOrder) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makeIpPortGroup(
         {{"1.2.3.4;1;1.1.1.1;1;1"}, {"1.2.3.4;2;2.2.2.2;1;1"}, {"1.2.3.4;3;3.3.3.3;1;1"}});
     EXPECT_EQ(1, group->ipPortIndex->exact4->elementCount);
     EXPECT_EQ(1, group->ipPortIndex->exact6->elementCount);
@@ -187,7 +183,7 @@ TEST(IpPortCompile, NeverConvertsAStarAsSecondAddress) {
 // whole space and the mapped one.
 TEST(IpPortCompile, EntersTwoStarsTwiceIntoEachView) {
     int userData = 0;
-    const RuleGroupHandle group = makeGroup({{"*;1;*;1;1", 0, &userData}});
+    const RuleGroupHandle group = makeIpPortGroup({{"*;1;*;1;1", 0, &userData}});
     EXPECT_THAT(
         linesOf(*group),
         ElementsAre("any4 #1! 0:0:0:0-ffffffff:0:0:0",
@@ -248,7 +244,7 @@ TEST(IpPortCompile, FilesTheWhole128BitSpaceAsEveryAddressOfItsView) {
 
 // In the wide form the whole IPv4 space is a range like any other.
 TEST(IpPortCompile, SplitsTheWholeIpv4SpaceOfTheWideFormAtBlocks) {
-    const RuleGroupHandle group = makeGroup({{"0.0.0.0-255.255.255.255,::1;1;1.1.1.1;1;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"0.0.0.0-255.255.255.255,::1;1;1.1.1.1;1;1"}});
     const IpPortIndex& index = *group->ipPortIndex;
     EXPECT_EQ(nullptr, index.anyFirst4);
     EXPECT_EQ(1, index.blocks4->count);
@@ -259,9 +255,9 @@ TEST(IpPortCompile, SplitsTheWholeIpv4SpaceOfTheWideFormAtBlocks) {
 }
 
 TEST(IpPortCompile, FilesEqualRangesTogetherInOrderOfTheirFirstUse) {
-    const RuleGroupHandle group = makeGroup({{"10.0.0.0/31;1;1.1.1.1;1;1"},
-                                             {"10.0.0.0/30;1;2.2.2.2;1;1"},
-                                             {"10.0.0.0-10.0.0.1;1;3.3.3.3;1;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"10.0.0.0/31;1;1.1.1.1;1;1"},
+                                                   {"10.0.0.0/30;1;2.2.2.2;1;1"},
+                                                   {"10.0.0.0-10.0.0.1;1;3.3.3.3;1;1"}});
     EXPECT_THAT(
         linesOf(*group),
         ElementsAre("blocks4 10.0 0-1 #1 1010101:0:0:0", "blocks4 10.0 0-3 #2 2020202:0:0:0",
@@ -276,7 +272,7 @@ TEST(IpPortCompile, FilesEqualRangesTogetherInOrderOfTheirFirstUse) {
 TEST(IpPortCompile, CarriesTheRestOfTheRule) {
     int userData = 0;
     const RuleGroupHandle group =
-        makeGroup({{"::1;1;1.1.1.1;1;1"}, {"*;80,90-99;1.1.1.1;*;0x12", 77, &userData}});
+        makeIpPortGroup({{"::1;1;1.1.1.1;1;1"}, {"*;80,90-99;1.1.1.1;*;0x12", 77, &userData}});
     const CompiledIpPortRule& entry = *group->ipPortIndex->anyFirst4->entries.first;
     EXPECT_EQ(90, entry.firstPorts->low);
     EXPECT_EQ(99, entry.firstPorts->high);
@@ -298,10 +294,10 @@ TEST(IpPortCompile, ReadsFieldsBehindBlanks) {
 }
 
 TEST(IpPortCompile, BuildsTheSameAgain) {
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;*;1;1"},
-                                                              {"10.0.0.0/15;1;1.1.1.1;1;1"},
-                                                              {"10.0.0.1,::1;1;::2,1.1.1.1;1;1"},
-                                                              {"*;1;1.1.1.1;1;1"}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1"},
+                                                 {"10.0.0.0/15;1;1.1.1.1;1;1"},
+                                                 {"10.0.0.1,::1;1;::2,1.1.1.1;1;1"},
+                                                 {"*;1;1.1.1.1;1;1"}});
     const RuleGroupHandle first = buildRuleGroup(*set);
     const RuleGroupHandle second = buildRuleGroup(*set);
     EXPECT_NE(first->ipPortIndex, second->ipPortIndex);
@@ -310,7 +306,7 @@ TEST(IpPortCompile, BuildsTheSameAgain) {
 
 TEST(IpPortCompile, AsksForASetAndAGroup) {
     RuleGroup group{};
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;*;1;1"}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1"}});
     EXPECT_EQ(nullptr, buildIpPortIndex(nullptr, &group));
     EXPECT_EQ(nullptr, buildIpPortIndex(set.get(), nullptr));
 }
@@ -331,9 +327,9 @@ protected:
 
     int data[3] = {};
     ReleaseRecorder recorder;
-    RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;*;1;1", 0, &data[0]},
-                                                        {"10.0.0.1;80;5.6.7.8;81;1", 0, &data[1]},
-                                                        {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
+    RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1", 0, &data[0]},
+                                           {"10.0.0.1;80;5.6.7.8;81;1", 0, &data[1]},
+                                           {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
 };
 
 TEST_P(BadIpPortRecord, FailsTheBuildAndHandsWhatEnteredBackOnce) {
@@ -359,9 +355,9 @@ INSTANTIATE_TEST_SUITE_P(Fields, BadIpPortRecord,
 TEST(IpPortRelease, FollowsAFailedSecondPass) {
     int data[3] = {};
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;*;1;1", 0, &data[0]},
-                                                              {"::1;80;*;81;1", 0, &data[1]},
-                                                              {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1", 0, &data[0]},
+                                                 {"::1;80;*;81;1", 0, &data[1]},
+                                                 {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     auto& rule = *reinterpret_cast<IpPortRule*>(set->ipPortRules.head.next->next);
     rule.text[rule.fields.secondPortsOffset] = 'x';
@@ -375,11 +371,11 @@ TEST(IpPortRelease, HandsEveryUserDataBackOnce) {
     int data[4] = {};
     ReleaseRecorder recorder;
     const RuleSetHandle set =
-        makeRuleSet(RULE_TYPE_IP_PORT, {{"*;*;*;*;1", 0, &data[0]},
-                                        {"1.1.1.1,::1;*;*;*;1", 0, &data[1]},
-                                        {"1.0.0.0/8;*;*;*;1", 0, &data[2]},
-                                        {"1.0.0.0/8;*;*;*;1"},
-                                        {"2001:db8::/32,2001:db9::/32;*;*;*;1", 0, &data[3]}});
+        makeIpPortRuleSet({{"*;*;*;*;1", 0, &data[0]},
+                           {"1.1.1.1,::1;*;*;*;1", 0, &data[1]},
+                           {"1.0.0.0/8;*;*;*;1", 0, &data[2]},
+                           {"1.0.0.0/8;*;*;*;1"},
+                           {"2001:db8::/32,2001:db9::/32;*;*;*;1", 0, &data[3]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_THAT(recorder.order(), IsEmpty());
@@ -391,13 +387,13 @@ TEST(IpPortRelease, HandsEveryUserDataBackOnce) {
 TEST(IpPortRelease, GoesStructureByStructure) {
     int data[6] = {};
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeRuleSet(
-        RULE_TYPE_IP_PORT, {{"2001:db8::/32;1;*;1;1", 0, &data[5]},
-                            {"2001:db8::1;1;*;1;1", 0, &data[4]},
-                            {"::-ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff;1;*;1;1", 0, &data[3]},
-                            {"1.0.0.0/8;1;*;1;1", 0, &data[2]},
-                            {"1.1.1.1;1;*;1;1", 0, &data[1]},
-                            {"*;1;*;1;1", 0, &data[0]}});
+    const RuleSetHandle set =
+        makeIpPortRuleSet({{"2001:db8::/32;1;*;1;1", 0, &data[5]},
+                           {"2001:db8::1;1;*;1;1", 0, &data[4]},
+                           {"::-ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff;1;*;1;1", 0, &data[3]},
+                           {"1.0.0.0/8;1;*;1;1", 0, &data[2]},
+                           {"1.1.1.1;1;*;1;1", 0, &data[1]},
+                           {"*;1;*;1;1", 0, &data[0]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     buildRuleGroup(*set).reset();
     EXPECT_THAT(recorder.order(),
@@ -407,7 +403,7 @@ TEST(IpPortRelease, GoesStructureByStructure) {
 TEST(IpPortRelease, WaitsForTheLastReference) {
     int userData = 0;
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;*;*;*;1", 0, &userData}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;*;*;*;1", 0, &userData}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     const RuleGroupHandle group = buildRuleGroup(*set);
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
@@ -427,7 +423,7 @@ TEST(IpPortRelease, WaitsForTheLastReference) {
 
 TEST(IpPortRelease, NeedsACallback) {
     int userData = 0;
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;*;*;*;1", 0, &userData}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;*;*;*;1", 0, &userData}});
     RuleGroup group{};
     ASSERT_NE(nullptr, buildIpPortIndex(set.get(), &group));
     const ReleaseInfo info{};

@@ -1,7 +1,6 @@
 #include <ruleset_static.h>
 
 #include <cstdint>
-#include <initializer_list>
 
 #include <gtest/gtest.h>
 
@@ -15,10 +14,6 @@
 namespace rs::test {
 
 namespace {
-
-RuleGroupHandle makeGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeRuleSet(RULE_TYPE_IP_PORT, rules));
-}
 
 AddressWords mapped(uint32_t address) {
     return {0, 0, 0xFFFF, address};
@@ -40,7 +35,7 @@ uint32_t winner(const RuleGroup& group, uint32_t firstAddress, uint32_t firstPor
 }
 
 TEST(IpPortMatch, TestsEveryPartOfARule) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80,90-99;5.6.7.8;443;6"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80,90-99;5.6.7.8;443;6"}});
     EXPECT_EQ(1, winner(*group, 0x01020304, 80, 0x05060708, 443, 2));
     EXPECT_EQ(1, winner(*group, 0x01020304, 99, 0x05060708, 443, 4));
     EXPECT_EQ(1, winner(*group, 0x01020304, 0x10050, 0x05060708, 0x101BB));
@@ -52,24 +47,24 @@ TEST(IpPortMatch, TestsEveryPartOfARule) {
 }
 
 TEST(IpPortMatch, NeverCoversPortZero) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"*;*;*;*;1"}});
     EXPECT_EQ(1, winner(*group, 1, 1, 2, 65535));
     EXPECT_EQ(0, winner(*group, 1, 0, 2, 1));
     EXPECT_EQ(0, winner(*group, 1, 1, 2, 65536));
 }
 
 TEST(IpPortMatch, ReportsTheEarliestRuleOfAllStructures) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makeIpPortGroup(
         {{"10.0.0.0-10.2.0.5;*;*;*;1"}, {"10.1.1.1;*;*;*;1"}, {"*;*;*;*;1"}, {"10.1.1.1;*;*;*;1"}});
     EXPECT_EQ(1, winner(*group, 0x0A010101, 1, 1, 1));
     EXPECT_EQ(3, winner(*group, 0x0A020006, 1, 1, 1));
     const RuleGroupHandle other =
-        makeGroup({{"9.9.9.9;*;*;*;1"}, {"1.1.1.1;*;*;*;1"}, {"*;*;*;*;1"}});
+        makeIpPortGroup({{"9.9.9.9;*;*;*;1"}, {"1.1.1.1;*;*;*;1"}, {"*;*;*;*;1"}});
     EXPECT_EQ(2, winner(*other, 0x01010101, 1, 1, 1));
 }
 
 TEST(IpPortMatch, FindsIpv6RulesInTheWideLookupOnly) {
-    const RuleGroupHandle group = makeGroup({{"2001:db8::/32,1.1.1.1;*;::/1;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"2001:db8::/32,1.1.1.1;*;::/1;*;1"}});
     MatchResult hit{};
     EXPECT_EQ(1, matchIpPortPair6(group.get(), {0x20010db8, 5, 0, 0}, 1, {1, 0, 0, 0}, 1, 1, &hit));
     EXPECT_EQ(0, matchIpPortPair6(group.get(), {0x20010db9, 0, 0, 0}, 1, {1, 0, 0, 0}, 1, 1, &hit));
@@ -78,7 +73,7 @@ TEST(IpPortMatch, FindsIpv6RulesInTheWideLookupOnly) {
 }
 
 TEST(IpPortMatch, TakesTheFirstRangeThatAnswers) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makeIpPortGroup(
         {{"2001:db8::/32;9;*;*;1"}, {"2001:db8::/48;80;*;*;1"}, {"2001:db8::/32;80;*;*;1"}});
     MatchResult hit{};
     EXPECT_EQ(1, matchIpPortPair6(group.get(), {0x20010db8, 0, 0, 1}, 80, {}, 1, 1, &hit));
@@ -86,7 +81,7 @@ TEST(IpPortMatch, TakesTheFirstRangeThatAnswers) {
 }
 
 TEST(IpPortMatch, AsksForArguments) {
-    const RuleGroupHandle group = makeGroup({{"*;*;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"*;*;*;*;1"}});
     const RuleGroupHandle other = buildRuleGroup(*makeRuleSet(RULE_TYPE_IP, {{"10.0.0.1"}}));
     MatchResult hit{};
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair4(nullptr, 1, 1, 1, 1, 1, &hit));
@@ -102,7 +97,7 @@ TEST(IpPortMatch, AsksForArguments) {
 }
 
 TEST(IpPortMatch, FindsNothingInAnEmptyIndex) {
-    const RuleGroupHandle empty = makeGroup({});
+    const RuleGroupHandle empty = makeIpPortGroup({});
     MatchResult hit{};
     EXPECT_EQ(0, matchIpPortPair4(empty.get(), 1, 1, 1, 1, 1, &hit));
     EXPECT_EQ(0, matchIpPortPair6(empty.get(), mapped(1), 1, mapped(1), 1, 1, &hit));
@@ -111,7 +106,7 @@ TEST(IpPortMatch, FindsNothingInAnEmptyIndex) {
 }
 
 TEST(IpPortMatch, FindsSecondEndpointsOfAllStructures) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makeIpPortGroup(
         {{"*;1;10.0.0.1;80;1"}, {"1.1.1.1;1;10.0.0.2;80;1"}, {"1.0.0.0/8;1;10.0.0.3;80;1"}});
     for (const uint32_t address : {0x0A000001U, 0x0A000002U, 0x0A000003U}) {
         EXPECT_EQ(1, matchSecondEndpoint4(group.get(), address, 80)) << address;
@@ -122,7 +117,7 @@ TEST(IpPortMatch, FindsSecondEndpointsOfAllStructures) {
 }
 
 TEST(IpPortMatch, FindsAFirstEndpointWhateverTheSecond) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"}});
     for (const uint32_t secondAddress : {0U, 0x05060708U, 0xFFFFFFFFU}) {
         for (const uint32_t secondPort : {1U, 80U, 65535U}) {
             EXPECT_EQ(1, winner(*group, 0x01020304, 80, secondAddress, secondPort, 1));
@@ -135,7 +130,7 @@ TEST(IpPortMatch, FindsAFirstEndpointWhateverTheSecond) {
 
 TEST(IpPortMatch, PrefersTheEarlierRuleOfALaterStructure) {
     const RuleGroupHandle group =
-        makeGroup({{"9.9.9.9;1;*;1;1"}, {"1.2.3.4;*;*;*;1", 20}, {"*;*;*;*;1", 30}});
+        makeIpPortGroup({{"9.9.9.9;1;*;1;1"}, {"1.2.3.4;*;*;*;1", 20}, {"*;*;*;*;1", 30}});
     MatchResult hit{};
     EXPECT_EQ(1, matchIpPortPair4(group.get(), 0x01020304, 5, 6, 7, 1, &hit));
     EXPECT_EQ(2, hit.ruleIndex);
@@ -146,21 +141,21 @@ TEST(IpPortMatch, PrefersTheEarlierRuleOfALaterStructure) {
 
 TEST(IpPortMatch, PrefersTheEarlierRuleOfAnEarlierStructure) {
     const RuleGroupHandle any =
-        makeGroup({{"*;*;*;*;1"}, {"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;*;*;*;1"}});
+        makeIpPortGroup({{"*;*;*;*;1"}, {"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;*;*;*;1"}});
     EXPECT_EQ(1, winner(*any, 0x01020304, 5, 6, 7));
     const RuleGroupHandle exact =
-        makeGroup({{"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;*;*;*;1"}, {"*;*;*;*;1"}});
+        makeIpPortGroup({{"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;*;*;*;1"}, {"*;*;*;*;1"}});
     EXPECT_EQ(1, winner(*exact, 0x01020304, 5, 6, 7));
     EXPECT_EQ(2, winner(*exact, 0x01020305, 5, 6, 7));
     EXPECT_EQ(3, winner(*exact, 0x02020305, 5, 6, 7));
 }
 
 TEST(IpPortMatch, TakesTheFirstEntryOfAChainThatPasses) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;*;*;1"},
-                                             {"1.2.3.4;81;*;*;1"},
-                                             {"1.2.3.4;*;*;*;2"},
-                                             {"1.2.3.4;*;*;*;1"},
-                                             {"1.2.3.4;*;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"},
+                                                   {"1.2.3.4;81;*;*;1"},
+                                                   {"1.2.3.4;*;*;*;2"},
+                                                   {"1.2.3.4;*;*;*;1"},
+                                                   {"1.2.3.4;*;*;*;1"}});
     EXPECT_EQ(1, winner(*group, 0x01020304, 80, 6, 7, 1));
     EXPECT_EQ(2, winner(*group, 0x01020304, 81, 6, 7, 1));
     EXPECT_EQ(4, winner(*group, 0x01020304, 82, 6, 7, 1));
@@ -168,7 +163,7 @@ TEST(IpPortMatch, TakesTheFirstEntryOfAChainThatPasses) {
 }
 
 TEST(IpPortMatch, PassesSpansOfABlockOver) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makeIpPortGroup(
         {{"10.0.0.5-10.0.0.9;*;*;*;1"}, {"10.0.0.0/24;*;*;*;1"}, {"10.0.0.0/8;80;*;*;1"}});
     EXPECT_EQ(1, winner(*group, 0x0A000005, 1, 6, 7));
     EXPECT_EQ(1, winner(*group, 0x0A000009, 1, 6, 7));
@@ -181,7 +176,7 @@ TEST(IpPortMatch, PassesSpansOfABlockOver) {
 }
 
 TEST(IpPortMatch, FindsIpv4RulesInBothLookups) {
-    const RuleGroupHandle group = makeGroup({{"10.0.0.0/8;80;5.6.7.8;90;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"10.0.0.0/8;80;5.6.7.8;90;1"}});
     EXPECT_EQ(1, winner(*group, 0x0A010203, 80, 0x05060708, 90));
     MatchResult hit{};
     // An IPv4 address that is not in mapped form is another address.
@@ -196,7 +191,7 @@ TEST(IpPortMatch, FindsIpv4RulesInBothLookups) {
 // The 128-bit lookups know the star of a default rule as every IPv4 address and nothing else, unless
 // both addresses are stars.
 TEST(IpPortMatch, TakesAStarBeforeIpv4AsEveryIpv4Address) {
-    const RuleGroupHandle group = makeGroup({{"*;*;5.6.7.8;*;1"}, {"*;*;*;*;2"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"*;*;5.6.7.8;*;1"}, {"*;*;*;*;2"}});
     EXPECT_EQ(1, winner(*group, 0x01020304, 5, 0x05060708, 7, 1));
     MatchResult hit{};
     const AddressWords ipv6{0x20010db8, 0, 0, 1};
@@ -209,7 +204,7 @@ TEST(IpPortMatch, TakesAStarBeforeIpv4AsEveryIpv4Address) {
 
 // Such a rule stands in no list of ranges, but every first address of 128 bits covers mapped ones.
 TEST(IpPortMatch, TakesAStarBeforeWideAddressesAsEveryAddress) {
-    const RuleGroupHandle group = makeGroup({{"*;*;2001:db8::1,5.6.7.8;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"*;*;2001:db8::1,5.6.7.8;*;1"}});
     EXPECT_EQ(1, winner(*group, 0x01020304, 5, 0x05060708, 7));
     EXPECT_EQ(0, winner(*group, 0x01020304, 5, 0x05060709, 7));
     MatchResult hit{};
@@ -220,7 +215,7 @@ TEST(IpPortMatch, TakesAStarBeforeWideAddressesAsEveryAddress) {
 }
 
 TEST(IpPortMatch, StaysOutOfTheResultWithoutAMatch) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"}});
     MatchResult four = untouchedResult();
     MatchResult six = untouchedResult();
     EXPECT_EQ(0, matchIpPortPair4(group.get(), 1, 80, 6, 7, 1, &four));
@@ -274,7 +269,7 @@ protected:
 // Whichever list is missing and whatever would have decided against the entry before.
 TEST_F(PlantedIpPortEntry, WithoutAnyOfItsListsIsAnError) {
     for (void (*const drop)(Entry&) : {dropFirstPorts, dropSecondPorts, dropSecondAddresses}) {
-        const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;9.9.9.9;80;2"}});
+        const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;9.9.9.9;80;2"}});
         EXPECT_EQ(0, match4(*group, 0x01020304, 81));
         EXPECT_EQ(0, match6(*group, 0x01020304, 81));
         drop(exact4Of(*group, 0x01020304));
@@ -289,7 +284,8 @@ TEST_F(PlantedIpPortEntry, WithoutAnyOfItsListsIsAnError) {
 }
 
 TEST_F(PlantedIpPortEntry, IsAnErrorInEveryStructure) {
-    const RuleGroupHandle group = makeGroup({{"*;80;9.9.9.9;80;2"}, {"1.0.0.0/8;80;9.9.9.9;80;2"}});
+    const RuleGroupHandle group =
+        makeIpPortGroup({{"*;80;9.9.9.9;80;2"}, {"1.0.0.0/8;80;9.9.9.9;80;2"}});
     IpPortIndex& index = *group->ipPortIndex;
     dropSecondPorts(*index.blocks4->slots[1][2].first->entry);
     dropSecondPorts(*index.ranges6->buckets.last->entries.first);
@@ -302,7 +298,7 @@ TEST_F(PlantedIpPortEntry, IsAnErrorInEveryStructure) {
 }
 
 TEST_F(PlantedIpPortEntry, IsNotReachedBehindAnAnswerOfItsChain) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;*;*;1"}, {"1.2.3.4;*;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"}, {"1.2.3.4;*;*;*;1"}});
     dropFirstPorts(*exact4Of(*group, 0x01020304).next);
     EXPECT_EQ(1, match4(*group, 0x01020304, 80));
     EXPECT_EQ(1, result4.ruleIndex);
@@ -312,7 +308,7 @@ TEST_F(PlantedIpPortEntry, IsNotReachedBehindAnAnswerOfItsChain) {
 // The answer of the structures before is already in the result when a later one fails.
 TEST_F(PlantedIpPortEntry, SpoilsTheAnswerOfEarlierStructures) {
     const RuleGroupHandle group =
-        makeGroup({{"*;*;*;*;1"}, {"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;80;*;*;1"}});
+        makeIpPortGroup({{"*;*;*;*;1"}, {"1.2.3.4;*;*;*;1"}, {"1.0.0.0/8;80;*;*;1"}});
     dropSecondAddresses(exact4Of(*group, 0x01020304));
     dropSecondAddresses(exact6Of(*group, mappedAddress(0x01020304)));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match4(*group, 0x01020304, 80));
@@ -326,7 +322,7 @@ TEST_F(PlantedIpPortEntry, SpoilsTheAnswerOfEarlierStructures) {
 // A later structure's answer stands unless what is held is of an earlier rule.
 TEST_F(PlantedIpPortEntry, OfTheSameRuleInALaterStructureIsReported) {
     const RuleGroupHandle group =
-        makeGroup({{"*;*;*;*;1", 10}, {"1.2.3.4;*;*;*;1", 20}, {"1.0.0.0/8;*;*;*;1", 30}});
+        makeIpPortGroup({{"*;*;*;*;1", 10}, {"1.2.3.4;*;*;*;1", 20}, {"1.0.0.0/8;*;*;*;1", 30}});
     exact4Of(*group, 0x01020304).ruleIndex = 1;
     exact6Of(*group, mappedAddress(0x01020304)).ruleIndex = 1;
     EXPECT_EQ(1, match4(*group, 0x01020304, 80));
@@ -340,7 +336,7 @@ TEST_F(PlantedIpPortEntry, OfTheSameRuleInALaterStructureIsReported) {
 }
 
 TEST_F(PlantedIpPortEntry, SpoilsLookupsOfSecondEndpoints) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;9.9.9.9;80;2"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;9.9.9.9;80;2"}});
     CompiledIpPortRule& entry4 = exact4Of(*group, 0x01020304);
     CompiledIpPortRule& entry6 = exact6Of(*group, mappedAddress(0x01020304));
     dropFirstPorts(entry4);
@@ -355,8 +351,8 @@ TEST_F(PlantedIpPortEntry, SpoilsLookupsOfSecondEndpoints) {
 
 TEST(IpPortMatch, FindsTheFirstRangeThatAnswersOverAnEarlierRule) {
     // Rule 3 stands in the range that rule 1 named first; rule 2 is in a later one.
-    const RuleGroupHandle group =
-        makeGroup({{"10.0.0.0/8;9;*;*;1"}, {"10.0.0.0/16;80;*;*;1"}, {"10.0.0.0/8;80;*;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup(
+        {{"10.0.0.0/8;9;*;*;1"}, {"10.0.0.0/16;80;*;*;1"}, {"10.0.0.0/8;80;*;*;1"}});
     MatchResult hit{};
     EXPECT_EQ(1, matchIpPortPair6(group.get(), mapped(0x0A000001), 80, mapped(6), 7, 1, &hit));
     EXPECT_EQ(3, hit.ruleIndex);
@@ -366,13 +362,14 @@ TEST(IpPortMatch, FindsTheFirstRangeThatAnswersOverAnEarlierRule) {
 }
 
 TEST(IpPortMatch, AsksLaterRangesWhenTheFirstDoesNotAnswer) {
-    const RuleGroupHandle group = makeGroup({{"10.0.0.0/8;9;*;*;1"}, {"10.0.0.0/16;80;*;*;1"}});
+    const RuleGroupHandle group =
+        makeIpPortGroup({{"10.0.0.0/8;9;*;*;1"}, {"10.0.0.0/16;80;*;*;1"}});
     EXPECT_EQ(2, winner(*group, 0x0A000001, 80, 6, 7));
     EXPECT_EQ(0, winner(*group, 0x0A010001, 80, 6, 7));
 }
 
 TEST(IpPortMatch, ComparesAllWordsOfSecondAddresses) {
-    const RuleGroupHandle group = makeGroup({{"::1;*;2001:db8::5:0:0-2001:db8::7:0:0;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"::1;*;2001:db8::5:0:0-2001:db8::7:0:0;*;1"}});
     const AddressWords first{0, 0, 0, 1};
     MatchResult hit{};
     const auto match = [&](const AddressWords& second) {
@@ -388,10 +385,10 @@ TEST(IpPortMatch, ComparesAllWordsOfSecondAddresses) {
 }
 
 TEST(IpPortMatch, AnswersAlikeWhenBuiltTwice) {
-    const RuleSetHandle set = makeRuleSet(RULE_TYPE_IP_PORT, {{"*;1;5.6.7.8;*;1"},
-                                                              {"10.0.0.0/8;2;*;*;1"},
-                                                              {"::1,1.2.3.4;3;5.6.7.8;*;1"},
-                                                              {"*;4;*;*;1"}});
+    const RuleSetHandle set = makeIpPortRuleSet({{"*;1;5.6.7.8;*;1"},
+                                                 {"10.0.0.0/8;2;*;*;1"},
+                                                 {"::1,1.2.3.4;3;5.6.7.8;*;1"},
+                                                 {"*;4;*;*;1"}});
     const RuleGroupHandle first = buildRuleGroup(*set);
     const RuleGroupHandle second = buildRuleGroup(*set);
     for (const RuleGroup* group : {first.get(), second.get()}) {
@@ -403,7 +400,7 @@ TEST(IpPortMatch, AnswersAlikeWhenBuiltTwice) {
 }
 
 TEST(IpPortSecondEndpoint, TakesAnyFirstEndpointAndMask) {
-    const RuleGroupHandle group = makeGroup({{"1.2.3.4;80;5.6.7.8,6.0.0.0/8;90-99;0x80"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;5.6.7.8,6.0.0.0/8;90-99;0x80"}});
     for (const uint32_t address : {0x05060708U, 0x06FFFFFFU}) {
         EXPECT_EQ(1, matchSecondEndpoint4(group.get(), address, 0x10000 + 99));
         EXPECT_EQ(1, matchSecondEndpoint6(group.get(), mapped(address), 90));
@@ -415,11 +412,11 @@ TEST(IpPortSecondEndpoint, TakesAnyFirstEndpointAndMask) {
 }
 
 TEST(IpPortSecondEndpoint, FindsStarsAndIpv6) {
-    const RuleGroupHandle group = makeGroup({{"::1;*;2001:db8::/32;*;1"}});
+    const RuleGroupHandle group = makeIpPortGroup({{"::1;*;2001:db8::/32;*;1"}});
     EXPECT_EQ(0, matchSecondEndpoint4(group.get(), 1, 1));
     EXPECT_EQ(1, matchSecondEndpoint6(group.get(), {0x20010db8, 1, 2, 3}, 1));
     EXPECT_EQ(0, matchSecondEndpoint6(group.get(), {0x20010db9, 0, 0, 0}, 1));
-    const RuleGroupHandle star = makeGroup({{"*;*;*;*;1"}});
+    const RuleGroupHandle star = makeIpPortGroup({{"*;*;*;*;1"}});
     EXPECT_EQ(1, matchSecondEndpoint4(star.get(), 0, 1));
     EXPECT_EQ(1, matchSecondEndpoint6(star.get(), {0x20010db8, 0, 0, 0}, 65535));
     EXPECT_EQ(0, matchSecondEndpoint4(star.get(), 0, 0));

@@ -42,16 +42,8 @@ Lines linesOf(const RuleGroup& group) {
     return linesOf(structures, entryText);
 }
 
-RuleSetHandle makeSet(std::initializer_list<RuleLine> rules) {
-    return makeRuleSet(RULE_TYPE_PACKET_FILTER, rules);
-}
-
-RuleGroupHandle makeGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeSet(rules));
-}
-
 Lines linesOf(std::initializer_list<RuleLine> rules) {
-    return linesOf(*makeGroup(rules));
+    return linesOf(*makePacketFilterGroup(rules));
 }
 
 // The rule at a position of a set, counted from 1.
@@ -64,7 +56,7 @@ PacketFilterRule& ruleAt(RuleSet& set, uint32_t position) {
 }
 
 TEST(PacketFilterCompile, MakesNoStructureForAnEmptySet) {
-    const RuleGroupHandle group = makeGroup({});
+    const RuleGroupHandle group = makePacketFilterGroup({});
     ASSERT_NE(nullptr, group->packetFilterTable);
     const PacketFilterTable& table = *group->packetFilterTable;
     EXPECT_EQ(1, table.refCount);
@@ -77,7 +69,8 @@ TEST(PacketFilterCompile, MakesNoStructureForAnEmptySet) {
 }
 
 TEST(PacketFilterCompile, SplitsARangeAtItsBlocks) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.0.0.0-10.1.255.255;80;1.1.1.1;*"}});
+    const RuleGroupHandle group =
+        makePacketFilterGroup({{"tcp;10.0.0.0-10.1.255.255;80;1.1.1.1;*"}});
     EXPECT_THAT(linesOf(*group),
                 ElementsAre("blocks4 10.0 0-ffff #1 0:0:ffff:1010101",
                             "blocks4 10.1 0-ffff #1 0:0:ffff:1010101",
@@ -104,7 +97,7 @@ TEST(PacketFilterCompile, SplitsRangesAcrossFirstOctets) {
 // In both passes the record is as the pass finds it: the IPv4 view saw the star, the range of the
 // 128-bit view is the mapped space that the record says afterwards.
 TEST(PacketFilterCompile, RewritesAStarBeforeIpv4ToTheMappedSpace) {
-    const RuleSetHandle set = makeSet({{"tcp;*;*;10.0.0.1;*"}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;10.0.0.1;*"}});
     const RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_THAT(linesOf(*group),
                 ElementsAre("any4 #1 0:0:ffff:a000001",
@@ -151,7 +144,7 @@ TEST(PacketFilterCompile, FilesTheWholeIpv4SpaceAsEveryAddressAndLeavesItsSecond
 // The second address of an IPv4 range is put into the mapped space between the passes, in the
 // record; a later build has it there from the start, where its last words say the same.
 TEST(PacketFilterCompile, RewritesTheSecondAddressOfARange) {
-    const RuleSetHandle set = makeSet({{"tcp;10.0.0.0/31;*;*;*"}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;10.0.0.0/31;*;*;*"}});
     const RuleGroupHandle first = buildRuleGroup(*set);
     EXPECT_THAT(linesOf(*first),
                 ElementsAre("blocks4 10.0 0-1 #1 0:0:0:0-ffffffff:ffffffff:ffffffff:ffffffff",
@@ -200,7 +193,7 @@ TEST(PacketFilterCompile, LeavesMappedAddressesBeforeOtherIpv6ToThe128BitView) {
 
 // Mapped, the whole IPv4 space is a range like any other.
 TEST(PacketFilterCompile, SplitsTheMappedSpaceAtBlocks) {
-    const RuleGroupHandle group = makeGroup({{"tcp;::ffff:0:0/96;*;::ffff:1.1.1.1;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;::ffff:0:0/96;*;::ffff:1.1.1.1;*"}});
     EXPECT_EQ(nullptr, group->packetFilterTable->ipv4AnyList);
     EXPECT_EQ(1, group->packetFilterTable->ipv4BlockIndex->count);
     const Lines lines = linesOf(*group);
@@ -217,7 +210,7 @@ TEST(PacketFilterCompile, TellsAStarByItsFlagAndNotByItsBounds) {
     EXPECT_THAT(linesOf({{"tcp;::ffff:1.1.1.1;*;::-ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff;*"}}),
                 ElementsAre("exact6 0:0:ffff:1010101 #1 "
                             "0:0:0:0-ffffffff:ffffffff:ffffffff:ffffffff"));
-    const RuleSetHandle set = makeSet({{"tcp;*;*;*;*"}, {"tcp;*;*;10.0.0.1;*"}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;*;*"}, {"tcp;*;*;10.0.0.1;*"}});
     const Lines lines = linesOf(*buildRuleGroup(*set));
     EXPECT_EQ(mappedAddress(0), ruleAt(*set, 1).fields.firstAddressStart);
     EXPECT_EQ(lines, linesOf(*buildRuleGroup(*set)));
@@ -225,10 +218,10 @@ TEST(PacketFilterCompile, TellsAStarByItsFlagAndNotByItsBounds) {
 }
 
 TEST(PacketFilterCompile, KeepsEqualRulesAll) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.0.0.1;80;1.1.1.1;*"},
-                                             {"tcp;10.0.0.1;80;1.1.1.1;*"},
-                                             {"tcp;10.0.0.0/31;80;1.1.1.1;*"},
-                                             {"tcp;10.0.0.0/31;80;1.1.1.1;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;10.0.0.1;80;1.1.1.1;*"},
+                                                         {"tcp;10.0.0.1;80;1.1.1.1;*"},
+                                                         {"tcp;10.0.0.0/31;80;1.1.1.1;*"},
+                                                         {"tcp;10.0.0.0/31;80;1.1.1.1;*"}});
     EXPECT_THAT(
         linesOf(*group),
         ElementsAre("exact4 a000001 #1 0:0:ffff:1010101", "exact4 a000001 #2 0:0:ffff:1010101",
@@ -270,7 +263,7 @@ TEST(PacketFilterCompile, LetsTheFirstEntryOfARuleOwnUserData) {
 TEST(PacketFilterCompile, CarriesTheRestOfTheRule) {
     int userData = 0;
     const RuleGroupHandle group =
-        makeGroup({{"tcp;::1;1;::2;1"}, {" tcp;*;80,90-99;1.1.1.1;*", 77, &userData}});
+        makePacketFilterGroup({{"tcp;::1;1;::2;1"}, {" tcp;*;80,90-99;1.1.1.1;*", 77, &userData}});
     const FilterEntry& entry = *group->packetFilterTable->ipv4AnyList->entries.first;
     EXPECT_EQ(90, entry.firstPorts->low);
     EXPECT_EQ(99, entry.firstPorts->high);
@@ -287,7 +280,7 @@ TEST(PacketFilterCompile, CarriesTheRestOfTheRule) {
 
 TEST(PacketFilterCompile, AsksForASetAndAGroup) {
     RuleGroup group{};
-    const RuleSetHandle set = makeSet({{"tcp;*;1;*;1"}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;1;*;1"}});
     EXPECT_EQ(nullptr, buildPacketFilterTable(nullptr, &group));
     EXPECT_EQ(nullptr, buildPacketFilterTable(set.get(), nullptr));
 }
@@ -298,9 +291,9 @@ TEST(PacketFilterCompile, FailsOnBadPortsAndHandsWhatEnteredBackOnce) {
          {&PacketFilterRuleFields::firstPortsOffset, &PacketFilterRuleFields::secondPortsOffset}) {
         int data[3] = {};
         ReleaseRecorder recorder;
-        const RuleSetHandle set = makeSet({{"tcp;*;1;*;1", 0, &data[0]},
-                                           {"tcp;10.0.0.1;80;*;81", 0, &data[1]},
-                                           {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
+        const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;1;*;1", 0, &data[0]},
+                                                           {"tcp;10.0.0.1;80;*;81", 0, &data[1]},
+                                                           {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
         ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
         PacketFilterRule& rule = ruleAt(*set, 2);
         rule.text[rule.fields.*ports] = 'x';
@@ -321,9 +314,9 @@ TEST(PacketFilterCompile, FailsOnBadPortsAndHandsWhatEnteredBackOnce) {
 TEST(PacketFilterRelease, FollowsAFailedSecondPass) {
     int data[3] = {};
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeSet({{"tcp;*;1;*;1", 0, &data[0]},
-                                       {"tcp;::1;80;*;81", 0, &data[1]},
-                                       {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;1;*;1", 0, &data[0]},
+                                                       {"tcp;::1;80;*;81", 0, &data[1]},
+                                                       {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     PacketFilterRule& rule = ruleAt(*set, 2);
     rule.text[rule.fields.secondPortsOffset] = 'x';
@@ -336,12 +329,12 @@ TEST(PacketFilterRelease, FollowsAFailedSecondPass) {
 TEST(PacketFilterRelease, HandsEveryUserDataBackOnce) {
     int data[5] = {};
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeSet({{"tcp;*;*;*;*", 0, &data[0]},
-                                       {"tcp;10.0.0.0/8;*;*;*", 0, &data[1]},
-                                       {"tcp;10.0.0.1;*;*;*", 0, &data[2]},
-                                       {"tcp;10.0.0.1;*;*;*"},
-                                       {"tcp;2001:db8::/32;*;*;*", 0, &data[3]},
-                                       {"tcp;2001:db8::1;*;*;*", 0, &data[4]}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;*;*", 0, &data[0]},
+                                                       {"tcp;10.0.0.0/8;*;*;*", 0, &data[1]},
+                                                       {"tcp;10.0.0.1;*;*;*", 0, &data[2]},
+                                                       {"tcp;10.0.0.1;*;*;*"},
+                                                       {"tcp;2001:db8::/32;*;*;*", 0, &data[3]},
+                                                       {"tcp;2001:db8::1;*;*;*", 0, &data[4]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_THAT(recorder.order(), IsEmpty());
@@ -353,7 +346,7 @@ TEST(PacketFilterRelease, HandsEveryUserDataBackOnce) {
 TEST(PacketFilterRelease, WaitsForTheLastReference) {
     int userData = 0;
     ReleaseRecorder recorder;
-    const RuleSetHandle set = makeSet({{"tcp;*;*;*;*", 0, &userData}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;*;*", 0, &userData}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
     const RuleGroupHandle group = buildRuleGroup(*set);
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
@@ -373,7 +366,7 @@ TEST(PacketFilterRelease, WaitsForTheLastReference) {
 
 TEST(PacketFilterRelease, NeedsACallback) {
     int userData = 0;
-    const RuleSetHandle set = makeSet({{"tcp;*;*;*;*", 0, &userData}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;*;*", 0, &userData}});
     RuleGroup group{};
     ASSERT_NE(nullptr, buildPacketFilterTable(set.get(), &group));
     const ReleaseInfo info{};

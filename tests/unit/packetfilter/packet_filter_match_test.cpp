@@ -2,7 +2,6 @@
 #include <ruleset_static.h>
 
 #include <cstdint>
-#include <initializer_list>
 
 #include <gtest/gtest.h>
 
@@ -16,14 +15,6 @@
 namespace rs::test {
 
 namespace {
-
-RuleSetHandle makeSet(std::initializer_list<RuleLine> rules) {
-    return makeRuleSet(RULE_TYPE_PACKET_FILTER, rules);
-}
-
-RuleGroupHandle makeGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeSet(rules));
-}
 
 AddressWords mapped(uint32_t address) {
     return {0, 0, 0xFFFF, address};
@@ -46,7 +37,7 @@ uint32_t winner(const RuleGroup& group, uint32_t firstAddress, uint32_t firstPor
 
 TEST(PacketFilterMatch, TestsBothEndpoints) {
     const RuleGroupHandle group =
-        buildRuleGroup(*makeSet({{"tcp;10.0.0.1;80;192.168.0.0/16;1024-65535"}}));
+        makePacketFilterGroup({{"tcp;10.0.0.1;80;192.168.0.0/16;1024-65535"}});
     EXPECT_EQ(1, winner(*group, 0x0A000001, 80, 0xC0A80000, 1024));
     EXPECT_EQ(1, winner(*group, 0x0A000001, 65616, 0xC0A8FFFF, 65535));
     EXPECT_EQ(0, winner(*group, 0x0A000001, 80, 0xC0A90000, 1024));
@@ -56,28 +47,28 @@ TEST(PacketFilterMatch, TestsBothEndpoints) {
 }
 
 TEST(PacketFilterMatch, ReportsTheEarliestRule) {
-    const RuleGroupHandle group = buildRuleGroup(*makeSet({{"tcp;9.9.9.9;*;*;*"},
-                                                           {"tcp;10.0.0.1;*;*;*"},
-                                                           {"tcp;10.0.0.0/8;*;*;*"},
-                                                           {"tcp;10.0.0.1;*;*;*"},
-                                                           {"tcp;*;*;*;*"}}));
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;9.9.9.9;*;*;*"},
+                                                         {"tcp;10.0.0.1;*;*;*"},
+                                                         {"tcp;10.0.0.0/8;*;*;*"},
+                                                         {"tcp;10.0.0.1;*;*;*"},
+                                                         {"tcp;*;*;*;*"}});
     EXPECT_EQ(2, winner(*group, 0x0A000001, 1, 1, 1));
     EXPECT_EQ(3, winner(*group, 0x0A000002, 1, 1, 1));
     EXPECT_EQ(5, winner(*group, 0x0B000002, 1, 1, 1));
 }
 
 TEST(PacketFilterMatch, AsksForArguments) {
-    const RuleGroupHandle group = buildRuleGroup(*makeSet({{"tcp;*;*;*;*"}}));
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(group.get(), 1, 1, 1, 1, nullptr));
     MatchResult hit{};
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(nullptr, {}, 1, {}, 1, &hit));
 }
 
 TEST(PacketFilterMatch, AnswersAlikeWhenBuiltTwice) {
-    const RuleSetHandle set = makeSet({{"tcp;*;*;10.0.0.1;*"},
-                                       {"tcp;10.0.0.0/8;80;*;*"},
-                                       {"tcp;*;81;*;*"},
-                                       {"tcp;*;82;2001:db8::1;*"}});
+    const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;10.0.0.1;*"},
+                                                       {"tcp;10.0.0.0/8;80;*;*"},
+                                                       {"tcp;*;81;*;*"},
+                                                       {"tcp;*;82;2001:db8::1;*"}});
     // The build rewrites addresses in the set's records.
     const RuleGroupHandle first = buildRuleGroup(*set);
     const RuleGroupHandle second = buildRuleGroup(*set);
@@ -93,11 +84,11 @@ TEST(PacketFilterMatch, AnswersAlikeWhenBuiltTwice) {
 }
 
 TEST(PacketFilterMatch, PrefersTheEarlierRuleOfALaterStructure) {
-    const RuleGroupHandle group = makeGroup({{"tcp;9.9.9.9;1;*;1"},
-                                             {"tcp;1.2.3.4;*;*;*", 20},
-                                             {"tcp;9.9.9.8;1;*;1"},
-                                             {"tcp;9.9.9.7;1;*;1"},
-                                             {"tcp;*;*;*;*", 50}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;9.9.9.9;1;*;1"},
+                                                         {"tcp;1.2.3.4;*;*;*", 20},
+                                                         {"tcp;9.9.9.8;1;*;1"},
+                                                         {"tcp;9.9.9.7;1;*;1"},
+                                                         {"tcp;*;*;*;*", 50}});
     MatchResult hit{};
     EXPECT_EQ(1, matchPacketFilter4(group.get(), 0x01020304, 5, 6, 7, &hit));
     EXPECT_EQ(2, hit.ruleIndex);
@@ -108,31 +99,31 @@ TEST(PacketFilterMatch, PrefersTheEarlierRuleOfALaterStructure) {
 
 TEST(PacketFilterMatch, PrefersTheEarlierRuleOfAnEarlierStructure) {
     const RuleGroupHandle any =
-        makeGroup({{"tcp;*;*;*;*"}, {"tcp;1.2.3.4;*;*;*"}, {"tcp;1.0.0.0/8;*;*;*"}});
+        makePacketFilterGroup({{"tcp;*;*;*;*"}, {"tcp;1.2.3.4;*;*;*"}, {"tcp;1.0.0.0/8;*;*;*"}});
     EXPECT_EQ(1, winner(*any, 0x01020304, 5, 6, 7));
     const RuleGroupHandle host =
-        makeGroup({{"tcp;1.2.3.4;*;*;*"}, {"tcp;1.0.0.0/8;*;*;*"}, {"tcp;*;*;*;*"}});
+        makePacketFilterGroup({{"tcp;1.2.3.4;*;*;*"}, {"tcp;1.0.0.0/8;*;*;*"}, {"tcp;*;*;*;*"}});
     EXPECT_EQ(1, winner(*host, 0x01020304, 5, 6, 7));
     EXPECT_EQ(2, winner(*host, 0x01020305, 5, 6, 7));
     EXPECT_EQ(3, winner(*host, 0x02020305, 5, 6, 7));
 }
 
 TEST(PacketFilterMatch, CountsTheLow16BitsOfPorts) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.0.0.1;80;*;443"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;10.0.0.1;80;*;443"}});
     EXPECT_EQ(1, winner(*group, 0x0A000001, 65616, 1, 443));
     EXPECT_EQ(1, winner(*group, 0x0A000001, 80, 1, 0xFFFF01BB));
     EXPECT_EQ(0, winner(*group, 0x0A000001, 65617, 1, 443));
 }
 
 TEST(PacketFilterMatch, NeverCoversPortZero) {
-    const RuleGroupHandle group = makeGroup({{"tcp;*;*;*;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
     EXPECT_EQ(1, winner(*group, 1, 1, 2, 65535));
     EXPECT_EQ(0, winner(*group, 1, 0, 2, 1));
     EXPECT_EQ(0, winner(*group, 1, 1, 2, 65536));
 }
 
 TEST(PacketFilterMatch, EndsSecondAddressesWhereTheirRangeEnds) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.0.0.1;*;1.1.1.1-1.1.1.9;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;10.0.0.1;*;1.1.1.1-1.1.1.9;*"}});
     EXPECT_EQ(1, winner(*group, 0x0A000001, 5, 0x01010101, 7));
     EXPECT_EQ(1, winner(*group, 0x0A000001, 5, 0x01010109, 7));
     EXPECT_EQ(0, winner(*group, 0x0A000001, 5, 0x0101010A, 7));
@@ -140,7 +131,7 @@ TEST(PacketFilterMatch, EndsSecondAddressesWhereTheirRangeEnds) {
 }
 
 TEST(PacketFilterMatch, EndsRangesOfFirstAddressesWhereTheyEnd) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.1.2.3-10.3.0.5;*;*;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;10.1.2.3-10.3.0.5;*;*;*"}});
     for (const uint32_t covered : {0x0A010203U, 0x0A01FFFFU, 0x0A020000U, 0x0A030005U}) {
         EXPECT_EQ(1, winner(*group, covered, 5, 6, 7)) << covered;
     }
@@ -150,7 +141,7 @@ TEST(PacketFilterMatch, EndsRangesOfFirstAddressesWhereTheyEnd) {
 }
 
 TEST(PacketFilterMatch, KeepsIpv6ToTheWideLookup) {
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makePacketFilterGroup(
         {{"tcp;2001:db8::/32;*;2001:db9::5:0:0-2001:db9::7:0:0;*"}, {"tcp;2001:db9::1;*;*;*"}});
     MatchResult hit{};
     const auto match = [&](const AddressWords& first, const AddressWords& second) {
@@ -169,9 +160,10 @@ TEST(PacketFilterMatch, KeepsIpv6ToTheWideLookup) {
 
 // In the IPv4 view a mapped address is that IPv4 address.
 TEST(PacketFilterMatch, FindsMappedRulesInBothLookups) {
-    const RuleGroupHandle group = makeGroup({{"tcp;::ffff:10.0.0.1;80;::ffff:1.1.1.1;90"},
-                                             {"tcp;::ffff:11.0.0.0/104;*;*;*"},
-                                             {"tcp;*;81;::ffff:1.1.1.0/120;*"}});
+    const RuleGroupHandle group =
+        makePacketFilterGroup({{"tcp;::ffff:10.0.0.1;80;::ffff:1.1.1.1;90"},
+                               {"tcp;::ffff:11.0.0.0/104;*;*;*"},
+                               {"tcp;*;81;::ffff:1.1.1.0/120;*"}});
     EXPECT_EQ(1, winner(*group, 0x0A000001, 80, 0x01010101, 90));
     EXPECT_EQ(0, winner(*group, 0x0A000001, 80, 0x01010102, 90));
     EXPECT_EQ(2, winner(*group, 0x0BFFFFFF, 1, 2, 3));
@@ -180,7 +172,7 @@ TEST(PacketFilterMatch, FindsMappedRulesInBothLookups) {
 
 TEST(PacketFilterMatch, FindsTheFirstRangeThatAnswersOverAnEarlierRule) {
     // Rule 3 stands in the range that rule 1 named first; rule 2 is in a later one.
-    const RuleGroupHandle group = makeGroup(
+    const RuleGroupHandle group = makePacketFilterGroup(
         {{"tcp;10.0.0.0/8;9;*;*"}, {"tcp;10.0.0.0/16;80;*;*"}, {"tcp;10.0.0.0/8;80;*;*"}});
     MatchResult hit{};
     EXPECT_EQ(1, matchPacketFilter6(group.get(), mapped(0x0A000001), 80, mapped(6), 7, &hit));
@@ -191,13 +183,14 @@ TEST(PacketFilterMatch, FindsTheFirstRangeThatAnswersOverAnEarlierRule) {
 }
 
 TEST(PacketFilterMatch, AsksLaterRangesWhenTheFirstDoesNotAnswer) {
-    const RuleGroupHandle group = makeGroup({{"tcp;10.0.0.0/8;9;*;*"}, {"tcp;10.0.0.0/16;80;*;*"}});
+    const RuleGroupHandle group =
+        makePacketFilterGroup({{"tcp;10.0.0.0/8;9;*;*"}, {"tcp;10.0.0.0/16;80;*;*"}});
     EXPECT_EQ(2, winner(*group, 0x0A000001, 80, 6, 7));
     EXPECT_EQ(0, winner(*group, 0x0A010001, 80, 6, 7));
 }
 
 TEST(PacketFilterMatch, RefusesMissingArgumentsAndOtherGroups) {
-    const RuleGroupHandle group = makeGroup({{"tcp;*;*;*;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
     const RuleGroupHandle other = buildRuleGroup(*makeRuleSet(RULE_TYPE_IP, {{"10.0.0.1"}}));
     MatchResult hit = untouchedResult();
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(nullptr, 1, 1, 1, 1, &hit));
@@ -209,7 +202,7 @@ TEST(PacketFilterMatch, RefusesMissingArgumentsAndOtherGroups) {
 }
 
 TEST(PacketFilterMatch, FindsNothingInAnEmptyTable) {
-    const RuleGroupHandle empty = makeGroup({});
+    const RuleGroupHandle empty = makePacketFilterGroup({});
     MatchResult hit = untouchedResult();
     EXPECT_EQ(0, matchPacketFilter4(empty.get(), 1, 1, 1, 1, &hit));
     EXPECT_EQ(0, matchPacketFilter6(empty.get(), mapped(1), 1, mapped(1), 1, &hit));
@@ -246,7 +239,7 @@ protected:
 };
 
 TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
-    const RuleGroupHandle group = makeGroup({{"tcp;1.2.3.4;80;9.9.9.9;80"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;1.2.3.4;80;9.9.9.9;80"}});
     freeRangeList(&host4Of(*group, 0x01020304).firstPorts);
     freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).firstPorts);
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 81));
@@ -256,7 +249,7 @@ TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
 }
 
 TEST_F(PlantedFilterEntry, WithoutSecondPortsIsAnErrorOnceTheyAreAskedFor) {
-    const RuleGroupHandle group = makeGroup({{"tcp;1.2.3.4;80;9.9.9.9;7"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;1.2.3.4;80;9.9.9.9;7"}});
     freeRangeList(&host4Of(*group, 0x01020304).secondPorts);
     freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).secondPorts);
     EXPECT_EQ(0, match(*group, 0x01020304, 81, 0x09090909)) << "the first port decides";
@@ -265,7 +258,8 @@ TEST_F(PlantedFilterEntry, WithoutSecondPortsIsAnErrorOnceTheyAreAskedFor) {
 }
 
 TEST_F(PlantedFilterEntry, IsAnErrorInEveryStructure) {
-    const RuleGroupHandle group = makeGroup({{"tcp;*;80;*;80"}, {"tcp;1.0.0.0/8;80;*;80"}});
+    const RuleGroupHandle group =
+        makePacketFilterGroup({{"tcp;*;80;*;80"}, {"tcp;1.0.0.0/8;80;*;80"}});
     PacketFilterTable& table = *group->packetFilterTable;
     freeRangeList(&table.ipv4BlockIndex->slots[1][2].first->entry->firstPorts);
     freeRangeList(&table.ipv6RangeList->buckets.last->entries.first->firstPorts);
@@ -277,7 +271,8 @@ TEST_F(PlantedFilterEntry, IsAnErrorInEveryStructure) {
 }
 
 TEST_F(PlantedFilterEntry, IsNotReachedBehindAnAnswerOfItsChain) {
-    const RuleGroupHandle group = makeGroup({{"tcp;1.2.3.4;80;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
+    const RuleGroupHandle group =
+        makePacketFilterGroup({{"tcp;1.2.3.4;80;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
     freeRangeList(&host4Of(*group, 0x01020304).next->firstPorts);
     freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).next->firstPorts);
     EXPECT_EQ(1, match(*group, 0x01020304, 80));
@@ -288,7 +283,7 @@ TEST_F(PlantedFilterEntry, IsNotReachedBehindAnAnswerOfItsChain) {
 
 // The answer of the structures before is already in the result when a later one fails.
 TEST_F(PlantedFilterEntry, SpoilsTheAnswerOfEarlierStructures) {
-    const RuleGroupHandle group = makeGroup({{"tcp;*;*;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
     freeRangeList(&host4Of(*group, 0x01020304).secondPorts);
     freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).secondPorts);
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 80));
@@ -299,8 +294,8 @@ TEST_F(PlantedFilterEntry, SpoilsTheAnswerOfEarlierStructures) {
 
 // A later structure's answer stands unless what is held is of an earlier rule.
 TEST_F(PlantedFilterEntry, OfTheSameRuleInALaterStructureIsReported) {
-    const RuleGroupHandle group =
-        makeGroup({{"tcp;*;*;*;*", 10}, {"tcp;1.2.3.4;*;*;*", 20}, {"tcp;1.0.0.0/8;*;*;*", 30}});
+    const RuleGroupHandle group = makePacketFilterGroup(
+        {{"tcp;*;*;*;*", 10}, {"tcp;1.2.3.4;*;*;*", 20}, {"tcp;1.0.0.0/8;*;*;*", 30}});
     host4Of(*group, 0x01020304).ruleIndex = 1;
     host6Of(*group, mappedAddress(0x01020304)).ruleIndex = 1;
     EXPECT_EQ(1, match(*group, 0x01020304, 80));
@@ -314,7 +309,7 @@ TEST_F(PlantedFilterEntry, OfTheSameRuleInALaterStructureIsReported) {
 
 // Only the last words of the bounds of a second address count in the IPv4 view.
 TEST_F(PlantedFilterEntry, IsReadByItsLastWordsInTheIpv4View) {
-    const RuleGroupHandle group = makeGroup({{"tcp;1.2.3.4;*;5.6.7.8;*"}});
+    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;1.2.3.4;*;5.6.7.8;*"}});
     for (FilterEntry* entry :
          {&host4Of(*group, 0x01020304), &host6Of(*group, mappedAddress(0x01020304))}) {
         entry->secondAddressStart = {{9, 9, 9, 0x05060708}};

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,16 +23,6 @@ namespace {
 
 using Block = std::vector<const UrlHostNode*>;
 using Sizes = std::vector<size_t>;
-
-RuleSetHandle makeUrlRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
-    addRules(*set, rules);
-    return set;
-}
-
-RuleGroupHandle makeUrlGroup(std::initializer_list<RuleLine> rules) {
-    return buildRuleGroup(*makeUrlRuleSet(rules));
-}
 
 // The blocks of the bucket that holds hosts of a hash.
 std::vector<Block> blocksOf(const HashTable* table, uint32_t hash) {

@@ -35,12 +35,6 @@ TEST(UrlHostHash, CountsDots) {
     EXPECT_NE(hashOf("abc"), hashOf("ab.c"));
 }
 
-RuleSetHandle makeUrlRuleSet(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
-    addRules(*set, rules);
-    return set;
-}
-
 TEST(UrlIndexRelease, LeavesNullAlone) {
     const ReleaseInfo info{};
     releaseUrlIndex(nullptr, &info);
@@ -117,8 +111,8 @@ TEST(UrlUserData, ComesBackFromEveryGroup) {
 }
 
 TEST(CountUrlRules, CountsNodesAndEntries) {
-    const RuleGroupHandle group = buildRuleGroup(*makeUrlRuleSet(
-        {{"a.com/x"}, {"a.com/y"}, {"https://a.com"}, {"*.com"}, {"*"}, {"https://*"}}));
+    const RuleGroupHandle group = makeUrlGroup(
+        {{"a.com/x"}, {"a.com/y"}, {"https://a.com"}, {"*.com"}, {"*"}, {"https://*"}});
     const UrlStatistics statistics = countUrlRules(*group->urlIndex);
     EXPECT_EQ(4, statistics.hosts);
     EXPECT_EQ(6, statistics.paths);

@@ -19,12 +19,6 @@ namespace {
 
 constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
 
-RuleGroupHandle makeUrlGroup(std::initializer_list<RuleLine> rules) {
-    RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
-    addRules(*set, rules);
-    return buildRuleGroup(*set);
-}
-
 // The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
 uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
     const ExactText text(url);
