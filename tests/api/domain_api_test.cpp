@@ -11,30 +11,19 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
 namespace {
-
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
 
 int32_t match(const RuleGroup& group, std::string_view name, MatchResult& result) {
     const ExactText text(name);
     return rs_matchDomainNameWithRuleGroup(&group, text.data(), text.size(), &result);
 }
 
-// The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
 uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
-    MatchResult result = UNTOUCHED;
-    const int32_t status = match(group, name, result);
-    if (status != 1) {
-        EXPECT_EQ(0, status);
-        EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-        EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-        EXPECT_EQ(UNTOUCHED.userData, result.userData);
-        EXPECT_EQ(0, result.ruleIndex);
-    }
-    return result.ruleIndex;
+    return winnerOfText(rs_matchDomainNameWithRuleGroup, group, name);
 }
 
 int32_t validate(std::string_view rule) {
@@ -44,7 +33,7 @@ int32_t validate(std::string_view rule) {
 
 int32_t addTo(RuleSet& set, std::string_view rule) {
     const ExactText text(rule);
-    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, 1);
+    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, NO_NUMBER);
 }
 
 TEST(DomainMatchApi, ReportsTheWinningRule) {
@@ -113,7 +102,7 @@ TEST(DomainMatchApi, ChecksItsArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchDomainNameWithRuleGroup(group.get(), "a", 1, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG,
               rs_matchDomainNameWithRuleGroup(otherType.get(), "a", 1, &result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(DomainMatchApi, RefusesNamesWithoutLabels) {
@@ -123,7 +112,7 @@ TEST(DomainMatchApi, RefusesNamesWithoutLabels) {
           std::string("%2e"), std::string(256, 'a'), std::string(256, 'a') + ".com"}) {
         MatchResult result = UNTOUCHED;
         EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, name, result)) << name;
-        EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+        EXPECT_EQ(UNTOUCHED, result);
     }
     EXPECT_EQ(1, winnerOf(*group, std::string(255, 'a') + ".com"));
 }
@@ -133,7 +122,7 @@ TEST(DomainMatchApi, RefusesNamesWhoseEncodedFormExceedsTheLargestBuffer) {
     EXPECT_EQ(1, winnerOf(*group, repeat("\xC3\xBC.", 1023)));
     MatchResult result = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_BUFFER_SMALL, match(*group, repeat("\xC3\xBC.", 1024), result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
     EXPECT_EQ(1, winnerOf(*group, repeat("a.", 30000)));
 }
 

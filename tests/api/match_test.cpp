@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "support/rule_builder.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -16,32 +17,15 @@ using Bytes16 = std::array<uint8_t, 16>;
 
 constexpr Bytes16 MAPPED_10_0_0_1 = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 10, 0, 0, 1};
 constexpr Bytes16 COMPATIBLE_10_0_0_1 = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 10, 0, 0, 1};
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
 
-void expectUntouched(const MatchResult& result) {
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
-    EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-    EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-    EXPECT_EQ(UNTOUCHED.userData, result.userData);
-}
-
-// 0 for a miss, in which nothing may be written.
 uint32_t winnerOfNumber(const RuleGroup& group, uint32_t address) {
-    MatchResult result = UNTOUCHED;
-    if (rs_matchIPRuleGroup(&group, address, &result) == 1) {
-        return result.ruleIndex;
-    }
-    expectUntouched(result);
-    return 0;
+    return winnerOfMatch(
+        [&](MatchResult* result) { return rs_matchIPRuleGroup(&group, address, result); });
 }
 
 uint32_t winnerOfBytes(const RuleGroup& group, int32_t family, const uint8_t* bytes) {
-    MatchResult result = UNTOUCHED;
-    if (rs_matchIPRuleGroupEx(&group, family, bytes, &result) == 1) {
-        return result.ruleIndex;
-    }
-    expectUntouched(result);
-    return 0;
+    return winnerOfMatch(
+        [&](MatchResult* result) { return rs_matchIPRuleGroupEx(&group, family, bytes, result); });
 }
 
 TEST(Match, ReportsTheWinningRule) {
@@ -134,7 +118,7 @@ TEST(Match, RefusesNullArguments) {
         EXPECT_EQ(RULE_ERR_INVALID_ARG,
                   rs_matchIPRuleGroupEx(group.get(), family, nullptr, &result));
     }
-    expectUntouched(result);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(MatchEx, KnowsTwoFamilies) {
@@ -144,7 +128,7 @@ TEST(MatchEx, KnowsTwoFamilies) {
         EXPECT_EQ(RULE_ERR_INVALID_ARG,
                   rs_matchIPRuleGroupEx(group.get(), family, MAPPED_10_0_0_1.data(), &result))
             << family;
-        expectUntouched(result);
+        EXPECT_EQ(UNTOUCHED, result);
     }
 }
 
@@ -160,7 +144,7 @@ TEST(Match, RefusesGroupsOfOtherTypes) {
                       rs_matchIPRuleGroupEx(group.get(), family, MAPPED_10_0_0_1.data(), &result))
                 << type;
         }
-        expectUntouched(result);
+        EXPECT_EQ(UNTOUCHED, result);
     }
 }
 

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "support/match_result.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
@@ -52,8 +53,6 @@ void PrintTo(const OpaqueType& type, std::ostream* out) {
 std::string nameOf(const ::testing::TestParamInfo<OpaqueType>& info) {
     return info.param.name;
 }
-
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
 
 class OpaqueGroup : public ::testing::TestWithParam<OpaqueType> {
 protected:
@@ -177,10 +176,7 @@ TEST_P(OpaqueGroup, IsRefusedByEveryExportedMatcher) {
                   rs_matchDomainNameWithRuleGroup(group, "example.com", 11, &result));
         EXPECT_EQ(RULE_ERR_INVALID_ARG,
                   rs_matchUrlWithRuleGroup(group, "http://example.com/", 19, &result));
-        EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
-        EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-        EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-        EXPECT_EQ(UNTOUCHED.userData, result.userData);
+        EXPECT_EQ(UNTOUCHED, result);
     }
 }
 

@@ -12,30 +12,19 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
 namespace {
-
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
 
 int32_t match(const RuleGroup& group, std::string_view url, MatchResult& result) {
     const ExactText text(url);
     return rs_matchUrlWithRuleGroup(&group, text.data(), text.size(), &result);
 }
 
-// The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
 uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
-    MatchResult result = UNTOUCHED;
-    const int32_t status = match(group, url, result);
-    if (status != 1) {
-        EXPECT_EQ(0, status);
-        EXPECT_EQ(0, result.ruleIndex);
-        EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-        EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-        EXPECT_EQ(UNTOUCHED.userData, result.userData);
-    }
-    return result.ruleIndex;
+    return winnerOfText(rs_matchUrlWithRuleGroup, group, url);
 }
 
 int32_t validate(std::string_view rule) {
@@ -45,7 +34,7 @@ int32_t validate(std::string_view rule) {
 
 int32_t addTo(RuleSet& set, std::string_view rule) {
     const ExactText text(rule);
-    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, 1);
+    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, NO_NUMBER);
 }
 
 // ---- Matching.
@@ -108,7 +97,7 @@ TEST(UrlMatchApi, ChecksItsArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(group.get(), "a", 0, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(group.get(), "a", 1, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(otherType.get(), "a", 1, &result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(UrlMatchApi, RefusesUrlsThatNameNothing) {
@@ -117,7 +106,7 @@ TEST(UrlMatchApi, RefusesUrlsThatNameNothing) {
          {"http://", "http:///x", "//", "///x", ":80", ":80/x", "u@"}) {
         MatchResult result = UNTOUCHED;
         EXPECT_EQ(RULE_ERR_BAD_RULE, match(*group, url, result)) << url;
-        EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+        EXPECT_EQ(UNTOUCHED, result);
     }
     // A colon without a port is no error, be it of a password.
     EXPECT_EQ(1, winnerOf(*group, "http://u:p@h/"));
@@ -129,7 +118,7 @@ TEST(UrlMatchApi, RefusesUrlsWhoseCanonicalFormExceeds4096Bytes) {
     MatchResult result = UNTOUCHED;
     EXPECT_EQ(1, winnerOf(*group, "a/" + std::string(4094, 'x')));
     EXPECT_EQ(RULE_ERR_BUFFER_SMALL, match(*group, "a/" + std::string(4095, 'x'), result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
     EXPECT_EQ(1, winnerOf(*group, "a/" + repeat("%78", 4094)));
     EXPECT_EQ(RULE_ERR_BUFFER_SMALL, match(*group, std::string(5000, 'a'), result));
 }

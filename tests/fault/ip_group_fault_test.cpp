@@ -21,6 +21,7 @@
 #include "lookup/hash_table.h"
 #include "support/expected_match.h"
 #include "support/failing_allocator.h"
+#include "support/match_result.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
 #include "support/reference_ip.h"
@@ -65,12 +66,12 @@ struct FaultCase {
     void expectLookups(const RuleGroup& group) const {
         for (const ReferenceRule& rule : reference.rules()) {
             for (const Number128 address : edgesOf(rule.range)) {
-                MatchResult result = untouchedResult();
+                MatchResult result = UNTOUCHED;
                 int32_t status = rs_matchIPRuleGroupEx(&group, 6, bytesOf(address).data(), &result);
                 EXPECT_TRUE(isExpectedMatch(reference.findIpv6(address), status, result));
                 if (isMappedNumber(address)) {
                     const auto ipv4 = static_cast<uint32_t>(address);
-                    result = untouchedResult();
+                    result = UNTOUCHED;
                     status = rs_matchIPRuleGroup(&group, ipv4, &result);
                     EXPECT_TRUE(isExpectedMatch(reference.findIpv4(ipv4), status, result));
                 }
@@ -288,7 +289,7 @@ TEST(IpGroupFault, LookupsAllocateNothing) {
     rules.expectLookups(*group);
     for (const ReferenceRule& rule : rules.reference.rules()) {
         for (const Number128 address : edgesOf(rule.range)) {
-            MatchResult result = untouchedResult();
+            MatchResult result = UNTOUCHED;
             matchIpv4WithValue(group.get(), static_cast<uint32_t>(address), rule.ruleValue,
                                &result);
             matchIpv6WithValue(group.get(), wordsOf(address), rule.ruleValue, &result);

@@ -16,9 +16,9 @@
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
 #include "domain/scratch.h"
-#include "support/expected_match.h"
 #include "support/failing_allocator.h"
 #include "support/fault_host.h"
+#include "support/match_result.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 #include "url/url_index.h"
@@ -77,7 +77,7 @@ TEST(MatchFault, LongNamesNeedMemory) {
     for (const NameRow& row : rows) {
         SCOPED_TRACE(row.name.size());
         const uint64_t found = failEachAllocation([&](uint64_t number) {
-            MatchResult result = untouchedResult();
+            MatchResult result = UNTOUCHED;
             const AllocationWatch watch(number);
             const int32_t status = rs_matchDomainNameWithRuleGroup(group.get(), row.name.data(),
                                                                    size32(row.name), &result);
@@ -87,8 +87,8 @@ TEST(MatchFault, LongNamesNeedMemory) {
                 EXPECT_EQ(2U, result.ruleIndex);
                 EXPECT_EQ(8U, result.ruleValue);
             } else {
-                EXPECT_EQ(status == 0 ? 0U : UNTOUCHED_FIELD, result.ruleIndex);
-                EXPECT_EQ(UNTOUCHED_FIELD, result.ruleValue);
+                EXPECT_EQ(status == 0 ? 0U : UNTOUCHED.ruleIndex, result.ruleIndex);
+                EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
             }
             return watch.hasFailed();
         });
@@ -129,7 +129,7 @@ TEST(MatchFault, LongWireNamesWithCapitalsNeedMemory) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name.size());
         const uint64_t found = failEachAllocation([&](uint64_t number) {
-            MatchResult result = untouchedResult();
+            MatchResult result = UNTOUCHED;
             const AllocationWatch watch(number);
             const int32_t status = matchDomainWireWithRuleGroup(group.get(), row.name.data(),
                                                                 size32(row.name), &result);

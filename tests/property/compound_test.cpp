@@ -25,6 +25,7 @@
 #include "support/comparison_count.h"
 #include "support/endpoint_pair.h"
 #include "support/expected_match.h"
+#include "support/match_result.h"
 #include "support/random_compound.h"
 #include "support/random_source.h"
 #include "support/reference_compound.h"
@@ -163,7 +164,7 @@ ReferenceFlow referenceFlow(const CompoundFlow& flow) {
 
 FlowLookup lookUp(const RuleGroup& group, const ReferenceFlow& flow, bool wantsListValue) {
     CompoundFlow asked = libraryFlow(flow);
-    FlowLookup lookup{0, untouchedResult(), {}};
+    FlowLookup lookup{0, UNTOUCHED, {}};
     lookup.status = matchCompound(&group, &asked, wantsListValue, &lookup.result);
     lookup.flow = referenceFlow(asked);
     return lookup;
@@ -171,7 +172,7 @@ FlowLookup lookUp(const RuleGroup& group, const ReferenceFlow& flow, bool wantsL
 
 FlowLookup expectedLookup(const ReferenceCompoundRules& rules, const ReferenceFlow& flow,
                           bool wantsListValue) {
-    FlowLookup lookup{0, untouchedResult(), flow};
+    FlowLookup lookup{0, UNTOUCHED, flow};
     const ReferenceCompoundRule* winner = rules.find(lookup.flow, wantsListValue);
     if (winner != nullptr) {
         lookup.status = 1;
@@ -181,10 +182,7 @@ FlowLookup expectedLookup(const ReferenceCompoundRules& rules, const ReferenceFl
 }
 
 bool isSameLookup(const FlowLookup& left, const FlowLookup& right) {
-    return left.status == right.status && left.result.ruleIndex == right.result.ruleIndex &&
-           left.result.ruleValue == right.result.ruleValue &&
-           left.result.ruleId == right.result.ruleId &&
-           left.result.userData == right.result.userData && left.flow == right.flow;
+    return left.status == right.status && left.result == right.result && left.flow == right.flow;
 }
 
 std::string describe(const FlowLookup& lookup) {

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "support/endpoint_pair.h"
+#include "support/match_result.h"
 #include "support/random_endpoints.h"
 #include "support/random_source.h"
 #include "support/reference_endpoint.h"
@@ -44,7 +45,7 @@ public:
 private:
     void checkPair4(const RuleGroup& group, const EndpointPair& pair, const EndpointKey& key) {
         const ReferenceEndpointRule* winner = pair.reference().findPair4(key);
-        MatchResult result = freshResult();
+        MatchResult result = UNTOUCHED;
         const int32_t status = matchIpPortPair4(
             &group, static_cast<uint32_t>(key.firstAddress), key.firstPort,
             static_cast<uint32_t>(key.secondAddress), key.secondPort, key.mask, &result);
@@ -54,7 +55,7 @@ private:
 
     void checkPair6(const RuleGroup& group, const EndpointPair& pair, const EndpointKey& key) {
         const ReferenceEndpointRule* winner = pair.reference().findPair6(key);
-        MatchResult result = freshResult();
+        MatchResult result = UNTOUCHED;
         const int32_t status =
             matchIpPortPair6(&group, addressWords(key.firstAddress), key.firstPort,
                              addressWords(key.secondAddress), key.secondPort, key.mask, &result);
@@ -107,7 +108,7 @@ public:
 private:
     void checkPair4(const RuleGroup& group, const EndpointPair& pair, const EndpointKey& key) {
         const ReferenceEndpointRule* winner = pair.reference().findPair4(key);
-        MatchResult result = freshResult();
+        MatchResult result = UNTOUCHED;
         const int32_t status =
             matchPacketFilter4(&group, static_cast<uint32_t>(key.firstAddress), key.firstPort,
                                static_cast<uint32_t>(key.secondAddress), key.secondPort, &result);
@@ -117,7 +118,7 @@ private:
 
     void checkPair6(const RuleGroup& group, const EndpointPair& pair, const EndpointKey& key) {
         const ReferenceEndpointRule* winner = pair.reference().findPair6(key);
-        MatchResult result = freshResult();
+        MatchResult result = UNTOUCHED;
         const int32_t status =
             matchPacketFilter6(&group, addressWords(key.firstAddress), key.firstPort,
                                addressWords(key.secondAddress), key.secondPort, &result);

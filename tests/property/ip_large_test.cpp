@@ -13,6 +13,7 @@
 #include "ip/ip_match.h"
 #include "support/comparison_count.h"
 #include "support/expected_match.h"
+#include "support/match_result.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
 #include "support/reference_ip.h"
@@ -139,7 +140,7 @@ AddressRange randomLargeSetRange(RandomSource& random) {
 void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View,
                 const Sweep& ipv6View) {
     const AddressBytes bytes = bytesOf(address);
-    MatchResult result = untouchedResult();
+    MatchResult result = UNTOUCHED;
     int32_t status = rs_matchIPRuleGroupEx(&group, 6, bytes.data(), &result);
     countComparisons("rs_matchIPRuleGroupEx, family 6");
     if (!isExpectedMatch(ipv6View.winnerAt(address), status, result)) {
@@ -147,7 +148,7 @@ void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View
                       << result.ruleIndex;
     }
     if (isMappedNumber(address)) {
-        result = untouchedResult();
+        result = UNTOUCHED;
         status = rs_matchIPRuleGroup(&group, static_cast<uint32_t>(address), &result);
         countComparisons("rs_matchIPRuleGroup");
         if (!isExpectedMatch(ipv4View.winnerAt(address), status, result)) {
@@ -193,12 +194,12 @@ protected:
         for (uint64_t i = 0; i < SAMPLE_COUNT; ++i) {
             const Number128 address = randomEdge();
             const uint32_t ruleValue = random.below32(6);
-            MatchResult result = untouchedResult();
+            MatchResult result = UNTOUCHED;
             int32_t status = matchIpv6WithValue(&group, wordsOf(address), ruleValue, &result);
             EXPECT_TRUE(isExpectedMatch(reference.findIpv6(address, ruleValue), status, result));
             if (isMappedNumber(address)) {
                 const auto ipv4 = static_cast<uint32_t>(address);
-                result = untouchedResult();
+                result = UNTOUCHED;
                 status = matchIpv4WithValue(&group, ipv4, ruleValue, &result);
                 EXPECT_TRUE(isExpectedMatch(reference.findIpv4(ipv4, ruleValue), status, result));
             }

@@ -15,6 +15,7 @@
 
 #include "support/comparison_count.h"
 #include "support/expected_match.h"
+#include "support/match_result.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
 #include "support/reference_ip.h"
@@ -99,7 +100,7 @@ private:
     template <typename Match>
     void checkHit(const char* lookup, Number128 address, const ReferenceRule* winner,
                   const Match& match) const {
-        MatchResult result = untouchedResult();
+        MatchResult result = UNTOUCHED;
         const int32_t status = match(&result);
         countComparisons(lookup);
         if (isExpectedMatch(winner, status, result)) {

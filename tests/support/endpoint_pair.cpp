@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 
 #include "support/comparison_count.h"
+#include "support/match_result.h"
 #include "support/text.h"
 
 namespace rs::test {
 
 namespace {
 
-constexpr uint32_t UNTOUCHED = 0xDEADBEEF;
 constexpr size_t MOST_RULES_SHOWN = 40;
 
 }  // namespace
@@ -96,17 +96,10 @@ AddressWords addressWords(Number128 address) {
             static_cast<uint32_t>(address >> 32U), static_cast<uint32_t>(address)};
 }
 
-MatchResult freshResult() {
-    return {UNTOUCHED, UNTOUCHED, UNTOUCHED, nullptr};
-}
-
 void expectPairAnswer(const ReferenceEndpointRule* winner, int32_t status,
                       const MatchResult& result, const EndpointKey& key, const EndpointPair& pair) {
-    const MatchResult expected = winner == nullptr ? freshResult() : winner->result;
-    const bool isSame = status == (winner == nullptr ? 0 : 1) &&
-                        result.ruleIndex == expected.ruleIndex &&
-                        result.ruleValue == expected.ruleValue &&
-                        result.ruleId == expected.ruleId && result.userData == expected.userData;
+    const MatchResult expected = winner == nullptr ? UNTOUCHED : winner->result;
+    const bool isSame = status == (winner == nullptr ? 0 : 1) && result == expected;
     ASSERT_TRUE(isSame) << describeKey(key) << ": status " << status << ", rule "
                         << result.ruleIndex << " and not " << expected.ruleIndex << "; "
                         << pair.describe();

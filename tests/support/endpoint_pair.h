@@ -83,10 +83,7 @@ void addRandomRules(EndpointPair& pair, size_t count, const std::function<std::s
 
 AddressWords addressWords(Number128 address);
 
-// What a pair lookup is about to fill.
-MatchResult freshResult();
-
-// Compares a pair lookup that began with freshResult().
+// Compares a pair lookup that began with UNTOUCHED.
 void expectPairAnswer(const ReferenceEndpointRule* winner, int32_t status,
                       const MatchResult& result, const EndpointKey& key, const EndpointPair& pair);
 

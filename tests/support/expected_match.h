@@ -5,31 +5,22 @@
 
 #include <cstdint>
 
+#include "support/match_result.h"
 #include "support/reference_ip.h"
 #include "syntax/address128.h"
 
 namespace rs::test {
 
-inline constexpr uint32_t UNTOUCHED_FIELD = 0xDEADBEEF;
-
-// What a result holds before a lookup, and still holds after one that finds nothing.
-inline MatchResult untouchedResult() {
-    return {UNTOUCHED_FIELD, UNTOUCHED_FIELD, UNTOUCHED_FIELD, nullptr};
-}
-
 inline MatchResult expectedResult(const ReferenceRule* winner) {
-    return winner == nullptr ? untouchedResult()
+    return winner == nullptr ? UNTOUCHED
                              : MatchResult{winner->ruleIndex, winner->ruleValue, winner->ruleId,
                                            winner->userData};
 }
 
-// Whether a lookup that started from untouchedResult() reports the winner, null for none.
+// Whether a lookup that started from UNTOUCHED reports the winner, null for none.
 inline bool isExpectedMatch(const ReferenceRule* winner, int32_t status,
                             const MatchResult& result) {
-    const MatchResult expected = expectedResult(winner);
-    return status == (winner == nullptr ? 0 : 1) && result.ruleIndex == expected.ruleIndex &&
-           result.ruleValue == expected.ruleValue && result.ruleId == expected.ruleId &&
-           result.userData == expected.userData;
+    return status == (winner == nullptr ? 0 : 1) && result == expectedResult(winner);
 }
 
 inline Address128 wordsOf(Number128 address) {

@@ -33,8 +33,11 @@ inline RuleGroupHandle buildRuleGroup(RuleSet& set) {
     return RuleGroupHandle(group);
 }
 
-inline int32_t addRule(RuleSet& set, std::string_view text, uint32_t ruleValue, uint32_t ruleId,
-                       void* userData = nullptr) {
+// The ruleId of rules that a test adds without a number.
+constexpr uint32_t NO_NUMBER = 1;
+
+inline int32_t addRule(RuleSet& set, std::string_view text, uint32_t ruleValue = 0,
+                       uint32_t ruleId = NO_NUMBER, void* userData = nullptr) {
     return rs_addRuleToRuleSetEx(&set, text.data(), static_cast<uint32_t>(text.size()), ruleValue,
                                  ruleId, userData);
 }

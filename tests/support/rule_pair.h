@@ -13,11 +13,13 @@
 
 #include <gtest/gtest.h>
 
+#include "support/match_result.h"
 #include "support/random_source.h"
 #include "support/release_recorder.h"
 #include "support/rule_handles.h"
 #include "support/shrink.h"
 #include "support/text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -103,12 +105,9 @@ struct TextLookup {
     MatchResult result;
 };
 
-using MatchText = int32_t (*)(const RuleGroup* group, const char* text, uint32_t length,
-                              MatchResult* result);
-
 inline TextLookup lookUp(MatchText match, const RuleGroup& group, std::string_view key) {
     const ExactText text(key);
-    TextLookup lookup{0, {77, 77, 77, nullptr}};
+    TextLookup lookup{0, UNTOUCHED};
     lookup.status = match(&group, text.data(), text.size(), &lookup.result);
     return lookup;
 }

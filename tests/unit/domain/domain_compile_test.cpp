@@ -17,6 +17,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -64,8 +65,7 @@ RuleSetHandle makeSharingRuleSet(uint32_t count, std::string_view wildcard = {},
 }
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
-    MatchResult result{};
-    return matchDomainName(&group, name.data(), size32(name), &result) == 1 ? result.ruleIndex : 0;
+    return winnerOfText(matchDomainName, group, name);
 }
 
 TEST(DomainCompile, OfAnEmptySetMakesNoTables) {
@@ -277,7 +277,7 @@ TEST(DomainCompile, FindsEveryNameOfCrowdedBucketsOfManyHashes) {
     RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
     const auto nameAt = [](uint32_t i) { return "host" + std::to_string(i) + ".example.com"; };
     for (uint32_t i = 0; i < COUNT; ++i) {
-        ASSERT_EQ(RULE_OK, addRule(*set, nameAt(i), i, i + 1));
+        ASSERT_EQ(RULE_OK, addRule(*set, nameAt(i), i, ruleIdAt(i + 1)));
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
     for (uint32_t i = 0; i < COUNT; ++i) {

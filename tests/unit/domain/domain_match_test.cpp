@@ -10,52 +10,22 @@
 
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
 namespace {
 
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
-
-// The winner's ruleIndex; 0 for a miss, in which ruleIndex alone is written.
-template <typename Match>
-uint32_t winnerOfMatch(const Match& match) {
-    MatchResult result = UNTOUCHED;
-    const int32_t status = match(&result);
-    if (status == 1) {
-        EXPECT_EQ(ruleIdAt(result.ruleIndex), result.ruleId);
-        return result.ruleIndex;
-    }
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(0, result.ruleIndex);
-    EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-    EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-    EXPECT_EQ(UNTOUCHED.userData, result.userData);
-    return 0;
-}
-
 uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
-    const ExactText text(name);
-    return winnerOfMatch([&](MatchResult* result) {
-        return matchDomainName(&group, text.data(), text.size(), result);
-    });
+    return winnerOfText(matchDomainName, group, name);
 }
 
 uint32_t wireWinnerOf(const RuleGroup& group, std::string_view wireName) {
-    const ExactText text(wireName);
-    return winnerOfMatch([&](MatchResult* result) {
-        return matchDomainWireWithRuleGroup(&group, text.data(), text.size(), result);
-    });
+    return winnerOfText(matchDomainWireWithRuleGroup, group, wireName);
 }
 
-// What is refused leaves the result alone.
 int32_t refusalOf(const RuleGroup& group, std::string_view name) {
-    const ExactText text(name);
-    MatchResult result = UNTOUCHED;
-    const int32_t status = matchDomainName(&group, text.data(), text.size(), &result);
-    EXPECT_GT(0, status);
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
-    return status;
+    return refusalOfText(matchDomainName, group, name);
 }
 
 TEST(DomainMatch, ReportsWhatTheHostAttached) {
@@ -72,10 +42,7 @@ TEST(DomainMatch, ReportsWhatTheHostAttached) {
         SCOPED_TRACE(row.name);
         MatchResult result = UNTOUCHED;
         EXPECT_EQ(1, matchDomainName(group.get(), row.name.data(), size32(row.name), &result));
-        EXPECT_EQ(row.expected.ruleIndex, result.ruleIndex);
-        EXPECT_EQ(row.expected.ruleValue, result.ruleValue);
-        EXPECT_EQ(row.expected.ruleId, result.ruleId);
-        EXPECT_EQ(row.expected.userData, result.userData);
+        EXPECT_EQ(row.expected, result);
     }
 }
 
@@ -213,7 +180,7 @@ TEST(DomainMatch, RefusesNullAndEmptyArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 0, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 1, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(&otherType, "a", 1, &result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(DomainMatch, TakesLabelsOfUpTo255Bytes) {
@@ -334,7 +301,7 @@ TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(nullptr, "\1a", 2, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, nullptr, 2, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, "\1a", 2, nullptr));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
     EXPECT_EQ(1, lookupDomainWire(index, "\1a", 2, &result));
 }
 

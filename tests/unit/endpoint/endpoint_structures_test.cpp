@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/endpoint_text.h"
-#include "support/expected_match.h"
+#include "support/match_result.h"
 
 namespace rs::test {
 
@@ -329,23 +329,23 @@ TEST(CombinedAnswer, ReplacesWhatTheResultHeldBefore) {
 }
 
 TEST(CombinedAnswer, OfNothingLeavesTheResultAlone) {
-    MatchResult result = untouchedResult();
+    MatchResult result = UNTOUCHED;
     EXPECT_EQ(0, combineAnswers(result, answering(0), answering(0), answering(0)));
-    EXPECT_EQ(UNTOUCHED_FIELD, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(CombinedAnswer, IsTheFirstFailureWithWhatWasFoundBefore) {
     const Entry third{3, 30, 0, nullptr, nullptr};
     const Entry first{1, 10, 0, nullptr, nullptr};
-    MatchResult result = untouchedResult();
+    MatchResult result = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_INVALID_ARG,
               combineAnswers(result, answering(third), answering(RULE_ERR_INVALID_ARG),
                              answering(first)));
     EXPECT_EQ(3, result.ruleIndex) << "structures behind the failure are not asked";
-    result = untouchedResult();
+    result = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_FAILED, combineAnswers(result, answering(RULE_ERR_FAILED), answering(first),
                                               answering(first)));
-    EXPECT_EQ(UNTOUCHED_FIELD, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "support/rule_builder.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -25,13 +26,11 @@ using Lines = std::vector<std::string>;
 using Pointers = std::vector<void*>;
 
 uint32_t ipv4Winner(const RuleGroup& group, uint32_t address) {
-    MatchResult result{};
-    return matchIpv4(&group, address, &result) == 1 ? result.ruleIndex : 0;
+    return winnerOfMatch([&](MatchResult* result) { return matchIpv4(&group, address, result); });
 }
 
 uint32_t ipv6Winner(const RuleGroup& group, const Address128& address) {
-    MatchResult result{};
-    return matchIpv6(&group, address, &result) == 1 ? result.ruleIndex : 0;
+    return winnerOfMatch([&](MatchResult* result) { return matchIpv6(&group, address, result); });
 }
 
 uint32_t nodeCountOf(const SearchTree* tree) {

@@ -10,42 +10,24 @@
 #include "ip/ip_compile.h"
 #include "ip/ip_index.h"
 #include "support/rule_builder.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
 namespace {
 
 constexpr uint32_t ONES = 0xFFFFFFFF;
-constexpr MatchResult UNTOUCHED = {77, 78, 79, nullptr};
-
-// The winner's ruleIndex; 0 for a miss, in which nothing may be written. The other fields must be
-// those of the rule builder.
-template <typename Match>
-uint32_t winnerOf(const Match& match) {
-    MatchResult result = UNTOUCHED;
-    const int32_t status = match(&result);
-    if (status == 1) {
-        EXPECT_EQ(ruleIdAt(result.ruleIndex), result.ruleId);
-        return result.ruleIndex;
-    }
-    EXPECT_EQ(0, status);
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
-    EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
-    EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
-    EXPECT_EQ(UNTOUCHED.userData, result.userData);
-    return 0;
-}
 
 uint32_t ipv4Winner(const RuleGroup& group, uint32_t address) {
-    return winnerOf([&](MatchResult* result) { return matchIpv4(&group, address, result); });
+    return winnerOfMatch([&](MatchResult* result) { return matchIpv4(&group, address, result); });
 }
 
 uint32_t ipv6Winner(const RuleGroup& group, const Address128& address) {
-    return winnerOf([&](MatchResult* result) { return matchIpv6(&group, address, result); });
+    return winnerOfMatch([&](MatchResult* result) { return matchIpv6(&group, address, result); });
 }
 
 uint32_t ipv4Winner(const RuleGroup& group, uint32_t address, uint32_t ruleValue) {
-    return winnerOf([&](MatchResult* result) {
+    return winnerOfMatch([&](MatchResult* result) {
         const int32_t status = matchIpv4WithValue(&group, address, ruleValue, result);
         EXPECT_TRUE(status != 1 || result->ruleValue == ruleValue);
         return status;
@@ -53,7 +35,7 @@ uint32_t ipv4Winner(const RuleGroup& group, uint32_t address, uint32_t ruleValue
 }
 
 uint32_t ipv6Winner(const RuleGroup& group, const Address128& address, uint32_t ruleValue) {
-    return winnerOf([&](MatchResult* result) {
+    return winnerOfMatch([&](MatchResult* result) {
         const int32_t status = matchIpv6WithValue(&group, address, ruleValue, result);
         EXPECT_TRUE(status != 1 || result->ruleValue == ruleValue);
         return status;
@@ -73,10 +55,7 @@ TEST(IpMatch, ReportsWhatTheHostAttached) {
             MatchResult result = UNTOUCHED;
             EXPECT_EQ(1, isIpv4 ? matchIpv4(group.get(), row.address, &result)
                                 : matchIpv6(group.get(), mappedAddress(row.address), &result));
-            EXPECT_EQ(row.expected.ruleIndex, result.ruleIndex);
-            EXPECT_EQ(row.expected.ruleValue, result.ruleValue);
-            EXPECT_EQ(row.expected.ruleId, result.ruleId);
-            EXPECT_EQ(row.expected.userData, result.userData);
+            EXPECT_EQ(row.expected, result);
         }
     }
 }
@@ -242,7 +221,7 @@ TEST(IpMatch, RefusesNullArgumentsAndGroupsWithoutATable) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpv6WithValue(nullptr, {}, 1, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpv6WithValue(group.get(), {}, 1, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpv6WithValue(&empty, {}, 1, &result));
-    EXPECT_EQ(UNTOUCHED.ruleIndex, result.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result);
 }
 
 TEST(IpMatchWithValue, FindsTheEarliestRuleOfThatValue) {

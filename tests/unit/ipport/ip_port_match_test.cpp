@@ -7,9 +7,9 @@
 #include "core/rule_group.h"
 #include "endpoint/endpoint_structures.h"
 #include "ipport/ip_port_index.h"
-#include "support/expected_match.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -23,15 +23,15 @@ AddressWords mapped(uint32_t address) {
 // mapped form, in the 128-bit ones; which must agree.
 uint32_t winner(const RuleGroup& group, uint32_t firstAddress, uint32_t firstPort,
                 uint32_t secondAddress, uint32_t secondPort, uint32_t mask = 0xFFFFFFFF) {
-    MatchResult four{};
-    MatchResult six{};
-    const int32_t status4 =
-        matchIpPortPair4(&group, firstAddress, firstPort, secondAddress, secondPort, mask, &four);
-    const int32_t status6 = matchIpPortPair6(&group, mapped(firstAddress), firstPort,
-                                             mapped(secondAddress), secondPort, mask, &six);
-    EXPECT_EQ(status4, status6);
-    EXPECT_EQ(four.ruleIndex, six.ruleIndex);
-    return four.ruleIndex;
+    return winnerOfBoth(
+        [&](MatchResult* result) {
+            return matchIpPortPair4(&group, firstAddress, firstPort, secondAddress, secondPort,
+                                    mask, result);
+        },
+        [&](MatchResult* result) {
+            return matchIpPortPair6(&group, mapped(firstAddress), firstPort, mapped(secondAddress),
+                                    secondPort, mask, result);
+        });
 }
 
 TEST(IpPortMatch, TestsEveryPartOfARule) {
@@ -216,12 +216,12 @@ TEST(IpPortMatch, TakesAStarBeforeWideAddressesAsEveryAddress) {
 
 TEST(IpPortMatch, StaysOutOfTheResultWithoutAMatch) {
     const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"}});
-    MatchResult four = untouchedResult();
-    MatchResult six = untouchedResult();
+    MatchResult four = UNTOUCHED;
+    MatchResult six = UNTOUCHED;
     EXPECT_EQ(0, matchIpPortPair4(group.get(), 1, 80, 6, 7, 1, &four));
     EXPECT_EQ(0, matchIpPortPair6(group.get(), mapped(1), 80, mapped(6), 7, 1, &six));
-    EXPECT_EQ(UNTOUCHED_FIELD, four.ruleIndex);
-    EXPECT_EQ(UNTOUCHED_FIELD, six.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, four);
+    EXPECT_EQ(UNTOUCHED, six);
 }
 
 // A group whose entries a test may damage before it looks them up.
@@ -258,8 +258,8 @@ protected:
     }
 
     void SetUp() override {
-        result4 = untouchedResult();
-        result6 = untouchedResult();
+        result4 = UNTOUCHED;
+        result6 = UNTOUCHED;
     }
 
     static inline MatchResult result4;
@@ -278,8 +278,8 @@ TEST_F(PlantedIpPortEntry, WithoutAnyOfItsListsIsAnError) {
         EXPECT_EQ(RULE_ERR_INVALID_ARG, match6(*group, 0x01020304, 81));
         EXPECT_EQ(0, match4(*group, 0x01020305, 81)) << "the entry is not walked to";
         EXPECT_EQ(0, match6(*group, 0x01020305, 81));
-        EXPECT_EQ(UNTOUCHED_FIELD, result4.ruleIndex);
-        EXPECT_EQ(UNTOUCHED_FIELD, result6.ruleIndex);
+        EXPECT_EQ(UNTOUCHED, result4);
+        EXPECT_EQ(UNTOUCHED, result6);
     }
 }
 

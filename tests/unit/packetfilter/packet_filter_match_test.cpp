@@ -8,9 +8,9 @@
 #include "core/rule_group.h"
 #include "endpoint/endpoint_structures.h"
 #include "packetfilter/packet_filter_index.h"
-#include "support/expected_match.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/winner.h"
 
 namespace rs::test {
 
@@ -24,15 +24,15 @@ AddressWords mapped(uint32_t address) {
 // mapped form, in the 128-bit ones; which must agree.
 uint32_t winner(const RuleGroup& group, uint32_t firstAddress, uint32_t firstPort,
                 uint32_t secondAddress, uint32_t secondPort) {
-    MatchResult four{};
-    MatchResult six{};
-    const int32_t status4 =
-        matchPacketFilter4(&group, firstAddress, firstPort, secondAddress, secondPort, &four);
-    const int32_t status6 = matchPacketFilter6(&group, mapped(firstAddress), firstPort,
-                                               mapped(secondAddress), secondPort, &six);
-    EXPECT_EQ(status4, status6);
-    EXPECT_EQ(four.ruleIndex, six.ruleIndex);
-    return four.ruleIndex;
+    return winnerOfBoth(
+        [&](MatchResult* result) {
+            return matchPacketFilter4(&group, firstAddress, firstPort, secondAddress, secondPort,
+                                      result);
+        },
+        [&](MatchResult* result) {
+            return matchPacketFilter6(&group, mapped(firstAddress), firstPort,
+                                      mapped(secondAddress), secondPort, result);
+        });
 }
 
 TEST(PacketFilterMatch, TestsBothEndpoints) {
@@ -192,21 +192,21 @@ TEST(PacketFilterMatch, AsksLaterRangesWhenTheFirstDoesNotAnswer) {
 TEST(PacketFilterMatch, RefusesMissingArgumentsAndOtherGroups) {
     const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
     const RuleGroupHandle other = buildRuleGroup(*makeRuleSet(RULE_TYPE_IP, {{"10.0.0.1"}}));
-    MatchResult hit = untouchedResult();
+    MatchResult hit = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(nullptr, 1, 1, 1, 1, &hit));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(other.get(), 1, 1, 1, 1, &hit));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(group.get(), 1, 1, 1, 1, nullptr));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(other.get(), {}, 1, {}, 1, &hit));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(group.get(), {}, 1, {}, 1, nullptr));
-    EXPECT_EQ(UNTOUCHED_FIELD, hit.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, hit);
 }
 
 TEST(PacketFilterMatch, FindsNothingInAnEmptyTable) {
     const RuleGroupHandle empty = makePacketFilterGroup({});
-    MatchResult hit = untouchedResult();
+    MatchResult hit = UNTOUCHED;
     EXPECT_EQ(0, matchPacketFilter4(empty.get(), 1, 1, 1, 1, &hit));
     EXPECT_EQ(0, matchPacketFilter6(empty.get(), mapped(1), 1, mapped(1), 1, &hit));
-    EXPECT_EQ(UNTOUCHED_FIELD, hit.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, hit);
 }
 
 // A group whose entries a test may damage before it looks them up.
@@ -234,8 +234,8 @@ protected:
         return status;
     }
 
-    MatchResult result4 = untouchedResult();
-    MatchResult result6 = untouchedResult();
+    MatchResult result4 = UNTOUCHED;
+    MatchResult result6 = UNTOUCHED;
 };
 
 TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
@@ -244,8 +244,8 @@ TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
     freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).firstPorts);
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 81));
     EXPECT_EQ(0, match(*group, 0x01020305, 81)) << "the entry is not walked to";
-    EXPECT_EQ(UNTOUCHED_FIELD, result4.ruleIndex);
-    EXPECT_EQ(UNTOUCHED_FIELD, result6.ruleIndex);
+    EXPECT_EQ(UNTOUCHED, result4);
+    EXPECT_EQ(UNTOUCHED, result6);
 }
 
 TEST_F(PlantedFilterEntry, WithoutSecondPortsIsAnErrorOnceTheyAreAskedFor) {

@@ -12,6 +12,7 @@
 #include "lookup/chain_blocks.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "support/winner.h"
 #include "url/host_paths.h"
 #include "url/url_index.h"
 #include "url/url_match.h"
@@ -67,8 +68,7 @@ std::vector<const UrlPathEntry*> listOf(const UrlHostNode& node) {
 }
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
-    MatchResult result{};
-    return matchUrl(&group, url.data(), size32(url), &result) == 1 ? result.ruleIndex : 0;
+    return winnerOfText(matchUrl, group, url);
 }
 
 // Different hosts that share one hash, in an order that is not that of their bytes.
@@ -96,7 +96,8 @@ const std::vector<std::string>& sharingHosts() {
 RuleGroupHandle makeSharingGroup(uint32_t count, std::string_view prefix) {
     RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
     for (uint32_t i = 0; i < count; ++i) {
-        EXPECT_EQ(RULE_OK, addRule(*set, std::string(prefix) + sharingHosts()[i], i, i + 1));
+        EXPECT_EQ(RULE_OK,
+                  addRule(*set, std::string(prefix) + sharingHosts()[i], i, ruleIdAt(i + 1)));
     }
     return buildRuleGroup(*set);
 }
@@ -299,7 +300,7 @@ TEST(UrlCompile, CutsABlockWhereTheSchemeChanges) {
     for (const auto& [prefix, count] :
          {std::pair<std::string, uint32_t>{"https://", 5}, {"", 70}, {"https://", 10}}) {
         for (uint32_t i = 0; i < count; ++i) {
-            ASSERT_EQ(RULE_OK, addRule(*set, prefix + sharingHosts()[next++], 0, 1));
+            ASSERT_EQ(RULE_OK, addRule(*set, prefix + sharingHosts()[next++]));
         }
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
@@ -322,8 +323,8 @@ TEST(UrlCompile, FindsEveryHostOfACrowdedBucketUnderBothSchemes) {
     ASSERT_LT(1000U, count);
     RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
     for (const std::string& host : sharingHosts()) {
-        ASSERT_EQ(RULE_OK, addRule(*set, host, 0, 1));
-        ASSERT_EQ(RULE_OK, addRule(*set, "https://*." + host, 0, 1));
+        ASSERT_EQ(RULE_OK, addRule(*set, host));
+        ASSERT_EQ(RULE_OK, addRule(*set, "https://*." + host));
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
     for (uint32_t i = 0; i < count; ++i) {
@@ -368,8 +369,7 @@ TEST(UrlCompile, PacksThePathsOfEachKindOfHost) {
         RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
         for (uint32_t i = 0; i < count; ++i) {
             for (const std::string_view host : {"a.com", "*.a.com", "*"}) {
-                ASSERT_EQ(RULE_OK,
-                          addRule(*set, std::string(host) + "/path" + std::to_string(i), 0, 1));
+                ASSERT_EQ(RULE_OK, addRule(*set, std::string(host) + "/path" + std::to_string(i)));
             }
         }
         const RuleGroupHandle group = buildRuleGroup(*set);
@@ -397,7 +397,7 @@ TEST(UrlCompile, PacksThePathsOfHostsInCrowdedBuckets) {
     for (uint32_t host = 0; host < 12; ++host) {
         for (uint32_t i = 0; i < 20; ++i) {
             ASSERT_EQ(RULE_OK,
-                      addRule(*set, sharingHosts()[host] + "/path" + std::to_string(10 + i), 0, 1));
+                      addRule(*set, sharingHosts()[host] + "/path" + std::to_string(10 + i)));
         }
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
