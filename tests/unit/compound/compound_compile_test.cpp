@@ -30,7 +30,7 @@ constexpr uint64_t bit(uint32_t number) {
     return uint64_t{1} << number;
 }
 
-TEST(CompoundTable, OfAnEmptySetIsEmpty) {
+TEST(CompoundCompile, OfAnEmptySetIsEmpty) {
     const RuleGroupHandle group = makeCompoundGroup({});
     ASSERT_NE(nullptr, group);
     EXPECT_EQ(nullptr, group->compoundTable->entries);
@@ -39,7 +39,7 @@ TEST(CompoundTable, OfAnEmptySetIsEmpty) {
     EXPECT_EQ(0, group->nonEmpty);
 }
 
-TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
+TEST(CompoundCompile, HoldsCopiesOfTheRulesInTheirOrder) {
     int data = 0;
     RuleSetHandle set = makeCompoundRuleSet(
         {{"1,2;3,4;10.0.0.1,*;80,443;4294967293;4294967294", 21, &data}, {"*;*;*;*;0;0", 22}});
@@ -70,7 +70,7 @@ TEST(CompoundTable, HoldsCopiesOfTheRulesInTheirOrder) {
     EXPECT_EQ(nullptr, second->next);
 }
 
-TEST(ValueMask, HasABitForEachSingleValue) {
+TEST(CompoundValueMask, HasABitForEachSingleValue) {
     EXPECT_EQ(0, maskOf({}));
     EXPECT_EQ(bit(5) | bit(63), maskOf({{"5;*;*;*;0;0"}, {"70;*;*;*;0;0"}}));
     EXPECT_EQ(bit(0), maskOf({{"0;*;*;*;0;0"}}));
@@ -84,7 +84,7 @@ TEST(ValueMask, HasABitForEachSingleValue) {
     EXPECT_EQ(bit(63), maskOf({{"4294967295*;*;*;*;0;0"}}));
 }
 
-TEST(ValueMask, IsAllOnesForAnythingButOneSingleValue) {
+TEST(CompoundValueMask, IsAllOnesForAnythingButOneSingleValue) {
     EXPECT_EQ(UINT64_MAX, maskOf({{"1-2;*;*;*;0;0"}}));
     EXPECT_EQ(UINT64_MAX, maskOf({{"1,2;*;*;*;0;0"}}));
     EXPECT_EQ(UINT64_MAX, maskOf({{"1,1;*;*;*;0;0"}}));
@@ -98,85 +98,21 @@ TEST(ValueMask, IsAllOnesForAnythingButOneSingleValue) {
     EXPECT_EQ(UINT64_MAX, maskOf({{"1-2;*;*;*;0;0"}, {"*;*;*;*;0;0"}}));
 }
 
-TEST(ValueMask, IsLeftAloneByRulesThatMatchAll) {
+TEST(CompoundValueMask, IsLeftAloneByRulesThatMatchAll) {
     EXPECT_EQ(0, maskOf({{"*;*;*;*;0;0"}, {"*;*;*;5;0;0"}, {"0*;**;*;*;0x0;0"}}));
     EXPECT_EQ(bit(5), maskOf({{"*;*;*;*;0;0"}, {"5;*;*;*;0;0"}, {"*;*;*;*;0;0"}}));
 }
 
 // Deliberate: a rule always names something in field 1, but an entry without does not count as one
 // with a single value.
-TEST(ValueMask, IsAllOnesWithoutAList) {
+TEST(CompoundValueMask, IsAllOnesWithoutAList) {
     const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0"}});
     auto* record = reinterpret_cast<CompoundRuleRecord*>(set->compoundRules.head.next);
     freeRangeList(&record->rule.rangeListA);
     EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
 }
 
-TEST(CompoundTable, HandsEveryUserDataBack) {
-    int data[3] = {};
-    ReleaseRecorder recorder;
-    const RuleSetHandle set = makeCompoundRuleSet(
-        {{"*;*;*;*;0;0", 0, &data[0]}, {"*;*;*;*;0;0", 0, &data[1]}, {"1;*;*;*;0;0", 0, &data[2]}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    RuleGroupHandle group = buildRuleGroup(*set);
-    EXPECT_TRUE(recorder.order().empty());
-    group.reset();
-    EXPECT_EQ((std::vector<void*>{&data[0], &data[1], &data[2]}), recorder.order());
-}
-
-// Equal rules are all kept, so one userData given with several goes back as often.
-TEST(CompoundTable, HandsUserDataBackOncePerRule) {
-    int data = 0;
-    ReleaseRecorder recorder;
-    const RuleSetHandle set = makeCompoundRuleSet(
-        {{"5;*;*;*;0;0", 0, &data}, {"5;*;*;*;0;0"}, {"5;*;*;*;0;0", 0, &data}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    buildRuleGroup(*set).reset();
-    EXPECT_EQ((std::vector<void*>{&data, &data}), recorder.order());
-}
-
-TEST(CompoundTable, GoesWithItsLastReference) {
-    int data = 0;
-    ReleaseRecorder recorder;
-    const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
-    const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0", 0, &data}});
-    CompoundTable* table = nullptr;
-    ASSERT_TRUE(buildCompoundTable(set.get(), &table));
-    table->refCount = 2;
-    CompoundTable* other = table;
-    destroyCompoundTable(&table, &info);
-    EXPECT_EQ(nullptr, table);
-    EXPECT_EQ(1, other->refCount);
-    EXPECT_TRUE(recorder.order().empty());
-    destroyCompoundTable(&other, &info);
-    EXPECT_EQ(nullptr, other);
-    EXPECT_EQ((std::vector<void*>{&data}), recorder.order());
-    destroyCompoundTable(&other, &info);
-    destroyCompoundTable(nullptr, &info);
-    EXPECT_EQ(1, recorder.order().size());
-}
-
-TEST(CompoundTable, FreesEntriesWithOrWithoutACallback) {
-    int data[2] = {};
-    ReleaseRecorder recorder;
-    const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
-    for (const ReleaseInfo* given : {static_cast<const ReleaseInfo*>(nullptr), &info}) {
-        auto* first = allocateRecord<CompoundEntry>();
-        first->userData = &data[0];
-        first->rangeListA = allocateRecord<U32Range>();
-        first->rangeList16 = allocateRecord<PortRange>();
-        first->next = allocateRecord<CompoundEntry>();
-        first->next->userData = &data[1];
-        first->next->addressList = allocateRecord<AddressRange>();
-        first->next->rangeListB = allocateRecord<U32Range>();
-        destroyCompoundEntries(first, given);
-        EXPECT_EQ(given == nullptr ? 0 : 2, recorder.order().size());
-    }
-    EXPECT_EQ((std::vector<void*>{&data[0], &data[1]}), recorder.order());
-    destroyCompoundEntries(nullptr, &info);
-}
-
-TEST(CompoundTable, NeedsASetAndASlot) {
+TEST(CompoundCompile, NeedsASetAndASlot) {
     CompoundTable* table = nullptr;
     EXPECT_FALSE(buildCompoundTable(nullptr, &table));
     EXPECT_EQ(nullptr, table);

@@ -352,7 +352,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, BadIpPortRecord,
                                            "10.0.0.1;80;5.6.7.8;x"));
 
 // A rule that enters the 128-bit structures only fails when all others have their entries.
-TEST(IpPortRelease, FollowsAFailedSecondPass) {
+TEST(IpPortCompile, HandsWhatEnteredBackWhenTheSecondPassFails) {
     int data[3] = {};
     ReleaseRecorder recorder;
     const RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1", 0, &data[0]},
@@ -365,70 +365,6 @@ TEST(IpPortRelease, FollowsAFailedSecondPass) {
     EXPECT_EQ(RULE_ERR_NO_MEMORY, rs_buildRuleGroup(set.get(), &group));
     EXPECT_EQ(nullptr, group);
     EXPECT_THAT(recorder.order(), UnorderedElementsAre(&data[0], &data[2]));
-}
-
-TEST(IpPortRelease, HandsEveryUserDataBackOnce) {
-    int data[4] = {};
-    ReleaseRecorder recorder;
-    const RuleSetHandle set =
-        makeIpPortRuleSet({{"*;*;*;*;1", 0, &data[0]},
-                           {"1.1.1.1,::1;*;*;*;1", 0, &data[1]},
-                           {"1.0.0.0/8;*;*;*;1", 0, &data[2]},
-                           {"1.0.0.0/8;*;*;*;1"},
-                           {"2001:db8::/32,2001:db9::/32;*;*;*;1", 0, &data[3]}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    RuleGroupHandle group = buildRuleGroup(*set);
-    EXPECT_THAT(recorder.order(), IsEmpty());
-    group.reset();
-    EXPECT_THAT(recorder.order(), UnorderedElementsAre(&data[0], &data[1], &data[2], &data[3]));
-}
-
-// What is freed first: every first address, then single ones, then ranges, IPv4 before 128 bits.
-TEST(IpPortRelease, GoesStructureByStructure) {
-    int data[6] = {};
-    ReleaseRecorder recorder;
-    const RuleSetHandle set =
-        makeIpPortRuleSet({{"2001:db8::/32;1;*;1;1", 0, &data[5]},
-                           {"2001:db8::1;1;*;1;1", 0, &data[4]},
-                           {"::-ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff;1;*;1;1", 0, &data[3]},
-                           {"1.0.0.0/8;1;*;1;1", 0, &data[2]},
-                           {"1.1.1.1;1;*;1;1", 0, &data[1]},
-                           {"*;1;*;1;1", 0, &data[0]}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    buildRuleGroup(*set).reset();
-    EXPECT_THAT(recorder.order(),
-                ElementsAre(&data[0], &data[1], &data[2], &data[3], &data[4], &data[5]));
-}
-
-TEST(IpPortRelease, WaitsForTheLastReference) {
-    int userData = 0;
-    ReleaseRecorder recorder;
-    const RuleSetHandle set = makeIpPortRuleSet({{"*;*;*;*;1", 0, &userData}});
-    ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    const RuleGroupHandle group = buildRuleGroup(*set);
-    const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
-    IpPortIndex* other = group->ipPortIndex;
-    ++other->refCount;
-    destroyIpPortIndex(&group->ipPortIndex, &info);
-    EXPECT_EQ(nullptr, group->ipPortIndex);
-    EXPECT_EQ(1, other->refCount);
-    EXPECT_THAT(recorder.order(), IsEmpty());
-    destroyIpPortIndex(&other, &info);
-    EXPECT_EQ(nullptr, other);
-    EXPECT_THAT(recorder.order(), ElementsAre(&userData));
-    destroyIpPortIndex(&other, &info);
-    destroyIpPortIndex(nullptr, &info);
-    EXPECT_EQ(1, recorder.order().size());
-}
-
-TEST(IpPortRelease, NeedsACallback) {
-    int userData = 0;
-    const RuleSetHandle set = makeIpPortRuleSet({{"*;*;*;*;1", 0, &userData}});
-    RuleGroup group{};
-    ASSERT_NE(nullptr, buildIpPortIndex(set.get(), &group));
-    const ReleaseInfo info{};
-    destroyIpPortIndex(&group.ipPortIndex, &info);
-    EXPECT_EQ(nullptr, group.ipPortIndex);
 }
 
 }  // namespace
