@@ -1,11 +1,12 @@
 // What threads may do at the same time.
+#include "support/threads.h"
+
 #include <ruleset.h>
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -19,18 +20,6 @@ namespace {
 
 constexpr uint32_t THREAD_COUNT = 8;
 constexpr uint32_t ROUNDS = 2000;
-
-// Runs work(thread number) in all threads.
-template <typename Work>
-void runInThreads(const Work& work) {
-    std::array<std::thread, THREAD_COUNT> threads;
-    for (uint32_t i = 0; i < THREAD_COUNT; ++i) {
-        threads[i] = std::thread([&work, i] { work(i); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
 
 uint32_t winnerOf(const RuleGroup& group, uint32_t address) {
     MatchResult result{};
@@ -62,7 +51,7 @@ TEST(Threads, MatchInOneGroupAtOnce) {
     const RuleGroupHandle group = buildRuleGroup(*makeSetOfNets());
     ASSERT_NE(nullptr, group);
     std::atomic<uint32_t> wrongAnswers{0};
-    runInThreads([&](uint32_t thread) {
+    runInThreads(THREAD_COUNT, [&](uint32_t thread) {
         for (uint32_t round = 0; round < ROUNDS; ++round) {
             const uint32_t net = (round * 7 + thread) % 200;
             const uint32_t address = 0x0A000000 + net * 256 + round % 256;
@@ -80,7 +69,7 @@ TEST(Threads, WorkOnSetsAndGroupsOfTheirOwn) {
     std::array<int, THREAD_COUNT> userData{};
     std::array<ReleaseRecorder, THREAD_COUNT> recorders;
     std::atomic<uint32_t> wrongAnswers{0};
-    runInThreads([&](uint32_t thread) {
+    runInThreads(THREAD_COUNT, [&](uint32_t thread) {
         const std::string text = "10.0.0." + std::to_string(thread);
         for (uint32_t round = 0; round < 100; ++round) {
             const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
@@ -109,7 +98,7 @@ TEST(Threads, DeleteGroupsOfOneSetWhileOthersMatch) {
         ASSERT_NE(nullptr, group);
     }
     std::atomic<uint32_t> wrongAnswers{0};
-    runInThreads([&](uint32_t thread) {
+    runInThreads(THREAD_COUNT, [&](uint32_t thread) {
         for (uint32_t round = 0; round < (thread + 1) * 100; ++round) {
             wrongAnswers += winnerOf(*groups[thread], 0x0A000100 + round % 256) == 1 ? 0 : 1;
         }
@@ -120,7 +109,7 @@ TEST(Threads, DeleteGroupsOfOneSetWhileOthersMatch) {
 
 TEST(Threads, ValidateAndConvertAtOnce) {
     std::atomic<uint32_t> wrongAnswers{0};
-    runInThreads([&](uint32_t thread) {
+    runInThreads(THREAD_COUNT, [&](uint32_t thread) {
         const std::string text = "10.0.0." + std::to_string(thread) + "/32";
         for (uint32_t round = 0; round < ROUNDS; ++round) {
             ConvertedRange range{};

@@ -8,7 +8,6 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -16,6 +15,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_handles.h"
 #include "support/text.h"
+#include "support/threads.h"
 
 namespace rs::test {
 
@@ -139,16 +139,13 @@ protected:
 };
 
 TEST_P(SharedGroups, MatchWhileOthersRetainAndDrop) {
-    std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < MATCHING_THREADS; ++i) {
-        threads.emplace_back([this] { matchManyTimes(*original, ROUNDS); });
-    }
-    for (uint32_t i = 0; i < RETAINING_THREADS; ++i) {
-        threads.emplace_back([this] { retainAndDrop(); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    runInThreads(MATCHING_THREADS + RETAINING_THREADS, [this](uint32_t thread) {
+        if (thread < MATCHING_THREADS) {
+            matchManyTimes(*original, ROUNDS);
+        } else {
+            retainAndDrop();
+        }
+    });
     EXPECT_EQ(0U, wrongAnswers);
     EXPECT_TRUE(recorder.order().empty());
     original.reset();
@@ -170,16 +167,10 @@ TEST_P(SharedGroups, AreFreedOnceByWhicheverThreadDropsLast) {
     }
     original.reset();
     EXPECT_TRUE(recorder.order().empty());
-    std::vector<std::thread> threads;
-    for (uint32_t i = 0; i < MATCHING_THREADS; ++i) {
-        threads.emplace_back([this, &copies, i] {
-            matchManyTimes(*copies[i], 10 * i);
-            copies[i].reset();
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    runInThreads(MATCHING_THREADS, [this, &copies](uint32_t thread) {
+        matchManyTimes(*copies[thread], 10 * thread);
+        copies[thread].reset();
+    });
     EXPECT_EQ(0U, wrongAnswers);
     for (const void* handedBack : recorder.order()) {
         EXPECT_EQ(1U, recorder.countOf(handedBack));

@@ -1,11 +1,11 @@
 #include "core/reference_count.h"
 
-#include <array>
 #include <atomic>
 #include <cstdint>
-#include <thread>
 
 #include <gtest/gtest.h>
+
+#include "support/threads.h"
 
 namespace rs::test {
 
@@ -13,17 +13,6 @@ namespace {
 
 constexpr uint32_t THREAD_COUNT = 8;
 constexpr uint32_t ROUNDS = 5000;
-
-template <typename Work>
-void runInThreads(const Work& work) {
-    std::array<std::thread, THREAD_COUNT> threads;
-    for (std::thread& thread : threads) {
-        thread = std::thread(work);
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-}
 
 TEST(ReferenceCount, CountsUpAndDown) {
     uint32_t count = 0;
@@ -44,7 +33,7 @@ TEST(ReferenceCount, NamesTheLastReference) {
 
 TEST(ReferenceCount, LosesNoCountBetweenThreads) {
     uint32_t count = 7;
-    runInThreads([&count] {
+    runInThreads(THREAD_COUNT, [&count](uint32_t /*thread*/) {
         for (uint32_t i = 0; i < ROUNDS; ++i) {
             incrementCount(count);
             incrementCount(count);
@@ -58,7 +47,7 @@ TEST(ReferenceCount, NamesOneLastReferenceAmongThreads) {
     for (uint32_t round = 0; round < 50; ++round) {
         uint32_t refCount = THREAD_COUNT;
         std::atomic<uint32_t> lastOnes{0};
-        runInThreads([&] {
+        runInThreads(THREAD_COUNT, [&](uint32_t /*thread*/) {
             if (dropReference(refCount)) {
                 ++lastOnes;
             }
