@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -113,6 +114,10 @@ struct Validator {
     const char* name;
     int32_t (*validate)(const char* text, uint32_t length);
 };
+
+void PrintTo(const Validator& validator, std::ostream* out) {
+    *out << validator.name;
+}
 
 class ValidateAtPageBorder : public ::testing::TestWithParam<Validator> {};
 

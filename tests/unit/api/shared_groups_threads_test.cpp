@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,10 @@ struct TypeCase {
     std::vector<std::string_view> rules;
     std::vector<Lookup> lookups;
 };
+
+void PrintTo(const TypeCase& row, std::ostream* out) {
+    *out << row.name;
+}
 
 int32_t matchAddress6(const RuleGroup& group, MatchResult& result) {
     const std::array<uint8_t, 16> address{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 10, 0, 0, 9};
