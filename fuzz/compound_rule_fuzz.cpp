@@ -11,6 +11,7 @@
 
 #include "fuzz_check.h"
 #include "rule_status.h"
+#include "support/ipv6_option.h"
 #include "support/reference_compound.h"
 #include "support/text.h"
 
@@ -72,7 +73,7 @@ void checkRecord(const rs::CompoundRule& rule, const CompoundRuleText& expected)
 }
 
 void checkRule(const rs::test::ExactText& text, std::string_view rule, bool allowIpv6) {
-    const rs::fuzz::Ipv6Option option(allowIpv6);
+    const rs::test::Ipv6Option option(allowIpv6);
     const std::optional<CompoundRuleText> expected = rs::test::readCompoundRule(rule, allowIpv6);
     rs::fuzz::checkRuleStatus(RULE_TYPE_COMPOUND, text, expected.has_value(), nullptr);
     OwnedCompoundRule record;

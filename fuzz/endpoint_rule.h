@@ -8,6 +8,7 @@
 
 #include "fuzz_check.h"
 #include "rule_status.h"
+#include "support/ipv6_option.h"
 #include "support/reference_endpoint_text.h"
 #include "support/reference_port.h"
 #include "support/text.h"
@@ -35,7 +36,7 @@ template <typename Fields>
 void checkEndpointRule(const EndpointGrammar<Fields>& grammar, std::string_view rule) {
     const test::ExactText text(rule);
     for (const bool allowIpv6 : {true, false}) {
-        const Ipv6Option option(allowIpv6);
+        const test::Ipv6Option option(allowIpv6);
         const std::optional<test::EndpointRuleText> expected = grammar.read(rule, allowIpv6);
         checkRuleStatus(grammar.ruleType, text, expected.has_value(), grammar.validate);
         if (!expected) {

@@ -9,6 +9,7 @@
 
 #include "fuzz_check.h"
 #include "rule_status.h"
+#include "support/ipv6_option.h"
 #include "support/reference_ip.h"
 #include "support/reference_port.h"
 #include "support/text.h"
@@ -54,7 +55,7 @@ void checkConversion(const ExactText& text, const std::optional<AddressRange>& r
 
 // The option counts here, and not in the validators of ranges.
 void checkRule(const ExactText& text, bool isRule, bool allowIpv6) {
-    const rs::fuzz::Ipv6Option option(allowIpv6);
+    const rs::test::Ipv6Option option(allowIpv6);
     for (const int32_t type : {RULE_TYPE_IP, RULE_TYPE_IP_ALT}) {
         rs::fuzz::checkRuleStatus(type, text, isRule, rs_validateRule_IP);
     }

@@ -11,6 +11,7 @@
 #include "fuzz_check.h"
 #include "ip/ip_match.h"
 #include "rule_texts.h"
+#include "support/address_words.h"
 #include "support/reference_compound.h"
 #include "support/reference_domain.h"
 #include "support/reference_endpoint.h"
@@ -45,11 +46,6 @@ void checkAnswer(const char* lookup, const Rule* winner, const Match& match) {
 Number128 takeEdge(const test::AddressRange& range, ByteReader& input) {
     const Number128 edges[] = {range.low, range.high, range.low - 1, range.high + 1};
     return input.pick(edges);
-}
-
-AddressWords addressWords(Number128 address) {
-    return {static_cast<uint32_t>(address >> 96U), static_cast<uint32_t>(address >> 64U),
-            static_cast<uint32_t>(address >> 32U), static_cast<uint32_t>(address)};
 }
 
 class IpModel : public RuleModel {
@@ -110,7 +106,7 @@ private:
         checkAnswer("the lookup in family 6", rules_.findIpv6(address), [&](MatchResult* result) {
             return rs_matchIPRuleGroupEx(&group, 6, block.data() + 1, result);
         });
-        const AddressWords words = addressWords(address);
+        const AddressWords words = test::addressWords(address);
         checkAnswer("the lookup of 128 bits for one value", rules_.findIpv6(address, ruleValue),
                     [&](MatchResult* result) {
                         return matchIpv6WithValue(
@@ -349,8 +345,8 @@ private:
     }
 
     void checkPair6(const RuleGroup& group, const test::EndpointKey& key) const {
-        const AddressWords first = addressWords(key.firstAddress);
-        const AddressWords second = addressWords(key.secondAddress);
+        const AddressWords first = test::addressWords(key.firstAddress);
+        const AddressWords second = test::addressWords(key.secondAddress);
         checkAnswer("the lookup of two endpoints of 128 bits", resultOf(rules_.findPair6(key)),
                     [&](MatchResult* result) {
                         return isIpPort() ? matchIpPortPair6(&group, first, key.firstPort, second,
@@ -367,7 +363,7 @@ private:
         check(status4 == (rules_.coversSecond4(key4.secondAddress, key4.secondPort) ? 1 : 0),
               "the lookup of a second IPv4 endpoint");
         const int32_t status6 =
-            matchSecondEndpoint6(&group, addressWords(key.secondAddress), key.secondPort);
+            matchSecondEndpoint6(&group, test::addressWords(key.secondAddress), key.secondPort);
         check(status6 == (rules_.coversSecond6(key.secondAddress, key.secondPort) ? 1 : 0),
               "the lookup of a second endpoint of 128 bits");
     }

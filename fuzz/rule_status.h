@@ -2,7 +2,6 @@
 #pragma once
 
 #include <ruleset.h>
-#include <ruleset_static.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -12,15 +11,6 @@
 #include "support/text.h"
 
 namespace rs::fuzz {
-
-// While it lives, rule texts may name IPv6 addresses or not; afterwards they may, as at first.
-class Ipv6Option {
-public:
-    explicit Ipv6Option(bool allowIpv6) { setLibraryOption(RULE_OPTION_IPV6, allowIpv6 ? 1 : 0); }
-    ~Ipv6Option() { setLibraryOption(RULE_OPTION_IPV6, 1); }
-    Ipv6Option(const Ipv6Option&) = delete;
-    Ipv6Option& operator=(const Ipv6Option&) = delete;
-};
 
 using Validate = int32_t (*)(const char* text, uint32_t length);
 

@@ -25,6 +25,7 @@
 #include "support/comparison_count.h"
 #include "support/endpoint_pair.h"
 #include "support/expected_match.h"
+#include "support/ipv6_option.h"
 #include "support/match_result.h"
 #include "support/random_compound.h"
 #include "support/random_source.h"

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "support/endpoint_pair.h"
+#include "support/ipv6_option.h"
 #include "support/match_result.h"
 #include "support/random_endpoints.h"
 #include "support/random_source.h"

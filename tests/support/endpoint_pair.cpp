@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/comparison_count.h"
+#include "support/ipv6_option.h"
 #include "support/match_result.h"
 #include "support/text.h"
 
@@ -89,11 +90,6 @@ void addRandomRules(EndpointPair& pair, size_t count, const std::function<std::s
     for (size_t i = 0; i < count && !::testing::Test::HasFatalFailure(); ++i) {
         pair.add(nextRule(), random);
     }
-}
-
-AddressWords addressWords(Number128 address) {
-    return {static_cast<uint32_t>(address >> 96U), static_cast<uint32_t>(address >> 64U),
-            static_cast<uint32_t>(address >> 32U), static_cast<uint32_t>(address)};
 }
 
 void expectPairAnswer(const ReferenceEndpointRule* winner, int32_t status,

@@ -12,21 +12,13 @@
 #include <string_view>
 #include <vector>
 
+#include "support/address_words.h"
 #include "support/random_source.h"
 #include "support/reference_endpoint.h"
 #include "support/release_recorder.h"
 #include "support/rule_handles.h"
 
 namespace rs::test {
-
-// While it lives, rule texts may name IPv6 addresses or not; afterwards they may, as at first.
-class Ipv6Option {
-public:
-    explicit Ipv6Option(bool allowIpv6) { setLibraryOption(RULE_OPTION_IPV6, allowIpv6 ? 1 : 0); }
-    ~Ipv6Option() { setLibraryOption(RULE_OPTION_IPV6, 1); }
-    Ipv6Option(const Ipv6Option&) = delete;
-    Ipv6Option& operator=(const Ipv6Option&) = delete;
-};
 
 // How often a lookup agreed with the reference, and how often it found a rule.
 class ComparisonCount {
@@ -80,8 +72,6 @@ private:
 // Adds `count` random texts, of which some are refused.
 void addRandomRules(EndpointPair& pair, size_t count, const std::function<std::string()>& nextRule,
                     RandomSource& random);
-
-AddressWords addressWords(Number128 address);
 
 // Compares a pair lookup that began with UNTOUCHED.
 void expectPairAnswer(const ReferenceEndpointRule* winner, int32_t status,

@@ -12,6 +12,7 @@
 #include "core/rule_set.h"
 #include "domain/domain_index.h"
 #include "lookup/chain_blocks.h"
+#include "support/address_words.h"
 #include "support/text.h"
 #include "url/url_index.h"
 
@@ -51,10 +52,6 @@ constexpr uint32_t SECOND_ADDRESSES4[] = {0x0A000001, 0xC0A80001};
 constexpr AddressWords OWN_ADDRESSES6[] = {
     {0x20010DB8, 0, 0, 1}, {0x20010DB8, 0, 0, 0xFFFF}, {0xFE800000, 0, 0, 1}};
 constexpr uint32_t PORTS[] = {80, 443, 5000};
-
-constexpr AddressWords mapped(uint32_t address) {
-    return {0, 0, 0xFFFF, address};
-}
 
 std::vector<AddressWords> addresses6() {
     std::vector<AddressWords> addresses(std::begin(OWN_ADDRESSES6), std::end(OWN_ADDRESSES6));

@@ -7,6 +7,7 @@
 #include "core/rule_group.h"
 #include "endpoint/endpoint_structures.h"
 #include "ipport/ip_port_index.h"
+#include "support/address_words.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
 #include "support/winner.h"
@@ -14,10 +15,6 @@
 namespace rs::test {
 
 namespace {
-
-AddressWords mapped(uint32_t address) {
-    return {0, 0, 0xFFFF, address};
-}
 
 // The winner of a pair of IPv4 endpoints, 0 for none, in the IPv4 structures and, the addresses in
 // mapped form, in the 128-bit ones; which must agree.
