@@ -28,7 +28,7 @@ uint32_t winnerOfBytes(const RuleGroup& group, int32_t family, const uint8_t* by
         [&](MatchResult* result) { return rs_matchIPRuleGroupEx(&group, family, bytes, result); });
 }
 
-TEST(Match, ReportsTheWinningRule) {
+TEST(IpMatchApi, ReportsTheWinningRule) {
     int userData = 0;
     const RuleGroupHandle group = makeIpGroup({{"10.0.0.0/8", 4}, {"192.168.0.1", 5, &userData}});
     MatchResult result = UNTOUCHED;
@@ -44,7 +44,7 @@ TEST(Match, ReportsTheWinningRule) {
     EXPECT_EQ(nullptr, result.userData);
 }
 
-TEST(Match, PrefersTheEarlierRule) {
+TEST(IpMatchApi, PrefersTheEarlierRule) {
     const RuleGroupHandle rangeFirst = makeIpGroup({{"10.0.0.0/8"}, {"10.1.1.1"}});
     EXPECT_EQ(1, winnerOfNumber(*rangeFirst, 0x0A010101));
     const RuleGroupHandle hostFirst = makeIpGroup({{"10.1.1.1"}, {"10.0.0.0/8"}});
@@ -52,7 +52,7 @@ TEST(Match, PrefersTheEarlierRule) {
     EXPECT_EQ(2, winnerOfNumber(*hostFirst, 0x0A010102));
 }
 
-TEST(Match, FindsNothingInAnEmptyGroup) {
+TEST(IpMatchApi, FindsNothingInAnEmptyGroup) {
     const RuleGroupHandle group = makeIpGroup({});
     for (const uint32_t address : {0U, 1U, 0x0A000001U, 0x80000000U, 0xFFFFFFFFU}) {
         EXPECT_EQ(0, winnerOfNumber(*group, address));
@@ -60,7 +60,7 @@ TEST(Match, FindsNothingInAnEmptyGroup) {
     EXPECT_EQ(0, winnerOfBytes(*group, 6, MAPPED_10_0_0_1.data()));
 }
 
-TEST(MatchEx, InFamily4ReadsNetworkOrder) {
+TEST(IpMatchExApi, InFamily4ReadsNetworkOrder) {
     const RuleGroupHandle group = makeIpGroup({{"10.0.0.1"}, {"1.2.3.4"}, {"255.0.0.0/8"}});
     // An odd address: nothing needs alignment.
     constexpr std::array<uint8_t, 13> BYTES = {9, 10, 0, 0, 1, 1, 2, 3, 4, 0xFF, 0x80, 0x7F, 0xFE};
@@ -72,7 +72,7 @@ TEST(MatchEx, InFamily4ReadsNetworkOrder) {
     EXPECT_EQ(0, winnerOfNumber(*group, 0x0100000A));
 }
 
-TEST(MatchEx, InFamily6ReadsNetworkOrder) {
+TEST(IpMatchExApi, InFamily6ReadsNetworkOrder) {
     const RuleGroupHandle group = makeIpGroup({{"102:304:506:708:90a:b0c:d0e:f10"}});
     constexpr std::array<uint8_t, 17> BYTES = {0, 1,  2,  3,  4,  5,  6,  7, 8,
                                                9, 10, 11, 12, 13, 14, 15, 16};
@@ -80,14 +80,14 @@ TEST(MatchEx, InFamily6ReadsNetworkOrder) {
     EXPECT_EQ(0, winnerOfBytes(*group, 6, BYTES.data()));
 }
 
-TEST(MatchEx, FindsIpv4RulesForMappedAddressesOnly) {
+TEST(IpMatchExApi, FindsIpv4RulesForMappedAddressesOnly) {
     const RuleGroupHandle group = makeIpGroup({{"10.0.0.1"}});
     EXPECT_EQ(1, winnerOfBytes(*group, 6, MAPPED_10_0_0_1.data()));
     EXPECT_EQ(0, winnerOfBytes(*group, 6, COMPATIBLE_10_0_0_1.data()));
     EXPECT_EQ(1, winnerOfBytes(*group, 4, MAPPED_10_0_0_1.data() + 12));
 }
 
-TEST(MatchEx, FindsMappedRulesInBothFamilies) {
+TEST(IpMatchExApi, FindsMappedRulesInBothFamilies) {
     const RuleGroupHandle group = makeIpGroup({{"::ffff:a00:1"}, {"::ffff:10.0.0.0/104"}});
     EXPECT_EQ(1, winnerOfBytes(*group, 6, MAPPED_10_0_0_1.data()));
     EXPECT_EQ(1, winnerOfBytes(*group, 4, MAPPED_10_0_0_1.data() + 12));
@@ -98,14 +98,14 @@ TEST(MatchEx, FindsMappedRulesInBothFamilies) {
     EXPECT_EQ(1, winnerOfBytes(*compatible, 6, COMPATIBLE_10_0_0_1.data()));
 }
 
-TEST(MatchEx, LetsARangeOverTheMappedBlockCoverItInFamily6Only) {
+TEST(IpMatchExApi, LetsARangeOverTheMappedBlockCoverItInFamily6Only) {
     const RuleGroupHandle group = makeIpGroup({{"::/1"}, {"10.0.0.1"}});
     EXPECT_EQ(1, winnerOfBytes(*group, 6, MAPPED_10_0_0_1.data()));
     EXPECT_EQ(2, winnerOfBytes(*group, 4, MAPPED_10_0_0_1.data() + 12));
     EXPECT_EQ(0, winnerOfNumber(*group, 0x0A000002));
 }
 
-TEST(Match, RefusesNullArguments) {
+TEST(IpMatchApi, RefusesNullArguments) {
     const RuleGroupHandle group = makeIpGroup({{"10.0.0.1"}});
     MatchResult result = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchIPRuleGroup(nullptr, 0x0A000001, &result));
@@ -121,7 +121,7 @@ TEST(Match, RefusesNullArguments) {
     EXPECT_EQ(UNTOUCHED, result);
 }
 
-TEST(MatchEx, KnowsTwoFamilies) {
+TEST(IpMatchExApi, KnowsTwoFamilies) {
     const RuleGroupHandle group = makeIpGroup({{"0.0.0.0-255.255.255.255"}, {"::/1"}});
     for (const int32_t family : {0, 1, 2, 3, 5, 7, 10, -4, -6, 0x104, INT32_MAX, INT32_MIN}) {
         MatchResult result = UNTOUCHED;
@@ -132,7 +132,7 @@ TEST(MatchEx, KnowsTwoFamilies) {
     }
 }
 
-TEST(Match, RefusesGroupsOfOtherTypes) {
+TEST(IpMatchApi, RefusesGroupsOfOtherTypes) {
     for (const int32_t type : {RULE_TYPE_FQDN, RULE_TYPE_URL, RULE_TYPE_PACKET_FILTER,
                                RULE_TYPE_IP_PORT, RULE_TYPE_COMPOUND}) {
         const RuleGroupHandle group = buildRuleGroup(*newRuleSet(type));

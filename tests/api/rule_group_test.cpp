@@ -66,7 +66,7 @@ TEST(RuleGroup, DoesNotReferToItsSet) {
 
 // Who gets userData back.
 
-TEST(UserData, IsHandedBackOncePerRuleWhenTheGroupIsDeleted) {
+TEST(GroupUserData, IsHandedBackOncePerRuleWhenTheGroupIsDeleted) {
     int userData[6] = {};
     ReleaseRecorder recorder;
     const RuleSetHandle set = makeIpRuleSet({{"10.0.0.1", 1, &userData[0]},
@@ -86,7 +86,7 @@ TEST(UserData, IsHandedBackOncePerRuleWhenTheGroupIsDeleted) {
     }
 }
 
-TEST(UserData, OfADuplicateIsHandedBackByTheBuild) {
+TEST(GroupUserData, OfADuplicateIsHandedBackByTheBuild) {
     int first = 0;
     int second = 0;
     ReleaseRecorder recorder;
@@ -102,7 +102,7 @@ TEST(UserData, OfADuplicateIsHandedBackByTheBuild) {
     EXPECT_EQ((Pointers{&second, &first}), recorder.order());
 }
 
-TEST(UserData, OfADuplicateIsHandedBackByTheFirstBuildOnly) {
+TEST(GroupUserData, OfADuplicateIsHandedBackByTheFirstBuildOnly) {
     int first = 0;
     int second = 0;
     ReleaseRecorder recorder;
@@ -116,7 +116,7 @@ TEST(UserData, OfADuplicateIsHandedBackByTheFirstBuildOnly) {
     EXPECT_EQ(3, recorder.countOf(&first));
 }
 
-TEST(UserData, OfRulesWithOtherValuesStaysInTheGroup) {
+TEST(GroupUserData, OfRulesWithOtherValuesStaysInTheGroup) {
     int userData[3] = {};
     ReleaseRecorder recorder;
     const RuleSetHandle set = makeIpRuleSet({{"10.0.0.1", 5, &userData[0]},
@@ -129,7 +129,7 @@ TEST(UserData, OfRulesWithOtherValuesStaysInTheGroup) {
     EXPECT_EQ((Pointers{&userData[0], &userData[1], &userData[2]}), recorder.order());
 }
 
-TEST(UserData, IsNotTheSets) {
+TEST(GroupUserData, IsNotTheSets) {
     int userData = 0;
     ReleaseRecorder recorder;
     RuleSetHandle set = makeIpRuleSet({{"10.0.0.1", 5, &userData}, {"10.0.0.1", 5, &userData}});
@@ -138,7 +138,7 @@ TEST(UserData, IsNotTheSets) {
     EXPECT_TRUE(recorder.order().empty());
 }
 
-TEST(UserData, IsHandedBackThroughTheCallbackOfTheBuild) {
+TEST(GroupUserData, IsHandedBackThroughTheCallbackOfTheBuild) {
     int userData = 0;
     ReleaseRecorder before;
     ReleaseRecorder after;
@@ -164,7 +164,7 @@ TEST(UserData, IsHandedBackThroughTheCallbackOfTheBuild) {
     EXPECT_EQ(2, after.order().size());
 }
 
-TEST(UserData, GoesToTheEarlierCallbackWhenARegistrationFails) {
+TEST(GroupUserData, GoesToTheEarlierCallbackWhenARegistrationFails) {
     int userData = 0;
     ReleaseRecorder recorder;
     ReleaseRecorder other;
@@ -177,7 +177,7 @@ TEST(UserData, GoesToTheEarlierCallbackWhenARegistrationFails) {
     EXPECT_TRUE(other.order().empty());
 }
 
-TEST(UserData, OfADuplicateWithoutACallbackIsHandedBackByALaterBuild) {
+TEST(GroupUserData, OfADuplicateWithoutACallbackIsHandedBackByALaterBuild) {
     int userData = 0;
     ReleaseRecorder recorder;
     const RuleSetHandle set = makeIpRuleSet({{"10.0.0.1"}, {"10.0.0.1", 0, &userData}});
@@ -189,7 +189,7 @@ TEST(UserData, OfADuplicateWithoutACallbackIsHandedBackByALaterBuild) {
     EXPECT_EQ(Pointers{&userData}, recorder.order());
 }
 
-TEST(UserData, IsNeverNull) {
+TEST(GroupUserData, IsNeverNull) {
     ReleaseRecorder recorder;
     const RuleSetHandle set = makeIpRuleSet({{"10.0.0.1"}, {"10.0.0.1"}, {"10.0.0.0/8"}, {"::1"}});
     recorder.registerOn(*set);
@@ -197,7 +197,7 @@ TEST(UserData, IsNeverNull) {
     EXPECT_TRUE(recorder.order().empty());
 }
 
-TEST(UserData, ComesWithTheContextOfTheRegistration) {
+TEST(GroupUserData, ComesWithTheContextOfTheRegistration) {
     struct Context {
         int calls;
     };
@@ -226,7 +226,7 @@ TEST(UserData, ComesWithTheContextOfTheRegistration) {
 
 // A range of IPv6 addresses around the IPv4-mapped ones covers them in family 6 only, so that the
 // same rule can be superfluous there and needed in family 4, and the other way round.
-TEST(UserData, OfARuleThatOneFamilyRefusesIsHandedBackOnce) {
+TEST(GroupUserData, OfARuleThatOneFamilyRefusesIsHandedBackOnce) {
     int neededInFamily4 = 0;
     int neededInFamily6 = 0;
     ReleaseRecorder recorder;

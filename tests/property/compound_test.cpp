@@ -283,7 +283,7 @@ private:
 
 }  // namespace
 
-TEST(CompoundTexts, NumbersReadAlike) {
+TEST(CompoundTextProperty, NumbersReadAlike) {
     uint64_t accepted = 0;
     forEachCase(50000, [&accepted](RandomSource& random) {
         const std::string text = randomCompoundNumber(random);
@@ -300,7 +300,7 @@ TEST(CompoundTexts, NumbersReadAlike) {
     EXPECT_LT(propertyCases(50000) / 4, accepted);
 }
 
-TEST(CompoundTexts, RulesAndMutatedOnesAreStoredAlike) {
+TEST(CompoundTextProperty, RulesAndMutatedOnesAreStoredAlike) {
     uint64_t accepted = 0;
     forEachCase(4000, [&accepted](RandomSource& random) {
         RandomCompound compound(random.oneIn(4) ? 10 : 60, random);
@@ -316,7 +316,7 @@ TEST(CompoundTexts, RulesAndMutatedOnesAreStoredAlike) {
     EXPECT_LT(propertyCases(4000) * 3, accepted);
 }
 
-TEST(CompoundTexts, LongRulesAreStoredAlike) {
+TEST(CompoundTextProperty, LongRulesAreStoredAlike) {
     uint64_t accepted = 0;
     forEachCase(200, [&accepted](RandomSource& random) {
         RandomCompound compound(100000, random);

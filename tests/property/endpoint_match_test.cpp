@@ -157,8 +157,8 @@ class EndpointMatchProperty : public ::testing::Test {};
 TYPED_TEST_SUITE(EndpointMatchProperty, EndpointTypes, TypeNames);
 
 template <typename Comparisons>
-class EndpointTexts : public ::testing::Test {};
-TYPED_TEST_SUITE(EndpointTexts, EndpointTypes, TypeNames);
+class EndpointTextProperty : public ::testing::Test {};
+TYPED_TEST_SUITE(EndpointTextProperty, EndpointTypes, TypeNames);
 
 TYPED_TEST(EndpointMatchProperty, OfSmallSetsAgreesWithReference) {
     TypeParam comparisons;
@@ -259,7 +259,7 @@ TEST(PacketFilterMatchProperty, OfTwoGroupsOfOneSetIsTheSame) {
     });
 }
 
-TYPED_TEST(EndpointTexts, MutatedRulesReadAlike) {
+TYPED_TEST(EndpointTextProperty, MutatedRulesReadAlike) {
     uint64_t accepted = 0;
     forEachCase(50000, [&accepted](RandomSource& random) {
         RandomEndpoints endpoints(TypeParam::TYPE, 3, random);
@@ -272,7 +272,7 @@ TYPED_TEST(EndpointTexts, MutatedRulesReadAlike) {
     EXPECT_LT(propertyCases(50000) / TypeParam::ONE_IN, accepted);
 }
 
-TYPED_TEST(EndpointTexts, LongRulesReadAlike) {
+TYPED_TEST(EndpointTextProperty, LongRulesReadAlike) {
     forEachCase(600, [](RandomSource& random) {
         const std::string text =
             longEndpointRule(TypeParam::TYPE, random.between(4085, 4105), random);

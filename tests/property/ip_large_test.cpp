@@ -158,9 +158,9 @@ void checkQuery(const RuleGroup& group, Number128 address, const Sweep& ipv4View
     }
 }
 
-class LargeIpSet : public ::testing::Test {
+class LargeIpSetProperty : public ::testing::Test {
 protected:
-    LargeIpSet() : tokens(propertySize(RULE_COUNT)), set(newRuleSet(RULE_TYPE_IP)) {}
+    LargeIpSetProperty() : tokens(propertySize(RULE_COUNT)), set(newRuleSet(RULE_TYPE_IP)) {}
 
     void SetUp() override {
         ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
@@ -223,7 +223,7 @@ protected:
     ReferenceIpRules reference;
 };
 
-TEST_F(LargeIpSet, AnswersLikeTheSweepAtTheEdgesOfItsRules) {
+TEST_F(LargeIpSetProperty, AnswersLikeTheSweepAtTheEdgesOfItsRules) {
     SCOPED_TRACE(::testing::Message() << "RULESET_PROPERTY_SEED=" << propertySeed());
     const Sweep ipv4View(reference.rules(), true);
     const Sweep ipv6View(reference.rules(), false);

@@ -172,23 +172,23 @@ void checkRandomSet(RandomSource& random, uint64_t ruleCount, uint64_t keyCount)
     }
 }
 
-TEST(IpRules, SmallSetsAnswerLikeTheWalk) {
+TEST(IpMatchProperty, SmallSetsAnswerLikeTheWalk) {
     forEachCase(5000, [](RandomSource& random) {
         checkRandomSet(random, random.between(1, random.oneIn(4) ? 60 : 8), 60);
     });
 }
 
-TEST(IpRules, MediumSetsAnswerLikeTheWalk) {
+TEST(IpMatchProperty, MediumSetsAnswerLikeTheWalk) {
     forEachCase(
         100, [](RandomSource& random) { checkRandomSet(random, random.between(100, 500), 500); });
 }
 
-TEST(IpRules, SetsOfThousandsAnswerLikeTheWalk) {
+TEST(IpMatchProperty, SetsOfThousandsAnswerLikeTheWalk) {
     forEachCase(
         15, [](RandomSource& random) { checkRandomSet(random, random.between(1000, 5000), 1000); });
 }
 
-TEST(IpRules, EmptySetMatchesNothing) {
+TEST(IpMatchProperty, EmptySetMatchesNothing) {
     RulePair pair(0);
     pair.checkBuild([&](const RuleGroup& group) {
         for (const Number128 address : {Number128{0}, FIRST_MAPPED, LAST_MAPPED, LAST_ADDRESS}) {
@@ -200,14 +200,14 @@ TEST(IpRules, EmptySetMatchesNothing) {
 // The views of 32 and of 128 bits may differ in what they find superfluous; userData goes back once
 // all the same.
 
-TEST(IpRules, RuleSuperfluousIn128BitsOnlyKeepsItsUserDataUntilDelete) {
+TEST(IpMatchProperty, RuleSuperfluousIn128BitsOnlyKeepsItsUserDataUntilDelete) {
     RulePair pair(2);
     pair.add("::/1", 5, 1, false);
     pair.add("10.0.0.0/8", 5, 2, true);
     pair.checkBuild([](const RuleGroup&) {});
 }
 
-TEST(IpRules, RuleSuperfluousIn32BitsOnlyHandsItsUserDataBackAtBuild) {
+TEST(IpMatchProperty, RuleSuperfluousIn32BitsOnlyHandsItsUserDataBackAtBuild) {
     RulePair pair(4);
     // Opens one node in 128 bits for what are two nodes in 32 bits.
     pair.add("::fffe:ffff:0-::ffff:0:64", 9, 1, false);

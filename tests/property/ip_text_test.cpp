@@ -100,7 +100,7 @@ std::string randomAddressText(RandomSource& random) {
     return writeIpv6Address(random.oneIn(2) ? address & mask : address, random);
 }
 
-TEST(IpTexts, ReferenceReadsWhatWasWritten) {
+TEST(IpTextProperty, ReferenceReadsWhatWasWritten) {
     forEachCase(20000, [](RandomSource& random) {
         const uint32_t ipv4 = random.bits32() & random.bits32();
         EXPECT_EQ(ipv4, readIpv4Address(writeIpv4Address(ipv4)));
@@ -117,7 +117,7 @@ TEST(IpTexts, ReferenceReadsWhatWasWritten) {
     });
 }
 
-TEST(IpTexts, GoodRulesReadAlike) {
+TEST(IpTextProperty, GoodRulesReadAlike) {
     forEachCase(2000, [](RandomSource& random) {
         RandomIpRules rules(random);
         for (int i = 0; i < 50; ++i) {
@@ -128,7 +128,7 @@ TEST(IpTexts, GoodRulesReadAlike) {
     });
 }
 
-TEST(IpTexts, BentRulesReadAlike) {
+TEST(IpTextProperty, BentRulesReadAlike) {
     forEachCase(2000, [](RandomSource& random) {
         RandomIpRules rules(random);
         for (int i = 0; i < 100; ++i) {
@@ -137,7 +137,7 @@ TEST(IpTexts, BentRulesReadAlike) {
     });
 }
 
-TEST(IpTexts, BentAddressesReadAlike) {
+TEST(IpTextProperty, BentAddressesReadAlike) {
     forEachCase(50000, [](RandomSource& random) {
         const std::string text = randomAddressText(random);
         checkText(text);
@@ -146,7 +146,7 @@ TEST(IpTexts, BentAddressesReadAlike) {
 }
 
 // Short texts of the few characters that matter come close to every branch of the readers.
-TEST(IpTexts, TextsOfFewCharactersReadAlike) {
+TEST(IpTextProperty, TextsOfFewCharactersReadAlike) {
     forEachCase(200000, [](RandomSource& random) {
         constexpr std::string_view CHARACTERS = "::::11.../-0fg 2";
         std::string text;
@@ -159,7 +159,7 @@ TEST(IpTexts, TextsOfFewCharactersReadAlike) {
 }
 
 // Every sequence of groups and colons of up to ten pieces.
-TEST(IpTexts, AllShapesOfAddressesReadAlike) {
+TEST(IpTextProperty, AllShapesOfAddressesReadAlike) {
     constexpr uint32_t LONGEST = 10;
     for (uint32_t length = 0; length <= LONGEST; ++length) {
         for (uint32_t shape = 0; shape < 1U << length; ++shape) {
@@ -176,7 +176,7 @@ TEST(IpTexts, AllShapesOfAddressesReadAlike) {
 }
 
 // The length of an IPv4 prefix is not checked for digits, so every pair of characters is tried.
-TEST(IpTexts, AllShortPrefixLengthsReadAlike) {
+TEST(IpTextProperty, AllShortPrefixLengthsReadAlike) {
     for (uint32_t first = 0; first < 256; ++first) {
         for (uint32_t second = 0; second < 256; ++second) {
             std::string text = "10.1.2.3/";
@@ -188,7 +188,7 @@ TEST(IpTexts, AllShortPrefixLengthsReadAlike) {
     }
 }
 
-TEST(IpTexts, RandomPrefixLengthsReadAlike) {
+TEST(IpTextProperty, RandomPrefixLengthsReadAlike) {
     forEachCase(100000, [](RandomSource& random) {
         std::string text = random.oneIn(4) ? "2001:db8::/" : "10.1.2.3/";
         const uint64_t length = random.between(1, 4);
@@ -201,7 +201,7 @@ TEST(IpTexts, RandomPrefixLengthsReadAlike) {
 }
 
 // Blanks do not count towards the longest item.
-TEST(IpTexts, LongTextsReadAlike) {
+TEST(IpTextProperty, LongTextsReadAlike) {
     for (size_t length = 4085; length <= 4105; ++length) {
         checkText(std::string(length, ' ') + "::1");
         checkText("::1" + std::string(length, '\n'));

@@ -48,7 +48,7 @@ void checkText(std::string_view content) {
     }
 }
 
-TEST(PortTexts, RandomFieldsReadAlike) {
+TEST(PortTextProperty, RandomFieldsReadAlike) {
     forEachCase(100000, [](RandomSource& random) {
         const std::string text = randomPortText(random);
         checkText(text);
@@ -56,7 +56,7 @@ TEST(PortTexts, RandomFieldsReadAlike) {
     });
 }
 
-TEST(PortTexts, TextsOfFewCharactersReadAlike) {
+TEST(PortTextProperty, TextsOfFewCharactersReadAlike) {
     forEachCase(200000, [](RandomSource& random) {
         constexpr std::string_view CHARACTERS = "0156699---,,*";
         std::string text;
@@ -68,7 +68,7 @@ TEST(PortTexts, TextsOfFewCharactersReadAlike) {
     });
 }
 
-TEST(PortTexts, AllPortsReadAlike) {
+TEST(PortTextProperty, AllPortsReadAlike) {
     for (uint32_t port = 0; port < 100010; port += RULESET_TESTS_SANITIZED != 0 ? 97 : 1) {
         const std::string text = std::to_string(port);
         checkText(text);

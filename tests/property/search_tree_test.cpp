@@ -88,15 +88,15 @@ void useTree(RandomSource& random, uint32_t size, uint32_t stepsBetweenChecks) {
     expectContent(*tree, numbers);
 }
 
-TEST(SearchTrees, SmallOnesStayBalanced) {
+TEST(SearchTreeProperty, SmallOnesStayBalanced) {
     forEachCase(3000, [](RandomSource& random) { useTree(random, random.below32(24), 1); });
 }
 
-TEST(SearchTrees, LargeOnesStayBalanced) {
+TEST(SearchTreeProperty, LargeOnesStayBalanced) {
     forEachCase(20, [](RandomSource& random) { useTree(random, 2000, 211); });
 }
 
-TEST(SearchTrees, FreeingHandsEveryKeyBack) {
+TEST(SearchTreeProperty, FreeingHandsEveryKeyBack) {
     forEachCase(300, [](RandomSource& random) {
         std::vector<uint32_t> released;
         OwnedSearchTree tree(
@@ -131,7 +131,7 @@ void expectIntervalEntries(const SearchTree* tree) {
     }
 }
 
-TEST(SearchTrees, GroupsHoldGoodOnes) {
+TEST(SearchTreeProperty, GroupsHoldGoodOnes) {
     forEachCase(300, [](RandomSource& random) {
         const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
         RandomIpRules rules(random);

@@ -21,7 +21,7 @@ std::array<const RuleList*, 6> listsOf(const RuleSet& set) {
             &set.packetFilterRules, &set.ipPortRules, &set.compoundRules};
 }
 
-TEST(NewRuleSet, IsEmptyWhateverItsType) {
+TEST(NewRuleSetRecord, IsEmptyWhateverItsType) {
     for (int32_t type = RULE_TYPE_IP; type <= RULE_TYPE_COMPOUND; ++type) {
         SCOPED_TRACE(type);
         const RuleSetHandle set = newRuleSet(type);
@@ -38,7 +38,7 @@ TEST(NewRuleSet, IsEmptyWhateverItsType) {
     }
 }
 
-TEST(AddedRule, StandsAtTheTailOfTheListOfItsType) {
+TEST(AddedRuleRecord, StandsAtTheTailOfTheListOfItsType) {
     for (const int32_t type : {RULE_TYPE_IP, RULE_TYPE_IP_ALT}) {
         int userData = 0;
         const RuleSetHandle set = newRuleSet(type);
@@ -63,7 +63,7 @@ TEST(AddedRule, StandsAtTheTailOfTheListOfItsType) {
     }
 }
 
-TEST(AddedRule, RaisesHasUserDataForGood) {
+TEST(AddedRuleRecord, RaisesHasUserDataForGood) {
     int userData = 0;
     const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
     ASSERT_EQ(RULE_OK, rs_addRuleToRuleSet(set.get(), "10.0.0.1", 8, 1, 1));
@@ -80,7 +80,7 @@ TEST(AddedRule, RaisesHasUserDataForGood) {
 }
 
 // Each step removes the first reason to refuse that is left.
-TEST(AddedRule, IsCheckedInOrder) {
+TEST(AddedRuleRecord, IsCheckedInOrder) {
     int userData = 0;
     for (const uint32_t badType : BAD_TYPES) {
         SCOPED_TRACE(badType);
@@ -108,7 +108,7 @@ TEST(AddedRule, IsCheckedInOrder) {
     }
 }
 
-TEST(AddedRule, OfEveryTypeIsCountedUpToTheLastNumber) {
+TEST(AddedRuleRecord, OfEveryTypeIsCountedUpToTheLastNumber) {
     struct Row {
         int32_t type;
         RuleList RuleSet::*list;
@@ -135,14 +135,14 @@ TEST(AddedRule, OfEveryTypeIsCountedUpToTheLastNumber) {
     }
 }
 
-TEST(AddedRule, MeetsOnlyTheLimitOfItsOwnList) {
+TEST(AddedRuleRecord, MeetsOnlyTheLimitOfItsOwnList) {
     const RuleSetHandle set = newRuleSet(RULE_TYPE_IP_ALT);
     set->domainRules.ruleCount = UINT32_MAX;
     set->compoundRules.ruleCount = UINT32_MAX;
     EXPECT_EQ(RULE_OK, addRule(*set, "10.0.0.1", 1, 1));
 }
 
-TEST(RuleCallback, IsStoredOnlyForItsKind) {
+TEST(RuleSetCallback, IsStoredOnlyForItsKind) {
     int first = 0;
     int second = 0;
     const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr uint32_t ONES = 0xFFFFFFFF;
 
-TEST(Addresses, CompareAsUnsignedNumbers) {
+TEST(Address128, ComparesAsUnsignedNumbers) {
     constexpr uint32_t ASCENDING[] = {0, 1, 0x7FFFFFFF, 0x80000000, ONES};
     for (const uint32_t& left : ASCENDING) {
         for (const uint32_t& right : ASCENDING) {
@@ -20,7 +20,7 @@ TEST(Addresses, CompareAsUnsignedNumbers) {
     }
 }
 
-TEST(Addresses, CompareWordByWord) {
+TEST(Address128, ComparesWordByWord) {
     constexpr Address128 ASCENDING[] = {
         {{0, 0, 0, 0}},          {{0, 0, 0, ONES}}, {{0, 0, 1, 0}}, {{0, 0, ONES, 5}},
         {{0, 1, 0, 0}},          {{1, 0, 0, 0}},    {{1, 0, 0, 1}}, {{1, 1, 0, 0}},
@@ -34,7 +34,7 @@ TEST(Addresses, CompareWordByWord) {
     }
 }
 
-TEST(Addresses, StepBetweenNeighbours) {
+TEST(Address128, StepsToItsNeighbours) {
     constexpr struct {
         Address128 address;
         Address128 next;
