@@ -5,26 +5,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
 #include "fuzz_check.h"
 #include "support/reference_url_text.h"
 #include "support/text.h"
+#include "support/url_piece_text.h"
 #include "url/url_match.h"
 
 namespace {
-
-// Nothing for an absent piece. A piece must lie within the text.
-std::optional<std::string> textOf(const rs::UrlPiece& piece) {
-    return piece.text == nullptr ? std::nullopt
-                                 : std::optional(std::string(piece.text, piece.length));
-}
-
-std::string bytesOf(const rs::UrlPiece& piece) {
-    return textOf(piece).value_or("");
-}
 
 void checkSplit(const rs::test::ExactText& text, std::string_view url) {
     const rs::test::SplitUrl expected = rs::test::splitUrlText(url);
@@ -32,12 +22,12 @@ void checkSplit(const rs::test::ExactText& text, std::string_view url) {
     const char* portColon = nullptr;
     const int32_t status = rs::splitUrl(text.data(), text.size(), &parts, &portColon);
     rs::fuzz::check(status == RULE_OK, "the status of the splitter");
-    rs::fuzz::check(expected.scheme == textOf(parts.scheme), "the scheme");
-    rs::fuzz::check(expected.userInfo == textOf(parts.userInfo), "the user information");
-    rs::fuzz::check(expected.host == textOf(parts.host), "the host");
-    rs::fuzz::check(expected.portText == textOf(parts.portText), "the port text");
+    rs::fuzz::check(expected.scheme == rs::test::textOf(parts.scheme), "the scheme");
+    rs::fuzz::check(expected.userInfo == rs::test::textOf(parts.userInfo), "the user information");
+    rs::fuzz::check(expected.host == rs::test::textOf(parts.host), "the host");
+    rs::fuzz::check(expected.portText == rs::test::textOf(parts.portText), "the port text");
     rs::fuzz::check(expected.port == parts.port, "the port");
-    rs::fuzz::check(expected.rest == textOf(parts.rest), "the rest");
+    rs::fuzz::check(expected.rest == rs::test::textOf(parts.rest), "the rest");
     rs::fuzz::check(portColon == (expected.portColon ? text.data() + *expected.portColon : nullptr),
                     "the port colon");
 }
@@ -49,12 +39,12 @@ void checkKey(const rs::test::ExactText& text, std::string_view url, size_t capa
     const int32_t status =
         rs::parseUrlForMatch(text.data(), text.size(), scratch.data(), scratch.inOutLength(), &key);
     rs::fuzz::check(status == expected.status, "the status of the key", capacity);
-    rs::fuzz::check(
-        status != RULE_OK ||
-            (expected.scheme == bytesOf(key.scheme) && expected.userInfo == bytesOf(key.userInfo) &&
-             expected.host == bytesOf(key.host) && expected.portText == bytesOf(key.portText) &&
-             expected.path == bytesOf(key.path)),
-        "the key", capacity);
+    rs::fuzz::check(status != RULE_OK || (expected.scheme == rs::test::bytesOf(key.scheme) &&
+                                          expected.userInfo == rs::test::bytesOf(key.userInfo) &&
+                                          expected.host == rs::test::bytesOf(key.host) &&
+                                          expected.portText == rs::test::bytesOf(key.portText) &&
+                                          expected.path == rs::test::bytesOf(key.path)),
+                    "the key", capacity);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "support/reference_domain.h"
 #include "support/reference_url_text.h"
 #include "support/text.h"
+#include "support/url_piece_text.h"
 #include "url/ip_literal_host.h"
 #include "url/url_match.h"
 #include "url/url_path.h"
@@ -28,16 +28,6 @@
 namespace rs::test {
 
 namespace {
-
-std::optional<std::string> textOf(const UrlPiece& piece) {
-    return piece.text == nullptr ? std::nullopt
-                                 : std::optional(std::string(piece.text, piece.length));
-}
-
-// Rules and keys know no difference between an absent piece and an empty one.
-std::string bytesOf(const UrlPiece& piece) {
-    return textOf(piece).value_or("");
-}
 
 void checkSplit(std::string_view url) {
     const ExactText text(url);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/text.h"
+#include "support/url_piece_text.h"
 #include "url/url_match.h"
 
 namespace rs::test {
@@ -27,10 +28,6 @@ struct Key {
     std::string path;
 };
 
-std::string textOf(const UrlPiece& piece) {
-    return piece.length == 0 ? std::string() : std::string(piece.text, piece.length);
-}
-
 // Input and scratch stand in blocks of exactly their sizes.
 Key parse(std::string_view url, uint32_t capacity = ROOMY) {
     const ExactText text(url);
@@ -40,11 +37,11 @@ Key parse(std::string_view url, uint32_t capacity = ROOMY) {
     Key result;
     result.status = parseUrlForMatch(text.data(), text.size(), scratch.get(), &used, &key);
     if (result.status == RULE_OK) {
-        result.scheme = textOf(key.scheme);
-        result.userInfo = textOf(key.userInfo);
-        result.host = textOf(key.host);
-        result.portText = textOf(key.portText);
-        result.path = textOf(key.path);
+        result.scheme = bytesOf(key.scheme);
+        result.userInfo = bytesOf(key.userInfo);
+        result.host = bytesOf(key.host);
+        result.portText = bytesOf(key.portText);
+        result.path = bytesOf(key.path);
         EXPECT_EQ(used, result.scheme.size() + result.userInfo.size() + result.host.size() +
                             result.portText.size() + result.path.size());
     }

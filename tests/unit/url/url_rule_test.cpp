@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "support/text.h"
+#include "support/url_piece_text.h"
 
 namespace rs::test {
 
@@ -32,11 +33,6 @@ struct ParsedRule {
     uint16_t portHigh = 0;
 };
 
-std::string textOf(const UrlPiece& piece) {
-    EXPECT_TRUE(piece.length == 0 || piece.text != nullptr);
-    return piece.length == 0 ? std::string() : std::string(piece.text, piece.length);
-}
-
 // Input and output stand in blocks of exactly their sizes.
 ParsedRule parse(std::string_view rule, uint32_t capacity = ROOMY) {
     const ExactText text(rule);
@@ -53,9 +49,9 @@ ParsedRule parse(std::string_view rule, uint32_t capacity = ROOMY) {
         return result;
     }
     result.text.assign(out.get(), length);
-    result.scheme = textOf(record.scheme);
-    result.host = textOf({record.host.text, record.host.length});
-    result.path = textOf(record.path);
+    result.scheme = bytesOf(record.scheme);
+    result.host = bytesOf({record.host.text, record.host.length});
+    result.path = bytesOf(record.path);
     result.hostFlags = record.host.flags;
     result.wildcardOffset = record.wildcardOffset;
     result.portLow = record.portLow;
