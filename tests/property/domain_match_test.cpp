@@ -9,7 +9,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/comparison_count.h"
 #include "support/random_names.h"
 #include "support/random_source.h"
 #include "support/reference_domain.h"
@@ -22,24 +21,11 @@ namespace {
 
 using Rules = RulePair<ReferenceDomainRules, RULE_TYPE_FQDN>;
 
-// Against the walk over the rules.
-void checkKey(const RuleGroup& group, const std::string& key, const Rules& pair) {
-    expectSameAnswer(pair, group, key, rs_matchDomainNameWithRuleGroup,
-                     [](const ReferenceDomainRules& reference, const std::string& text) {
-                         return reference.find(text);
-                     });
-    EXPECT_EQ(pair.reference().find(key).winner, pair.reference().findByIndex(key).winner)
-        << ::testing::PrintToString(key);
-    countComparisons("rs_matchDomainNameWithRuleGroup");
-}
+constexpr CountedLookup LOOKUP = {"rs_matchDomainNameWithRuleGroup",
+                                  rs_matchDomainNameWithRuleGroup};
 
-// Against an index of the rules, for sets that are too large for a walk.
-void checkKeyByIndex(const RuleGroup& group, const std::string& key, const Rules& pair) {
-    expectSameAnswer(pair, group, key, rs_matchDomainNameWithRuleGroup,
-                     [](const ReferenceDomainRules& reference, const std::string& text) {
-                         return reference.findByIndex(text);
-                     });
-    countComparisons("rs_matchDomainNameWithRuleGroup");
+void checkKey(const RuleGroup& group, const std::string& key, const Rules& pair) {
+    checkByWalk(LOOKUP, group, key, pair);
 }
 
 // A name where the rules are: of a rule, or below one.
@@ -88,25 +74,9 @@ std::string sameHashName(RandomSource& random) {
     return name;
 }
 
-void checkLargeSet(size_t count, RandomSource& random) {
-    Rules pair(count);
-    for (size_t i = 0; i < count && !::testing::Test::HasFatalFailure(); ++i) {
-        pair.add(largeSetRule(random), random);
-    }
-    pair.checkBuild([&](const RuleGroup& group) {
-        for (size_t i = 0; i < 2 * count && !::testing::Test::HasFatalFailure(); ++i) {
-            std::string name =
-                random.oneIn(3) ? largeSetName(random) : keyNear(pair.texts(), random);
-            if (random.oneIn(20)) {
-                name = mutateText(name, random);
-            }
-            if (i < 200) {
-                checkKey(group, name, pair);
-            } else {
-                checkKeyByIndex(group, name, pair);
-            }
-        }
-    });
+std::string largeSetKey(const std::vector<std::string>& texts, RandomSource& random) {
+    const std::string name = random.oneIn(3) ? largeSetName(random) : keyNear(texts, random);
+    return random.oneIn(20) ? mutateText(name, random) : name;
 }
 
 }  // namespace
@@ -150,7 +120,8 @@ TEST(DomainMatchProperty, OfOneCrowdedBucketAgreesWithReference) {
 TEST(DomainMatchProperty, OfSetsOfEverySizeAgreesWithReference) {
     forEachCase(1, [](RandomSource& random) {
         for (const uint64_t size : {100ULL, 1000ULL, 10000ULL, 50000ULL, 100000ULL}) {
-            checkLargeSet(static_cast<size_t>(propertySize(size)), random);
+            const auto count = static_cast<size_t>(propertySize(size));
+            checkLargeSet<Rules>(LOOKUP, count, 2 * count, random, largeSetRule, largeSetKey);
         }
     });
 }

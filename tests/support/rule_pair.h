@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/comparison_count.h"
 #include "support/match_result.h"
 #include "support/random_source.h"
 #include "support/release_recorder.h"
@@ -150,6 +151,55 @@ void expectSameAnswer(const Pair& pair, const RuleGroup& group, const std::strin
            << pair.describeFewest([&](const RuleGroup& fewer, const auto& reference) {
                   return differs(fewer, reference, shortest);
               });
+}
+
+// A lookup of names or URLs, and what it is called in the count of comparisons.
+struct CountedLookup {
+    const char* name;
+    MatchText match;
+};
+
+// Compares a lookup with the walk over the rules, and that with the index of the reference.
+template <typename Pair>
+void checkByWalk(const CountedLookup& lookup, const RuleGroup& group, const std::string& key,
+                 const Pair& pair) {
+    expectSameAnswer(
+        pair, group, key, lookup.match,
+        [](const auto& reference, const std::string& text) { return reference.find(text); });
+    EXPECT_EQ(pair.reference().find(key).winner, pair.reference().findByIndex(key).winner)
+        << ::testing::PrintToString(key);
+    countComparisons(lookup.name);
+}
+
+// The same with the index alone, for sets that are too large for a walk.
+template <typename Pair>
+void checkByIndex(const CountedLookup& lookup, const RuleGroup& group, const std::string& key,
+                  const Pair& pair) {
+    expectSameAnswer(
+        pair, group, key, lookup.match,
+        [](const auto& reference, const std::string& text) { return reference.findByIndex(text); });
+    countComparisons(lookup.name);
+}
+
+// A set of ruleCount random rules, asked for keyCount keys, of which the first are walked for.
+template <typename Pair, typename NextRule, typename NextKey>
+void checkLargeSet(const CountedLookup& lookup, size_t ruleCount, size_t keyCount,
+                   RandomSource& random, const NextRule& nextRule, const NextKey& nextKey) {
+    constexpr size_t WALKS = 200;
+    Pair pair(ruleCount);
+    for (size_t i = 0; i < ruleCount && !::testing::Test::HasFatalFailure(); ++i) {
+        pair.add(nextRule(random), random);
+    }
+    pair.checkBuild([&](const RuleGroup& group) {
+        for (size_t i = 0; i < keyCount && !::testing::Test::HasFatalFailure(); ++i) {
+            const std::string key = nextKey(pair.texts(), random);
+            if (i < WALKS) {
+                checkByWalk(lookup, group, key, pair);
+            } else {
+                checkByIndex(lookup, group, key, pair);
+            }
+        }
+    });
 }
 
 }  // namespace rs::test
