@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "core/release.h"
 #include "endpoint/endpoint_structures.h"
 #include "syntax/address128.h"
 
@@ -39,6 +40,12 @@ inline std::string addressText(const Address128& address) {
 template <typename Address>
 std::string rangeText(const Address& low, const Address& high) {
     return low == high ? addressText(low) : addressText(low) + "-" + addressText(high);
+}
+
+// The head of an entry's text: "#1!" is of rule 1 and hands its userData back.
+inline std::string ruleText(uint32_t ruleIndex, uint32_t entryFlags) {
+    return "#" + std::to_string(ruleIndex) +
+           ((entryFlags & ENTRY_RELEASES_USER_DATA) != 0 ? "!" : "");
 }
 
 // The six structures, any of them null.

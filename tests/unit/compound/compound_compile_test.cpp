@@ -17,6 +17,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/rule_records.h"
 
 namespace rs::test {
 
@@ -107,8 +108,8 @@ TEST(CompoundValueMask, IsLeftAloneByRulesThatMatchAll) {
 // with a single value.
 TEST(CompoundValueMask, IsAllOnesWithoutAList) {
     const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0"}});
-    auto* record = reinterpret_cast<CompoundRuleRecord*>(set->compoundRules.head.next);
-    freeRangeList(&record->rule.rangeListA);
+    auto& record = ruleAt<CompoundRuleRecord>(set->compoundRules, 1);
+    freeRangeList(&record.rule.rangeListA);
     EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
 }
 

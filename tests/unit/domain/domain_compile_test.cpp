@@ -16,6 +16,7 @@
 #include "support/host_names.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
+#include "support/rule_records.h"
 #include "support/text.h"
 #include "support/winner.h"
 
@@ -149,7 +150,7 @@ TEST(DomainCompile, CountsEveryRuleOfTheList) {
 TEST(DomainCompile, SkipsRulesOfOtherFlags) {
     for (const uint32_t flags : {2U, 3U, 0x80000001U}) {
         RuleSetHandle set = makeDomainRuleSet({{"a.com"}, {"b.com"}});
-        reinterpret_cast<DomainRule*>(set->domainRules.head.next)->rule.flags = flags;
+        ruleAt<DomainRule>(set->domainRules, 1).rule.flags = flags;
         const RuleGroupHandle group = buildRuleGroup(*set);
         EXPECT_EQ(0, winnerOf(*group, "a.com"));
         EXPECT_EQ(2, winnerOf(*group, "b.com"));

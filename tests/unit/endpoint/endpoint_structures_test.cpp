@@ -27,7 +27,7 @@ struct Entry {
 };
 
 std::string entryText(const Entry& entry) {
-    return "#" + std::to_string(entry.ruleIndex);
+    return ruleText(entry.ruleIndex, 0);
 }
 
 Entry* makeEntry(uint32_t ruleIndex) {

@@ -14,6 +14,7 @@
 #include "ip/ip_rule.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
+#include "support/rule_records.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
 #include "support/winner.h"
@@ -270,14 +271,6 @@ TEST(IpRuleTableBuild, GivesTreesTheCallbackOfTheSet) {
 
 // Who owns userData.
 
-const IpRule& ruleAt(const RuleSet& set, uint32_t position) {
-    const ListLink* link = &set.ipRules.head;
-    for (uint32_t i = 0; i < position; ++i) {
-        link = link->next;
-    }
-    return *reinterpret_cast<const IpRule*>(link);
-}
-
 TEST(IpRuleUserData, BelongsToTheEntryMadeFirst) {
     int userData[4] = {};
     const RuleSetHandle set = makeIpRuleSet({{"10.0.0.1", 1, &userData[0]},
@@ -334,7 +327,7 @@ TEST(IpRuleUserData, StaysWithTheGroupWhenOnlyTheSecondPassRefusesTheRule) {
                   describeIpv4Ranges(group->ipTable->ipv4RangeTree));
         EXPECT_EQ(1, nodeCountOf(group->ipTable->ipv6RangeTree));
         EXPECT_TRUE(recorder.order().empty());
-        EXPECT_EQ(0, ruleAt(*set, 2).released);
+        EXPECT_EQ(0, ruleAt<IpRule>(set->ipRules, 2).released);
         EXPECT_EQ(2, ipv4Winner(*group, 0x0A000001));
         EXPECT_EQ(1, ipv6Winner(*group, mappedAddress(0x0A000001)));
         group.reset();
@@ -387,12 +380,12 @@ TEST(IpRuleUserData, IsNotOwnedAfterARefusalWithoutACallback) {
                                              {"10.0.0.10-10.0.0.19", 5},
                                              {"10.0.0.5-10.0.0.14", 5, &userData}});
     ASSERT_NE(nullptr, buildRuleGroup(*set));
-    EXPECT_EQ(0, ruleAt(*set, 4).released);
+    EXPECT_EQ(0, ruleAt<IpRule>(set->ipRules, 4).released);
     // A build without a callback leaves no mark: the next one hands the pointer back.
     recorder.registerOn(*set);
     RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_EQ(Pointers{&userData}, recorder.order());
-    EXPECT_EQ(1, ruleAt(*set, 4).released);
+    EXPECT_EQ(1, ruleAt<IpRule>(set->ipRules, 4).released);
     group.reset();
     EXPECT_EQ(1, recorder.order().size());
 }
@@ -417,8 +410,8 @@ TEST(IpRuleUserData, OfDuplicatesGoesBackInTheFirstBuildOnly) {
     recorder.registerOn(*set);
     RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_EQ(Pointers{&second}, recorder.order());
-    EXPECT_EQ(0, ruleAt(*set, 1).released);
-    EXPECT_EQ(1, ruleAt(*set, 2).released);
+    EXPECT_EQ(0, ruleAt<IpRule>(set->ipRules, 1).released);
+    EXPECT_EQ(1, ruleAt<IpRule>(set->ipRules, 2).released);
 
     RuleGroupHandle again = buildRuleGroup(*set);
     ASSERT_NE(nullptr, again);

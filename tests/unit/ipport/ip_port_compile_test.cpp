@@ -21,6 +21,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/rule_records.h"
 
 namespace rs::test {
 
@@ -30,11 +31,9 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-// An entry as "#1! second,second": its ruleIndex, "!" when it hands userData back, and its second
-// addresses.
+// An entry as "#1! second,second", with its second addresses.
 std::string entryText(const CompiledIpPortRule& entry) {
-    std::string text = "#" + std::to_string(entry.ruleIndex);
-    text += (entry.releaseOwner & ENTRY_RELEASES_USER_DATA) != 0 ? "!" : "";
+    std::string text = ruleText(entry.ruleIndex, entry.releaseOwner);
     const char* separator = " ";
     for (const auto* node = entry.secondAddresses; node != nullptr; node = node->next) {
         text += separator + rangeText(node->low, node->high);
@@ -316,15 +315,6 @@ class BadIpPortRecord : public ::testing::TestWithParam<std::string_view> {
 protected:
     void SetUp() override { ASSERT_EQ(RULE_OK, recorder.registerOn(*set)); }
 
-    // The rule at a position of the set, counted from 1.
-    IpPortRule& ruleAt(uint32_t position) {
-        ListLink* link = &set->ipPortRules.head;
-        for (uint32_t i = 0; i < position; ++i) {
-            link = link->next;
-        }
-        return *reinterpret_cast<IpPortRule*>(link);
-    }
-
     int data[3] = {};
     ReleaseRecorder recorder;
     RuleSetHandle set = makeIpPortRuleSet({{"*;1;*;1;1", 0, &data[0]},
@@ -334,7 +324,7 @@ protected:
 
 TEST_P(BadIpPortRecord, FailsTheBuildAndHandsWhatEnteredBackOnce) {
     std::string_view badText = GetParam();
-    std::copy(badText.begin(), badText.end(), ruleAt(2).text);
+    std::copy(badText.begin(), badText.end(), ruleAt<IpPortRule>(set->ipPortRules, 2).text);
     RuleGroup group{};
     IpPortIndex stale{};
     group.ipPortIndex = &stale;
@@ -359,7 +349,7 @@ TEST(IpPortCompile, HandsWhatEnteredBackWhenTheSecondPassFails) {
                                                  {"::1;80;*;81;1", 0, &data[1]},
                                                  {"10.0.0.0/8;1;*;1;1", 0, &data[2]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    auto& rule = *reinterpret_cast<IpPortRule*>(set->ipPortRules.head.next->next);
+    auto& rule = ruleAt<IpPortRule>(set->ipPortRules, 2);
     rule.text[rule.fields.secondPortsOffset] = 'x';
     RuleGroup* group = nullptr;
     EXPECT_EQ(RULE_ERR_NO_MEMORY, rs_buildRuleGroup(set.get(), &group));

@@ -18,6 +18,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/rule_records.h"
 
 namespace rs::test {
 
@@ -27,11 +28,10 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-// An entry as "#1! second": its ruleIndex, "!" when it hands userData back, and its second address.
+// An entry as "#1! second", with its second address.
 std::string entryText(const FilterEntry& entry) {
-    std::string text = "#" + std::to_string(entry.ruleIndex);
-    text += (entry.entryFlags & ENTRY_RELEASES_USER_DATA) != 0 ? "!" : "";
-    return text + " " + rangeText(entry.secondAddressStart, entry.secondAddressEnd);
+    return ruleText(entry.ruleIndex, entry.entryFlags) + " " +
+           rangeText(entry.secondAddressStart, entry.secondAddressEnd);
 }
 
 Lines linesOf(const RuleGroup& group) {
@@ -44,15 +44,6 @@ Lines linesOf(const RuleGroup& group) {
 
 Lines linesOf(std::initializer_list<RuleLine> rules) {
     return linesOf(*makePacketFilterGroup(rules));
-}
-
-// The rule at a position of a set, counted from 1.
-PacketFilterRule& ruleAt(RuleSet& set, uint32_t position) {
-    ListLink* link = &set.packetFilterRules.head;
-    for (uint32_t i = 0; i < position; ++i) {
-        link = link->next;
-    }
-    return *reinterpret_cast<PacketFilterRule*>(link);
 }
 
 TEST(PacketFilterCompile, MakesNoStructureForAnEmptySet) {
@@ -102,7 +93,8 @@ TEST(PacketFilterCompile, RewritesAStarBeforeIpv4ToTheMappedSpace) {
     EXPECT_THAT(linesOf(*group),
                 ElementsAre("any4 #1 0:0:ffff:a000001",
                             "ranges6 0:0:ffff:0-0:0:ffff:ffffffff #1 0:0:ffff:a000001"));
-    const PacketFilterRuleFields& fields = ruleAt(*set, 1).fields;
+    const PacketFilterRuleFields& fields =
+        ruleAt<PacketFilterRule>(set->packetFilterRules, 1).fields;
     EXPECT_EQ(mappedAddress(0), fields.firstAddressStart);
     EXPECT_EQ(mappedAddress(0xFFFFFFFF), fields.firstAddressEnd);
     EXPECT_EQ(FILTER_ANY_FIRST_ADDRESS, fields.wildcardFlags);
@@ -150,7 +142,8 @@ TEST(PacketFilterCompile, RewritesTheSecondAddressOfARange) {
                 ElementsAre("blocks4 10.0 0-1 #1 0:0:0:0-ffffffff:ffffffff:ffffffff:ffffffff",
                             "ranges6 0:0:ffff:a000000-0:0:ffff:a000001 #1 "
                             "0:0:ffff:0-0:0:ffff:ffffffff"));
-    const PacketFilterRuleFields& fields = ruleAt(*set, 1).fields;
+    const PacketFilterRuleFields& fields =
+        ruleAt<PacketFilterRule>(set->packetFilterRules, 1).fields;
     EXPECT_EQ(mappedAddress(0), fields.secondAddressStart);
     EXPECT_EQ(mappedAddress(0xFFFFFFFF), fields.secondAddressEnd);
     EXPECT_EQ(FILTER_ANY_SECOND_ADDRESS, fields.wildcardFlags);
@@ -212,7 +205,8 @@ TEST(PacketFilterCompile, TellsAStarByItsFlagAndNotByItsBounds) {
                             "0:0:0:0-ffffffff:ffffffff:ffffffff:ffffffff"));
     const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;*;*"}, {"tcp;*;*;10.0.0.1;*"}});
     const Lines lines = linesOf(*buildRuleGroup(*set));
-    EXPECT_EQ(mappedAddress(0), ruleAt(*set, 1).fields.firstAddressStart);
+    EXPECT_EQ(mappedAddress(0),
+              ruleAt<PacketFilterRule>(set->packetFilterRules, 1).fields.firstAddressStart);
     EXPECT_EQ(lines, linesOf(*buildRuleGroup(*set)));
     EXPECT_EQ(lines, linesOf(*buildRuleGroup(*set)));
 }
@@ -295,7 +289,7 @@ TEST(PacketFilterCompile, FailsOnBadPortsAndHandsWhatEnteredBackOnce) {
                                                            {"tcp;10.0.0.1;80;*;81", 0, &data[1]},
                                                            {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
         ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-        PacketFilterRule& rule = ruleAt(*set, 2);
+        PacketFilterRule& rule = ruleAt<PacketFilterRule>(set->packetFilterRules, 2);
         rule.text[rule.fields.*ports] = 'x';
         RuleGroup group{};
         PacketFilterTable stale{};
@@ -318,7 +312,7 @@ TEST(PacketFilterCompile, HandsWhatEnteredBackWhenTheSecondPassFails) {
                                                        {"tcp;::1;80;*;81", 0, &data[1]},
                                                        {"tcp;10.0.0.0/8;1;*;1", 0, &data[2]}});
     ASSERT_EQ(RULE_OK, recorder.registerOn(*set));
-    PacketFilterRule& rule = ruleAt(*set, 2);
+    PacketFilterRule& rule = ruleAt<PacketFilterRule>(set->packetFilterRules, 2);
     rule.text[rule.fields.secondPortsOffset] = 'x';
     RuleGroup* group = nullptr;
     EXPECT_EQ(RULE_ERR_NO_MEMORY, rs_buildRuleGroup(set.get(), &group));
