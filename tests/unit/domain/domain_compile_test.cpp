@@ -12,11 +12,11 @@
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
 #include "domain/domain_rule.h"
-#include "lookup/chain_blocks.h"
 #include "support/host_names.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/rule_records.h"
+#include "support/table_blocks.h"
 #include "support/text.h"
 #include "support/winner.h"
 
@@ -25,27 +25,6 @@ namespace rs::test {
 namespace {
 
 using Block = std::vector<const DomainEntry*>;
-
-// The blocks of the bucket that holds names of a hash.
-std::vector<Block> blocksOf(const HashTable* table, uint32_t hash) {
-    std::vector<Block> blocks;
-    auto* head = static_cast<DomainEntry*>(table->buckets[hash % table->bucketCount].chain);
-    for (auto block = firstBlock(head); block.first != nullptr; block = nextBlock(block)) {
-        Block& entries = blocks.emplace_back();
-        for (uint32_t i = 0; i < block.count; ++i) {
-            entries.push_back(block.first + i);
-        }
-    }
-    return blocks;
-}
-
-std::vector<size_t> blockSizesOf(const HashTable* table, uint32_t hash) {
-    std::vector<size_t> sizes;
-    for (const Block& block : blocksOf(table, hash)) {
-        sizes.push_back(block.size());
-    }
-    return sizes;
-}
 
 // The hash of every sharing name.
 uint32_t sharedHash() {
@@ -99,7 +78,7 @@ TEST(DomainCompile, FillsAnEntry) {
     const RuleGroupHandle group = makeDomainGroup({{"*"}, {"Web.Example.com", 7, &userData}});
     constexpr std::string_view WIRE_NAME("\3web\7example\3com\0", 17);
     const uint32_t hash = hashWireName(WIRE_NAME.data(), 16);
-    const std::vector<Block> blocks = blocksOf(group->domainIndex->exactTable, hash);
+    const std::vector<Block> blocks = blocksOf<DomainEntry>(group->domainIndex->exactTable, hash);
     ASSERT_EQ(1, blocks.size());
     const DomainEntry& entry = *blocks[0][0];
     EXPECT_EQ(WIRE_NAME, std::string_view(entry.name, 17));
@@ -118,7 +97,7 @@ TEST(DomainCompile, KeysWildcardsByTheNameBehindThem) {
     const RuleGroupHandle group = makeDomainGroup({{"*.com"}});
     constexpr std::string_view WIRE_NAME("\3com\0", 5);
     const std::vector<Block> blocks =
-        blocksOf(group->domainIndex->wildcardTable, hashWireName(WIRE_NAME.data(), 4));
+        blocksOf<DomainEntry>(group->domainIndex->wildcardTable, hashWireName(WIRE_NAME.data(), 4));
     ASSERT_EQ(1, blocks.size());
     EXPECT_EQ(WIRE_NAME, std::string_view(blocks[0][0]->name, 5));
 }
@@ -230,15 +209,18 @@ TEST(DomainCompile, PacksAChainOfNineNamesAndMore) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.count);
         const RuleGroupHandle exact = buildRuleGroup(*makeSharingRuleSet(row.count));
-        EXPECT_EQ(row.sizes, blockSizesOf(exact->domainIndex->exactTable, sharedHash()));
+        EXPECT_EQ(row.sizes,
+                  blockSizesOf<DomainEntry>(exact->domainIndex->exactTable, sharedHash()));
         const RuleGroupHandle wildcard = buildRuleGroup(*makeSharingRuleSet(row.count, "*."));
-        EXPECT_EQ(row.sizes, blockSizesOf(wildcard->domainIndex->wildcardTable, sharedHash()));
+        EXPECT_EQ(row.sizes,
+                  blockSizesOf<DomainEntry>(wildcard->domainIndex->wildcardTable, sharedHash()));
     }
 }
 
 TEST(DomainCompile, SortsBlocksAndKeepsTheLastRuleInFront) {
     const RuleGroupHandle group = buildRuleGroup(*makeSharingRuleSet(500));
-    const std::vector<Block> blocks = blocksOf(group->domainIndex->exactTable, sharedHash());
+    const std::vector<Block> blocks =
+        blocksOf<DomainEntry>(group->domainIndex->exactTable, sharedHash());
     EXPECT_EQ(500, blocks[0][0]->ruleIndex);
     uint32_t lastIndex = 500;
     for (size_t i = 1; i < blocks.size(); ++i) {
@@ -371,8 +353,8 @@ TEST(DomainUserData, OfABlockComesBackForItsFirstEntryOnly) {
         RuleGroupHandle group = buildRuleGroup(*set);
         const DomainIndex& index = *group->domainIndex;
         std::vector<void*> expected;
-        for (const Block& block :
-             blocksOf(wildcard.empty() ? index.exactTable : index.wildcardTable, sharedHash())) {
+        for (const Block& block : blocksOf<DomainEntry>(
+                 wildcard.empty() ? index.exactTable : index.wildcardTable, sharedHash())) {
             expected.push_back(block[0]->userData);
         }
         EXPECT_EQ(4, expected.size());

@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
-#include "lookup/chain_blocks.h"
 #include "support/rule_builder.h"
+#include "support/table_blocks.h"
 #include "support/text.h"
 #include "support/winner.h"
 #include "url/host_paths.h"
@@ -24,27 +24,6 @@ namespace {
 
 using Block = std::vector<const UrlHostNode*>;
 using Sizes = std::vector<size_t>;
-
-// The blocks of the bucket that holds hosts of a hash.
-std::vector<Block> blocksOf(const HashTable* table, uint32_t hash) {
-    std::vector<Block> blocks;
-    auto* head = static_cast<UrlHostNode*>(table->buckets[hash % table->bucketCount].chain);
-    for (auto block = firstBlock(head); block.first != nullptr; block = nextBlock(block)) {
-        Block& nodes = blocks.emplace_back();
-        for (uint32_t i = 0; i < block.count; ++i) {
-            nodes.push_back(block.first + i);
-        }
-    }
-    return blocks;
-}
-
-Sizes blockSizesOf(const HashTable* table, uint32_t hash) {
-    Sizes sizes;
-    for (const Block& block : blocksOf(table, hash)) {
-        sizes.push_back(block.size());
-    }
-    return sizes;
-}
 
 uint32_t hashOf(std::string_view host) {
     return urlHostHash(host.data(), size32(host));
@@ -126,7 +105,8 @@ TEST(UrlCompile, MakesEachTableOnFirstNeed) {
 
 TEST(UrlCompile, MakesANodeForEachScheme) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test/x"}, {"https://a.test/x"}});
-    const std::vector<Block> blocks = blocksOf(group->urlIndex->exactHosts, hashOf("a.test"));
+    const std::vector<Block> blocks =
+        blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("a.test"));
     ASSERT_EQ(2, blocks.size()) << "both in one bucket";
     const UrlHostNode& https = *blocks[0][0];
     const UrlHostNode& http = *blocks[1][0];
@@ -143,7 +123,8 @@ TEST(UrlCompile, MakesANodeForEachScheme) {
 
 TEST(UrlCompile, TakesHttpAndNoSchemeForTheSame) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test/x"}, {"http://a.test/y"}, {"//A.test:9"}});
-    const std::vector<Block> blocks = blocksOf(group->urlIndex->exactHosts, hashOf("a.test"));
+    const std::vector<Block> blocks =
+        blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("a.test"));
     ASSERT_EQ(1, blocks.size());
     EXPECT_EQ(3, listOf(*blocks[0][0]).size());
 }
@@ -151,7 +132,7 @@ TEST(UrlCompile, TakesHttpAndNoSchemeForTheSame) {
 TEST(UrlCompile, CoversTheWholeHostWithoutPathOrWithASlash) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test"}, {"a.test/"}});
     const std::vector<const UrlPathEntry*> entries =
-        listOf(*blocksOf(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
+        listOf(*blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
     ASSERT_EQ(2, entries.size());
     for (const UrlPathEntry* entry : entries) {
         EXPECT_STREQ("/*", entry->path);
@@ -163,7 +144,7 @@ TEST(UrlCompile, CoversTheWholeHostWithoutPathOrWithASlash) {
 TEST(UrlCompile, PutsTheNewestEntryInFront) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test/x"}, {"a.test/y"}, {"a.test/z"}});
     const std::vector<const UrlPathEntry*> entries =
-        listOf(*blocksOf(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
+        listOf(*blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
     ASSERT_EQ(3, entries.size());
     EXPECT_STREQ("/z", entries[0]->path);
     EXPECT_STREQ("/x", entries[2]->path);
@@ -186,7 +167,7 @@ TEST(UrlCompile, SharesOneNodeAmongTheRulesForAnyHost) {
 TEST(UrlCompile, KeepsEqualRulesBothWithTheirPositions) {
     const RuleGroupHandle group = makeUrlGroup({{"a.test/x"}, {"A.TEST/X"}});
     const std::vector<const UrlPathEntry*> entries =
-        listOf(*blocksOf(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
+        listOf(*blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("a.test"))[0][0]);
     ASSERT_EQ(2, entries.size());
     EXPECT_EQ(2, entries[0]->ruleIndex);
     EXPECT_EQ(1, entries[1]->ruleIndex);
@@ -195,7 +176,8 @@ TEST(UrlCompile, KeepsEqualRulesBothWithTheirPositions) {
 
 TEST(UrlCompile, KeysWildcardsByTheHostBehindThem) {
     const RuleGroupHandle group = makeUrlGroup({{"*.a.test/x"}});
-    const std::vector<Block> blocks = blocksOf(group->urlIndex->wildcardHosts, hashOf("a.test"));
+    const std::vector<Block> blocks =
+        blocksOf<UrlHostNode>(group->urlIndex->wildcardHosts, hashOf("a.test"));
     ASSERT_EQ(1, blocks.size());
     EXPECT_EQ("a.test", hostText(*blocks[0][0]));
 }
@@ -272,18 +254,21 @@ TEST(UrlCompile, PacksAChainOfNineHostsAndMore) {
         SCOPED_TRACE(row.count);
         for (const std::string_view prefix : {"", "https://"}) {
             const RuleGroupHandle group = makeSharingGroup(row.count, prefix);
-            EXPECT_EQ(row.sizes, blockSizesOf(group->urlIndex->exactHosts, hashOf("aadfh")));
+            EXPECT_EQ(row.sizes,
+                      blockSizesOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("aadfh")));
         }
         for (const std::string_view prefix : {"*.", "https://*."}) {
             const RuleGroupHandle group = makeSharingGroup(row.count, prefix);
-            EXPECT_EQ(row.sizes, blockSizesOf(group->urlIndex->wildcardHosts, hashOf("aadfh")));
+            EXPECT_EQ(row.sizes,
+                      blockSizesOf<UrlHostNode>(group->urlIndex->wildcardHosts, hashOf("aadfh")));
         }
     }
 }
 
 TEST(UrlCompile, SortsTheHostsOfABlock) {
     const RuleGroupHandle group = makeSharingGroup(500, "");
-    const std::vector<Block> blocks = blocksOf(group->urlIndex->exactHosts, hashOf("aadfh"));
+    const std::vector<Block> blocks =
+        blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("aadfh"));
     EXPECT_EQ(sharingHosts()[499], hostText(*blocks[0][0]));
     for (const Block& block : blocks) {
         EXPECT_TRUE(std::is_sorted(block.begin(), block.end(),
@@ -304,8 +289,10 @@ TEST(UrlCompile, CutsABlockWhereTheSchemeChanges) {
         }
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
-    const std::vector<Block> blocks = blocksOf(group->urlIndex->exactHosts, hashOf("aadfh"));
-    EXPECT_EQ((Sizes{1, 9, 63, 7, 5}), blockSizesOf(group->urlIndex->exactHosts, hashOf("aadfh")));
+    const std::vector<Block> blocks =
+        blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("aadfh"));
+    EXPECT_EQ((Sizes{1, 9, 63, 7, 5}),
+              blockSizesOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("aadfh")));
     for (const Block& block : blocks) {
         for (const UrlHostNode* node : block) {
             EXPECT_EQ(block[0]->schemeLength, node->schemeLength);
@@ -374,9 +361,9 @@ TEST(UrlCompile, PacksThePathsOfEachKindOfHost) {
         }
         const RuleGroupHandle group = buildRuleGroup(*set);
         const UrlIndex& index = *group->urlIndex;
-        const UrlHostNode* nodes[] = {blocksOf(index.exactHosts, hashOf("a.com"))[0][0],
-                                      blocksOf(index.wildcardHosts, hashOf("a.com"))[0][0],
-                                      index.anyHost};
+        const UrlHostNode* nodes[] = {
+            blocksOf<UrlHostNode>(index.exactHosts, hashOf("a.com"))[0][0],
+            blocksOf<UrlHostNode>(index.wildcardHosts, hashOf("a.com"))[0][0], index.anyHost};
         for (const UrlHostNode* node : nodes) {
             EXPECT_EQ(count == 15 ? 15 : 0, listOf(*node).size());
             std::vector<int32_t> sizes;
@@ -401,7 +388,7 @@ TEST(UrlCompile, PacksThePathsOfHostsInCrowdedBuckets) {
         }
     }
     const RuleGroupHandle group = buildRuleGroup(*set);
-    for (const Block& block : blocksOf(group->urlIndex->exactHosts, hashOf("aadfh"))) {
+    for (const Block& block : blocksOf<UrlHostNode>(group->urlIndex->exactHosts, hashOf("aadfh"))) {
         for (const UrlHostNode* node : block) {
             ASSERT_NE(nullptr, node->pathBlocks);
             EXPECT_EQ(20, node->pathBlocks->count);
