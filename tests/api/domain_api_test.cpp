@@ -10,6 +10,7 @@
 
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
+#include "support/rule_handles.h"
 #include "support/text.h"
 #include "support/winner.h"
 
@@ -29,11 +30,6 @@ uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
 int32_t validate(std::string_view rule) {
     const ExactText text(rule);
     return rs_validateRule_FQDN(text.data(), text.size());
-}
-
-int32_t addTo(RuleSet& set, std::string_view rule) {
-    const ExactText text(rule);
-    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, NO_NUMBER);
 }
 
 TEST(DomainMatchApi, ReportsTheWinningRule) {
@@ -163,7 +159,7 @@ TEST(DomainRuleApi, AnswersAddingAndValidatingAlike) {
     const RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
     for (const auto& row : rows) {
         EXPECT_EQ(row.status, validate(row.rule)) << row.rule;
-        EXPECT_EQ(row.status, addTo(*set, row.rule)) << row.rule;
+        EXPECT_EQ(row.status, addExactRule(*set, row.rule)) << row.rule;
     }
 }
 
@@ -173,12 +169,12 @@ TEST(DomainRuleApi, ReportsNoMemoryForAFormThatFitsInNoBuffer) {
     EXPECT_EQ(RULE_ERR_BAD_RULE, validate(repeat("\xC3\xBC.", 511)));
     EXPECT_EQ(RULE_ERR_NO_MEMORY, validate(repeat("\xC3\xBC.", 512)));
     // Adding has a larger buffer.
-    EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(*set, repeat("\xC3\xBC.", 512)));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(*set, repeat("\xC3\xBC.", 1023)));
-    EXPECT_EQ(RULE_ERR_NO_MEMORY, addTo(*set, repeat("\xC3\xBC.", 1024)));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, addExactRule(*set, repeat("\xC3\xBC.", 512)));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, addExactRule(*set, repeat("\xC3\xBC.", 1023)));
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, addExactRule(*set, repeat("\xC3\xBC.", 1024)));
     // A text that is only long is no matter of memory.
     EXPECT_EQ(RULE_OK, validate(std::string(5000, ' ') + "a"));
-    EXPECT_EQ(RULE_OK, addTo(*set, std::string(10000, ' ') + "a"));
+    EXPECT_EQ(RULE_OK, addExactRule(*set, std::string(10000, ' ') + "a"));
 }
 
 TEST(DomainRuleApi, ChecksItsArguments) {
@@ -194,9 +190,9 @@ TEST(DomainRuleApi, ChecksItsArguments) {
 
 TEST(DomainRuleApi, LeavesTheSetAsItWasWhenARuleIsRefused) {
     RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
-    EXPECT_EQ(RULE_OK, addTo(*set, "a.com"));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(*set, "a:b"));
-    EXPECT_EQ(RULE_OK, addTo(*set, "b.com"));
+    EXPECT_EQ(RULE_OK, addExactRule(*set, "a.com"));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, addExactRule(*set, "a:b"));
+    EXPECT_EQ(RULE_OK, addExactRule(*set, "b.com"));
     const RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_EQ(2, winnerOf(*group, "b.com"));
 }

@@ -11,6 +11,7 @@
 
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
+#include "support/rule_handles.h"
 #include "support/text.h"
 #include "support/winner.h"
 
@@ -30,11 +31,6 @@ uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
 int32_t validate(std::string_view rule) {
     const ExactText text(rule);
     return rs_validateRule_URL(text.data(), text.size());
-}
-
-int32_t addTo(RuleSet& set, std::string_view rule) {
-    const ExactText text(rule);
-    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, NO_NUMBER);
 }
 
 // ---- Matching.
@@ -133,8 +129,9 @@ TEST(UrlMatchApi, MatchesListsAndBlocksOfPathsEachInItsWay) {
     for (const uint32_t longPaths : {15U, 16U}) {
         RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
         for (uint32_t i = 0; i < longPaths; ++i) {
-            ASSERT_EQ(RULE_OK, addTo(*set, "https://a.test:*/path" + std::to_string(10 + i)));
-            ASSERT_EQ(RULE_OK, addTo(*set, "https://b.test/path" + std::to_string(10 + i)));
+            ASSERT_EQ(RULE_OK,
+                      addExactRule(*set, "https://a.test:*/path" + std::to_string(10 + i)));
+            ASSERT_EQ(RULE_OK, addExactRule(*set, "https://b.test/path" + std::to_string(10 + i)));
         }
         const RuleGroupHandle group = buildRuleGroup(*set);
         const bool isBlock = longPaths == 16;
@@ -194,7 +191,7 @@ TEST(UrlRuleApi, AnswersAddingAndValidatingAlike) {
     const RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
     for (const auto& row : rows) {
         EXPECT_EQ(row.status, validate(row.rule)) << row.rule;
-        EXPECT_EQ(row.status, addTo(*set, row.rule)) << row.rule;
+        EXPECT_EQ(row.status, addExactRule(*set, row.rule)) << row.rule;
     }
 }
 
@@ -204,12 +201,12 @@ TEST(UrlRuleApi, ReportsNoMemoryForAFormThatFitsInNoBuffer) {
     const std::string fits = "a?" + std::string(4092, 'x');
     EXPECT_EQ(RULE_OK, validate(fits));
     EXPECT_EQ(RULE_ERR_NO_MEMORY, validate(fits + 'x'));
-    EXPECT_EQ(RULE_OK, addTo(*set, fits + 'x'));
+    EXPECT_EQ(RULE_OK, addExactRule(*set, fits + 'x'));
     // 8 bytes for each encoded label.
     EXPECT_EQ(RULE_ERR_BAD_RULE, validate(repeat("\xC3\xBC.", 511)));
     EXPECT_EQ(RULE_ERR_NO_MEMORY, validate(repeat("\xC3\xBC.", 512)));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(*set, repeat("\xC3\xBC.", 1023)));
-    EXPECT_EQ(RULE_ERR_NO_MEMORY, addTo(*set, repeat("\xC3\xBC.", 1024)));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, addExactRule(*set, repeat("\xC3\xBC.", 1023)));
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, addExactRule(*set, repeat("\xC3\xBC.", 1024)));
 }
 
 TEST(UrlRuleApi, ChecksItsArguments) {

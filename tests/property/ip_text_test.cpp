@@ -22,13 +22,13 @@ namespace rs::test {
 
 namespace {
 
-constexpr uint8_t UNTOUCHED = 0xA5;
+constexpr uint8_t UNTOUCHED_BYTE = 0xA5;
 
 ConvertedRange untouchedRange() {
     ConvertedRange range;
-    range.family = UNTOUCHED;
-    std::fill(std::begin(range.startAddress), std::end(range.startAddress), UNTOUCHED);
-    std::fill(std::begin(range.endAddress), std::end(range.endAddress), UNTOUCHED);
+    range.family = UNTOUCHED_BYTE;
+    std::fill(std::begin(range.startAddress), std::end(range.startAddress), UNTOUCHED_BYTE);
+    std::fill(std::begin(range.endAddress), std::end(range.endAddress), UNTOUCHED_BYTE);
     return range;
 }
 

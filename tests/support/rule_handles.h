@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "support/text.h"
+
 namespace rs::test {
 
 struct DeletingRuleSet {
@@ -40,6 +42,12 @@ inline int32_t addRule(RuleSet& set, std::string_view text, uint32_t ruleValue =
                        uint32_t ruleId = NO_NUMBER, void* userData = nullptr) {
     return rs_addRuleToRuleSetEx(&set, text.data(), static_cast<uint32_t>(text.size()), ruleValue,
                                  ruleId, userData);
+}
+
+// The same by the function that takes no userData, from a block that ends where the text does.
+inline int32_t addExactRule(RuleSet& set, std::string_view rule) {
+    const ExactText text(rule);
+    return rs_addRuleToRuleSet(&set, text.data(), text.size(), 0, NO_NUMBER);
 }
 
 }  // namespace rs::test
