@@ -10,8 +10,6 @@
 // Cost:       a lookup walks the list.
 #pragma once
 
-#include <ruleset_static.h>
-
 #include <cstdint>
 
 #include "compound/compound_rule.h"
@@ -51,10 +49,5 @@ void destroyCompoundTable(CompoundTable** slot, const ReleaseInfo* info) noexcep
 
 // Frees entries from the first on; without info nothing is handed back.
 void destroyCompoundEntries(CompoundEntry* first, const ReleaseInfo* info) noexcept;
-
-// RULE_OK when an entry covers a flow, with the flow's outputs written; RULE_ERR_FAILED otherwise.
-// See matchCompound of <ruleset_static.h>.
-int32_t testCompoundEntry(const CompoundEntry& entry, CompoundFlow& flow,
-                          bool wantsListValue) noexcept;
 
 }  // namespace rs

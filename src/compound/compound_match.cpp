@@ -1,9 +1,7 @@
-// Compiled compound rules + flow -> MatchResult.
-#include <ruleset_static.h>
+#include "compound/compound_match.h"
 
-#include "compound/compound_index.h"
 #include "core/byte_order.h"
-#include "core/rule_group.h"
+#include "core/entry.h"
 
 namespace rs {
 
@@ -87,20 +85,13 @@ int32_t testCompoundEntry(const CompoundEntry& entry, CompoundFlow& flow,
     return RULE_OK;
 }
 
-int32_t matchCompound(const RuleGroup* group, CompoundFlow* flow, bool wantsListValue,
-                      MatchResult* result) noexcept {
-    if (group == nullptr || flow == nullptr || result == nullptr ||
-        group->compoundTable == nullptr) {
-        return RULE_ERR_INVALID_ARG;
+int32_t matchCompound(const CompoundTable& table, CompoundFlow& flow, bool wantsListValue,
+                      MatchResult& result) noexcept {
+    const CompoundEntry* entry = table.entries;
+    while (entry != nullptr && testCompoundEntry(*entry, flow, wantsListValue) != RULE_OK) {
+        entry = entry->next;
     }
-    for (const CompoundEntry* entry = group->compoundTable->entries; entry != nullptr;
-         entry = entry->next) {
-        if (testCompoundEntry(*entry, *flow, wantsListValue) == RULE_OK) {
-            *result = {entry->ruleIndex, entry->ruleValue, entry->ruleId, entry->userData};
-            return 1;
-        }
-    }
-    return 0;
+    return reportEntry(entry, result);
 }
 
 }  // namespace rs

@@ -1,4 +1,4 @@
-#include <ruleset_static.h>
+#include "compound/compound_match.h"
 
 #include <arpa/inet.h>
 #include <cstdint>
@@ -10,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "compound/compound_index.h"
 #include "core/rule_group.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
@@ -352,17 +351,6 @@ TEST(CompoundLookup, HandsTheWishForAListValueOn) {
     EXPECT_EQ(78, flow.outListValue);
     EXPECT_EQ(1, matchCompound(group.get(), &flow, true, &hit));
     EXPECT_EQ(4095, flow.outListValue);
-}
-
-TEST(CompoundLookup, RefusesNullArgumentsAndGroupsOfOtherTypes) {
-    const RuleGroupHandle group = makeCompoundGroup({{"*;*;*;*;0;0"}});
-    const RuleGroupHandle ipGroup = makeIpGroup({{"10.0.0.1"}});
-    CompoundFlow flow = coveredFlow(4);
-    MatchResult hit{};
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(nullptr, &flow, true, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(group.get(), nullptr, true, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(group.get(), &flow, true, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchCompound(ipGroup.get(), &flow, true, &hit));
 }
 
 }  // namespace
