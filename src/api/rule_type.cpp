@@ -1,6 +1,6 @@
 #include "api/rule_type.h"
 
-#include "compound/compound_index.h"
+#include "compound/compound_compile.h"
 #include "compound/compound_rule.h"
 #include "core/reference_count.h"
 #include "domain/domain_index.h"
@@ -103,7 +103,7 @@ bool buildSlot(RuleSet& set, RuleGroup& group) noexcept {
         case RULE_TYPE_IP_PORT:
             return buildIpPortIndex(&set, &group) != nullptr;
         case RULE_TYPE_COMPOUND:
-            return buildCompoundTable(&set, &group.compoundTable);
+            return buildCompoundTable(&set, &group) != nullptr;
         default:
             return false;
     }
@@ -124,7 +124,7 @@ void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept {
     releaseDomainIndex(&group.domainIndex, &info);
     releasePacketFilterTable(&group.packetFilterTable, &info);
     destroyIpPortIndex(&group.ipPortIndex, &info);
-    destroyCompoundTable(&group.compoundTable, &info);
+    releaseCompoundTable(&group.compoundTable, &info);
 }
 
 void freeRules(RuleSet& set) noexcept {

@@ -1,21 +1,28 @@
-// The compiled form of a list of compound rules: a list of entries in rule order, each with copies
+// The compiled form of a list of compound rules: a chain of entries in rule order, each with copies
 // of its rule's four lists and its numbers.
 //
-//     CompoundTable   entries -> rule 1 -> rule 2 -> ...
-//                     valueMask   which numbers below 63 field 1 names alone; bit 63 for larger ones
+//     CompoundTable  entries -> rule 1 -> rule 2 -> rule 3 -> null
+//                                 |
+//                                 rangeListA   1-10 -> 20-20        copies of the rule's lists
+//                                 rangeListB   0-4294967295
+//                                 addressList  10.0.0.0-10.255.255.255
+//                                 rangeList16  80-80
 //
-// Ownership:  the table owns everything below it. Every entry hands its userData back when freed:
-//             there is one for each rule.
+//     valueMask      bit n: field 1 of a rule is the number n alone     bit 63: a number from 63 on
+//
+// Invariants: there is one entry for each rule. valueMask has all bits set as soon as field 1 of one
+//             rule is more than one number; a rule with matchesAll adds nothing to it.
+// Ownership:  the table owns everything below it. Every entry owns its rule's userData.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup walks the list.
+// Cost:       a lookup walks the chain.
 #pragma once
 
 #include <cstdint>
 
 #include "compound/compound_rule.h"
+#include "core/memory.h"
 #include "core/release.h"
 #include "core/rule_group.h"
-#include "core/rule_set.h"
 
 namespace rs {
 
@@ -30,24 +37,33 @@ struct CompoundEntry {
     uint32_t ruleValue;
     uint32_t ruleId;
     uint32_t matchesAll;
-    void* userData;  // borrowed from the host
-    CompoundEntry* next;
+    void* userData;       // borrowed from the host; given back with the entry
+    CompoundEntry* next;  // owned
 };
 
 struct CompoundTable {
     CompoundEntry* entries;  // owned
-    uint64_t valueMask;  // all ones unless field 1 of every rule is one number, or lets all pass
+    uint64_t valueMask;
     uint32_t refCount;
 };
 
-// Compiles the compound rules of a set into *slot. False, with null in the slot, when memory is out;
-// the entries made until then hand their userData back through the set's callback.
-[[nodiscard]] bool buildCompoundTable(RuleSet* set, CompoundTable** slot) noexcept;
+// Frees a chain of entries, from the first on, and gives their userData back through info; null info
+// gives none back.
+void freeCompoundEntries(CompoundEntry* first, const ReleaseInfo* info) noexcept;
 
-// Clears *slot and drops one reference; the last one frees the table and hands userData back.
-void destroyCompoundTable(CompoundTable** slot, const ReleaseInfo* info) noexcept;
+inline void dropCompoundEntry(CompoundEntry* entry) noexcept {
+    freeCompoundEntries(entry, nullptr);
+}
 
-// Frees entries from the first on; without info nothing is handed back.
-void destroyCompoundEntries(CompoundEntry* first, const ReleaseInfo* info) noexcept;
+// Owns an entry that is in no table yet: its userData stays the host's.
+using OwnedCompoundEntry = Owned<CompoundEntry, dropCompoundEntry>;
+
+// A new entry for the rule at a position counted from 1; null when memory is out.
+[[nodiscard]] OwnedCompoundEntry makeCompoundEntry(const CompoundRule& rule,
+                                                   uint32_t ruleIndex) noexcept;
+
+// Clears *slot and drops one reference; the last one frees the table and gives userData back. A null
+// slot or an empty one is left alone.
+void releaseCompoundTable(CompoundTable** slot, const ReleaseInfo* info) noexcept;
 
 }  // namespace rs

@@ -9,10 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include "compound/compound_compile.h"
 #include "compound/compound_index.h"
 #include "compound/compound_rule.h"
 #include "core/memory.h"
 #include "core/release.h"
+#include "core/rule_group.h"
 #include "core/rule_set.h"
 #include "support/failing_allocator.h"
 #include "support/rule_handles.h"
@@ -76,8 +78,9 @@ TEST(CompoundFault, EntryIsFreedListByListAndHandsUserDataBackBefore) {
     int data = 0;
     ASSERT_EQ(RULE_OK, addRule(*set, RULE, 1, 2, &data));
     const AllocationWatch watch;
-    CompoundTable* table = nullptr;
-    ASSERT_TRUE(buildCompoundTable(set.get(), &table));
+    RuleGroup group{};
+    CompoundTable* table = buildCompoundTable(set.get(), &group);
+    ASSERT_NE(nullptr, table);
     Blocks expected = listBlocks(*table->entries);
     const size_t listNodes = expected.size();
     EXPECT_EQ(8U, listNodes);
@@ -85,7 +88,7 @@ TEST(CompoundFault, EntryIsFreedListByListAndHandsUserDataBackBefore) {
     expected.push_back(table);
     Release release{&watch, 0};
     const ReleaseInfo info{noteRelease, &release, 0};
-    destroyCompoundTable(&table, &info);
+    releaseCompoundTable(&table, &info);
     EXPECT_EQ(expected, watch.freedBlocks());
     EXPECT_EQ(listNodes, release.freedBefore);
     EXPECT_EQ(0U, watch.liveBlockCount());

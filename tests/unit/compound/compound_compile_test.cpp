@@ -1,3 +1,5 @@
+#include "compound/compound_compile.h"
+
 #include <ruleset.h>
 
 #include <cstddef>
@@ -9,9 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "compound/compound_index.h"
 #include "compound/compound_rule.h"
-#include "core/memory.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
 #include "support/release_recorder.h"
@@ -113,11 +113,11 @@ TEST(CompoundValueMask, IsAllOnesWithoutAList) {
     EXPECT_EQ(UINT64_MAX, buildRuleGroup(*set)->compoundTable->valueMask);
 }
 
-TEST(CompoundCompile, NeedsASetAndASlot) {
-    CompoundTable* table = nullptr;
-    EXPECT_FALSE(buildCompoundTable(nullptr, &table));
-    EXPECT_EQ(nullptr, table);
-    EXPECT_FALSE(buildCompoundTable(makeCompoundRuleSet({}).get(), nullptr));
+TEST(CompoundCompile, NeedsASetAndAGroup) {
+    RuleGroup group{};
+    EXPECT_EQ(nullptr, buildCompoundTable(nullptr, &group));
+    EXPECT_EQ(nullptr, group.compoundTable);
+    EXPECT_EQ(nullptr, buildCompoundTable(makeCompoundRuleSet({}).get(), nullptr));
 }
 
 }  // namespace

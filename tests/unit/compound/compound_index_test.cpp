@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include "compound/compound_compile.h"
 #include "core/memory.h"
 #include "core/release.h"
+#include "core/rule_group.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 
@@ -44,19 +46,21 @@ TEST(CompoundRelease, WaitsForTheLastReference) {
     ReleaseRecorder recorder;
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
     const RuleSetHandle set = makeCompoundRuleSet({{"5;*;*;*;0;0", 0, &data}});
-    CompoundTable* table = nullptr;
-    ASSERT_TRUE(buildCompoundTable(set.get(), &table));
+    RuleGroup group{};
+    CompoundTable* table = buildCompoundTable(set.get(), &group);
+    ASSERT_NE(nullptr, table);
+    EXPECT_EQ(table, group.compoundTable);
     table->refCount = 2;
     CompoundTable* other = table;
-    destroyCompoundTable(&table, &info);
+    releaseCompoundTable(&table, &info);
     EXPECT_EQ(nullptr, table);
     EXPECT_EQ(1, other->refCount);
     EXPECT_TRUE(recorder.order().empty());
-    destroyCompoundTable(&other, &info);
+    releaseCompoundTable(&other, &info);
     EXPECT_EQ(nullptr, other);
     EXPECT_EQ((std::vector<void*>{&data}), recorder.order());
-    destroyCompoundTable(&other, &info);
-    destroyCompoundTable(nullptr, &info);
+    releaseCompoundTable(&other, &info);
+    releaseCompoundTable(nullptr, &info);
     EXPECT_EQ(1, recorder.order().size());
 }
 
@@ -73,11 +77,11 @@ TEST(CompoundRelease, FreesEntriesWithOrWithoutACallback) {
         first->next->userData = &data[1];
         first->next->addressList = allocateRecord<AddressRange>();
         first->next->rangeListB = allocateRecord<U32Range>();
-        destroyCompoundEntries(first, given);
+        freeCompoundEntries(first, given);
         EXPECT_EQ(given == nullptr ? 0 : 2, recorder.order().size());
     }
     EXPECT_EQ((std::vector<void*>{&data[0], &data[1]}), recorder.order());
-    destroyCompoundEntries(nullptr, &info);
+    freeCompoundEntries(nullptr, &info);
 }
 
 }  // namespace
