@@ -5,6 +5,7 @@
 #include "core/memory.h"
 #include "core/release.h"
 #include "core/structure.h"
+#include "ip/ip_insert.h"
 #include "ip/ip_rule.h"
 
 namespace rs {
@@ -12,21 +13,6 @@ namespace rs {
 namespace {
 
 constexpr uint32_t MAX_HOST_BUCKETS = 4095;
-
-// Freeing a table calls the host back, so its owner carries what that needs.
-struct IpRuleTableReleasing {
-    ReleaseInfo info;
-    void operator()(IpRuleTable* table) const noexcept { releaseIpRuleTable(&table, &info); }
-};
-using OwnedIpRuleTable = std::unique_ptr<IpRuleTable, IpRuleTableReleasing>;
-
-OwnedIpRuleTable newIpRuleTable(const RuleSet& set) noexcept {
-    OwnedIpRuleTable table(allocateRecord<IpRuleTable>(), {releaseInfoOf(set)});
-    if (table) {
-        table->refCount = 1;
-    }
-    return table;
-}
 
 bool createHostTable(HashTable*& hostTable, uint32_t ruleCount) noexcept {
     if (hostTable == nullptr) {
@@ -92,10 +78,10 @@ int32_t enterIpv6View(const RuleSet& set, IpRuleTable& table, const IpRule& rule
                              rule.addresses.endAddress, entryRule);
 }
 
-// Hands back the userData of a rule that added nothing to a view. A rule that has entered the other
-// view keeps it: the claim is its entry's. Otherwise the claim is taken here, so that a rule handed
-// back in the first pass never comes to own its userData in the second.
-void handBackUserData(const RuleSet& set, IpRule& rule, const EntryRule& entryRule) noexcept {
+// Gives back the userData of a rule that added nothing to a view. A rule that has entered the other
+// view keeps it: the claim is its entry's. Otherwise the claim is taken here, so that no entry of
+// the second pass owns what the first pass gave back.
+void giveUserDataBack(const RuleSet& set, IpRule& rule, const EntryRule& entryRule) noexcept {
     uint32_t flags = 0;
     markRuleReleased(entryRule.userDataClaims, rule.userData, entryRule.ruleIndex - 1, &flags);
     if (flags == 0 || rule.released != 0 || set.releaseCallback == nullptr) {
@@ -109,18 +95,14 @@ using EnterView = int32_t (*)(const RuleSet& set, IpRuleTable& table, const IpRu
                               const EntryRule& entryRule) noexcept;
 
 bool enterRules(RuleSet& set, IpRuleTable& table, uint8_t* claims, EnterView enterView) noexcept {
-    uint32_t position = 0;
-    for (ListLink* link = set.ipRules.head.next; link != &set.ipRules.head; link = link->next) {
-        auto& rule = *reinterpret_cast<IpRule*>(link);
-        const EntryRule entryRule{++position, rule.ruleValue, rule.ruleId, rule.userData, claims};
+    return forEachRule<IpRule>(set.ipRules, [&](IpRule& rule, uint32_t ruleIndex) noexcept {
+        const EntryRule entryRule{ruleIndex, rule.ruleValue, rule.ruleId, rule.userData, claims};
         const int32_t status = enterView(set, table, rule, entryRule);
         if (status == RULE_ERR_DUPLICATE) {
-            handBackUserData(set, rule, entryRule);
-        } else if (status != RULE_OK) {
-            return false;
+            giveUserDataBack(set, rule, entryRule);
         }
-    }
-    return true;
+        return status == RULE_OK || status == RULE_ERR_DUPLICATE;
+    });
 }
 
 }  // namespace
@@ -134,13 +116,12 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
     if (!allocateClaims(*set, set->ipRules, claims)) {
         return nullptr;
     }
-    OwnedIpRuleTable table = newIpRuleTable(*set);
+    auto table = newStructure<IpRuleTable, releaseIpRuleTable>(*set);
     if (!table || !enterRules(*set, *table, claims.get(), enterIpv4View) ||
         !enterRules(*set, *table, claims.get(), enterIpv6View)) {
-        return nullptr;  // the owners free what was made and hand its userData back
+        return nullptr;  // the owner frees what was made and gives its userData back
     }
-    group->ipTable = table.release();
-    return group->ipTable;
+    return group->ipTable = table.release();
 }
 
 }  // namespace rs

@@ -9,10 +9,10 @@ namespace rs {
 
 // Compiles the IP rules of a set, stores the table in the group's slot and returns it. Null, with
 // null in the slot, for a null argument or when the build fails; what had entered the unfinished
-// table then hands its userData back through the set's callback.
+// table then gives its userData back through the set's callback.
 //
-// A rule that an equal earlier rule makes superfluous hands its userData back at once, and its
+// A rule that an equal earlier rule makes superfluous gives its userData back at once, and its
 // record is marked, so that a later build does not do it again.
-IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept;
+[[nodiscard]] IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept;
 
 }  // namespace rs

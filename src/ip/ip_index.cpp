@@ -1,11 +1,11 @@
 #include "ip/ip_index.h"
 
-#include <ruleset.h>
-
 #include <cstddef>
 
+#include "core/chain.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "core/structure.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -30,26 +30,24 @@ int32_t classifyInterval(const void* item, const TreeNode* node) noexcept {
 }
 
 template <typename Entry>
-void releaseEntryList(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    auto* entry = static_cast<Entry*>(firstEntry);
-    while (entry != nullptr) {
-        Entry* next = entry->next;
-        callReleaseCallback(info->releaseCallback, info->releaseContext, entry->userData,
-                            entry->entryFlags);
-        freeMemory(entry);
-        entry = next;
-    }
+void freeEntry(const ReleaseInfo& info, Entry* entry) noexcept {
+    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
+                        entry->entryFlags);
+    freeMemory(entry);
+}
+
+template <typename Entry>
+void freeNodeContent(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
+    auto* first = static_cast<Entry*>(firstEntry);
+    freeChain(first, [info](Entry* entry) noexcept { freeEntry(*info, entry); });
     freeMemory(key);
 }
 
 // Frees the entries of a bucket; a visitor of the host table.
-int32_t releaseHostBucket(HashBucket* bucket, void* argument, uint32_t* elementCount) noexcept {
-    const auto* info = static_cast<const ReleaseInfo*>(argument);
-    freeList(bucket->list, [info, elementCount](ListLink* link) noexcept {
-        HostEntry* entry = hostEntryOf(link);
-        callReleaseCallback(info->releaseCallback, info->releaseContext, entry->userData,
-                            entry->entryFlags);
-        freeMemory(entry);
+int32_t freeHostBucket(HashBucket* bucket, void* argument, uint32_t* elementCount) noexcept {
+    const auto& info = *static_cast<const ReleaseInfo*>(argument);
+    freeList(bucket->list, [&info, elementCount](ListLink* link) noexcept {
+        freeEntry(info, hostEntryOf(link));
         decrementCount(*elementCount);
     });
     return 0;
@@ -57,7 +55,7 @@ int32_t releaseHostBucket(HashBucket* bucket, void* argument, uint32_t* elementC
 
 void freeHostTable(HashTable** hostTable, const ReleaseInfo* info) noexcept {
     ReleaseInfo callbackInfo = *info;
-    hashVisitAll(*hostTable, &callbackInfo, releaseHostBucket);
+    hashVisitAll(*hostTable, &callbackInfo, freeHostBucket);
     hashDestroy(hostTable);
 }
 
@@ -81,24 +79,20 @@ int32_t classifyInterval128(const void* key, const TreeNode* node) noexcept {
 }
 
 void releaseAddressEntries(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    releaseEntryList<AddressEntry>(info, key, firstEntry);
+    freeNodeContent<AddressEntry>(info, key, firstEntry);
 }
 
 void releaseRangeEntries32(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    releaseEntryList<RangeEntry<uint32_t>>(info, key, firstEntry);
+    freeNodeContent<RangeEntry<uint32_t>>(info, key, firstEntry);
 }
 
 void releaseRangeEntries128(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    releaseEntryList<RangeEntry<Address128>>(info, key, firstEntry);
+    freeNodeContent<RangeEntry<Address128>>(info, key, firstEntry);
 }
 
 void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
-    if (slot == nullptr || *slot == nullptr) {
-        return;
-    }
-    IpRuleTable* table = *slot;
-    *slot = nullptr;
-    if (!dropReference(table->refCount)) {
+    IpRuleTable* table = dropFromSlot(slot);
+    if (table == nullptr) {
         return;
     }
     if (table->hostTable != nullptr) {

@@ -5,11 +5,11 @@
 //   ipv6HostTree   ::ffff:10.0.0.1         -> rule 4, rule 9     the same rules as 128-bit values,
 //   ipv6RangeTree  ::ffff:10.0.0.0 - ...   -> rule 2             beside the IPv6 ones
 //
-// An IPv6 rule whose addresses are IPv4-mapped stands in the IPv4 structures too.
+// An IPv6 rule whose addresses are IPv4-mapped is in the IPv4 structures too.
 //
 // Invariants: the keys of one tree never overlap. The first entry of a node covers the whole key
 //             and has the smallest ruleIndex in the node; plain lookups read no other. The entries
-//             of a bucket stand in rule order.
+//             of a bucket are in rule order.
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
@@ -19,6 +19,7 @@
 #include <cstdint>
 
 #include "core/list.h"
+#include "core/range_node.h"
 #include "core/release.h"
 #include "ip/search_tree.h"
 #include "lookup/hash_table.h"
@@ -34,15 +35,12 @@ struct IpRuleTable {
     SearchTree* ipv6RangeTree;
 };
 
-// A key of an interval tree, and while a rule is being entered an interval still to enter.
+// A key of an interval tree; its next is null there. While a rule is being entered, a chain of these
+// holds the intervals still to enter.
 template <typename Address>
-struct IntervalKey {
-    Address low;
-    Address high;       // inclusive
-    IntervalKey* next;  // owned while it waits; null in a tree
-};
+using IntervalKey = RangeNode<Address>;
 
-// Entries, each for one rule at one place. Those of a tree node form a list in rule order.
+// Entries, each for one rule at one place. Those of a tree node form a chain in rule order.
 
 struct HostEntry {
     uint32_t address;
@@ -75,43 +73,20 @@ struct AddressEntry {
     void* userData;
 };
 
-// What the entries of one rule are made from while a table is built.
-struct EntryRule {
-    uint32_t ruleIndex;
-    uint32_t ruleValue;
-    uint32_t ruleId;
-    void* userData;
-    uint8_t* userDataClaims;  // one byte per rule of the set; null when no rule has userData
-};
-
-HostEntry* hostEntryOf(ListLink* link) noexcept;
+// The entry that a link of a bucket belongs to.
+[[nodiscard]] HostEntry* hostEntryOf(ListLink* link) noexcept;
 
 // Compare operations of the trees; keys are Address128 in the first, IntervalKey in the others.
-int32_t compareAddressKey(const void* key, const TreeNode* node) noexcept;
-int32_t classifyInterval32(const void* key, const TreeNode* node) noexcept;
-int32_t classifyInterval128(const void* key, const TreeNode* node) noexcept;
+[[nodiscard]] int32_t compareAddressKey(const void* key, const TreeNode* node) noexcept;
+[[nodiscard]] int32_t classifyInterval32(const void* key, const TreeNode* node) noexcept;
+[[nodiscard]] int32_t classifyInterval128(const void* key, const TreeNode* node) noexcept;
 
-// Release operations of the trees.
+// Release operations of the trees: a node's entries are freed from the first on, then its key.
 void releaseAddressEntries(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 void releaseRangeEntries32(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 void releaseRangeEntries128(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 
-// Each enters one rule at one place and returns RULE_OK, RULE_ERR_DUPLICATE when that adds nothing
-// to what earlier rules with the same ruleValue cover, or another status, which fails the build.
-
-int32_t insertHost(HashTable* hostTable, uint32_t address, const EntryRule& rule) noexcept;
-
-int32_t insertAddress128(SearchTree* tree, const Address128& address,
-                         const EntryRule& rule) noexcept;
-
-// Deliberate: what fails before any part of the interval is entered is RULE_ERR_DUPLICATE too, out
-// of memory included, so that the build goes on without the rule.
-int32_t insertInterval32(SearchTree* tree, uint32_t low, uint32_t high,
-                         const EntryRule& rule) noexcept;
-int32_t insertInterval128(SearchTree* tree, const Address128& low, const Address128& high,
-                          const EntryRule& rule) noexcept;
-
-// Clears *slot and drops one reference; the last one frees the table and hands owned userData back:
+// Clears *slot and drops one reference; the last one frees the table and gives owned userData back:
 // that of hostTable through info, that of a tree through what the tree was created with. A null slot
 // or an empty one is left alone.
 void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept;

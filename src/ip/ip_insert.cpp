@@ -1,11 +1,13 @@
-// Entering rules into the structures of a table.
+#include "ip/ip_insert.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
 #include <utility>
 
+#include "core/entry.h"
 #include "core/memory.h"
-#include "ip/ip_index.h"
+#include "core/range_node.h"
 #include "lookup/address_hash.h"
 
 namespace rs {
@@ -17,16 +19,13 @@ template <typename Entry>
 OwnedMemory<Entry> makeEntry(const EntryRule& rule) noexcept {
     OwnedMemory<Entry> entry(allocateRecord<Entry>());
     if (entry) {
-        entry->ruleIndex = rule.ruleIndex;
-        entry->ruleValue = rule.ruleValue;
-        entry->ruleId = rule.ruleId;
-        entry->userData = rule.userData;
+        fillEntry(rule, rule.ruleIndex, *entry);
     }
     return entry;
 }
 
-// The first entry of a rule that is sure to stay in the table comes to own its userData; an entry
-// that owns it can no longer be dropped without handing it back.
+// claimUserData() is called last, when the entry is sure to stay: an entry that owns userData must
+// not be dropped.
 template <typename Entry>
 void claimUserData(Entry& entry, const EntryRule& rule) noexcept {
     markRuleReleased(rule.userDataClaims, rule.userData, rule.ruleIndex - 1, &entry.entryFlags);
@@ -60,28 +59,34 @@ void* insertIntoHostBucket(HashBucket* bucket, void* item) noexcept {
     return insertion;
 }
 
-template <typename Address>
-void freeWork(IntervalKey<Address>* first) noexcept {
-    while (first != nullptr) {
-        IntervalKey<Address>* next = first->next;
-        freeMemory(first);
-        first = next;
+// Where a rule's entry belongs among those of a node.
+template <typename Entry>
+struct EntryPlace {
+    Entry* last;  // the one to append to; null without entries, which no build makes
+    bool isDuplicate;
+};
+
+// isDuplicate(entry) says that the rule adds nothing to an entry.
+template <typename Entry, typename IsDuplicate>
+EntryPlace<Entry> findEntryPlace(const TreeNode& node, const IsDuplicate& isDuplicate) noexcept {
+    Entry* last = nullptr;
+    for (auto* entry = static_cast<Entry*>(node.entries); entry != nullptr; entry = entry->next) {
+        if (isDuplicate(*entry)) {
+            return {entry, true};
+        }
+        last = entry;
     }
+    return {last, false};
 }
 
-// One rule's way into an interval tree. Work is the list of intervals still to enter; nodes are
-// never split or widened, so what sticks out of a node is queued directly behind the interval at
-// hand:
-//
-//     rule      |-----------------------------|
-//     tree           |---node 1---|
-//     becomes   |---||-entry in 1-||----------|      the pieces left and right of node 1 come next
+// One rule's way into an interval tree. Work is the chain of intervals still to enter. What sticks
+// out of a node is queued before all other work, so that the pieces are entered from low to high.
 template <typename Address>
 class IntervalInsertion {
 public:
     using Key = IntervalKey<Address>;
     using Entry = RangeEntry<Address>;
-    using Work = Owned<Key, freeWork<Address>>;
+    using Work = OwnedRanges<Address>;
 
     IntervalInsertion(SearchTree& tree, const EntryRule& rule) noexcept
         : tree_(tree), rule_(rule) {}
@@ -97,11 +102,11 @@ public:
 
 private:
     bool queue(const Address& low, const Address& high) noexcept {
-        Key* item = allocateRecord<Key>();
+        Key* item = makeRange(low, high);
         if (item == nullptr) {
             return false;
         }
-        *item = {low, high, work_.release()};
+        item->next = work_.release();
         work_.reset(item);
         return true;
     }
@@ -165,13 +170,11 @@ private:
     // Appends an entry unless one with the same ruleValue covers the part already.
     int32_t enterCoveredPart(const TreeNode& node, const Address& low,
                              const Address& high) noexcept {
-        Entry* last = nullptr;
-        for (auto* entry = static_cast<Entry*>(node.entries); entry != nullptr;
-             entry = entry->next) {
-            if (entry->low <= low && entry->high >= high && entry->ruleValue == rule_.ruleValue) {
-                return RULE_OK;
-            }
-            last = entry;
+        const auto place = findEntryPlace<Entry>(node, [&](const Entry& entry) noexcept {
+            return entry.low <= low && entry.high >= high && entry.ruleValue == rule_.ruleValue;
+        });
+        if (place.isDuplicate) {
+            return RULE_OK;
         }
         OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
         if (!entry) {
@@ -180,7 +183,7 @@ private:
         entry->low = low;
         entry->high = high;
         claimUserData(*entry, rule_);
-        last->next = entry.release();  // a node has one entry at least
+        place.last->next = entry.release();
         entered_ = true;
         return RULE_OK;
     }
@@ -207,20 +210,19 @@ int32_t insertAddressNode(SearchTree& tree, const TreePlace& place, const Addres
     return RULE_OK;
 }
 
-int32_t appendAddressEntry(AddressEntry* first, const EntryRule& rule) noexcept {
-    AddressEntry* last = nullptr;
-    for (AddressEntry* entry = first; entry != nullptr; entry = entry->next) {
-        if (entry->ruleValue == rule.ruleValue) {
-            return RULE_ERR_DUPLICATE;
-        }
-        last = entry;
+int32_t appendAddressEntry(const TreeNode& node, const EntryRule& rule) noexcept {
+    const auto place = findEntryPlace<AddressEntry>(node, [&](const AddressEntry& entry) noexcept {
+        return entry.ruleValue == rule.ruleValue;
+    });
+    if (place.isDuplicate) {
+        return RULE_ERR_DUPLICATE;
     }
     OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
-    if (last == nullptr || !entry) {
+    if (place.last == nullptr || !entry) {
         return RULE_ERR_FAILED;
     }
     claimUserData(*entry, rule);
-    last->next = entry.release();
+    place.last->next = entry.release();
     return RULE_OK;
 }
 
@@ -238,7 +240,7 @@ int32_t insertAddress128(SearchTree* tree, const Address128& address,
     if (place.node == nullptr) {
         return insertAddressNode(*tree, place, address, rule);
     }
-    return appendAddressEntry(static_cast<AddressEntry*>(place.node->entries), rule);
+    return appendAddressEntry(*place.node, rule);
 }
 
 int32_t insertInterval32(SearchTree* tree, uint32_t low, uint32_t high,

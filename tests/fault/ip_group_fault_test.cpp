@@ -15,7 +15,7 @@
 #include "core/memory.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
-#include "ip/ip_index.h"
+#include "ip/ip_insert.h"
 #include "ip/ip_match.h"
 #include "ip/ip_statistics.h"
 #include "lookup/hash_table.h"

@@ -1,4 +1,5 @@
-// The insert operations of ip/ip_index.h: exact nodes and entries, and the order of the work.
+#include "ip/ip_insert.h"
+
 #include <ruleset.h>
 
 #include <cstdint>
@@ -9,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include "ip/ip_index.h"
 #include "lookup/address_hash.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
