@@ -3,13 +3,21 @@
 #include <array>
 
 #include "address_text.h"
-#include "ip/ip_match.h"
 #include "rule_type.h"
 #include "text_input.h"
 
 namespace cli {
 
 namespace {
+
+// The address in network byte order, IPv4 in mapped form.
+std::array<uint32_t, 4> networkWords(const ParsedAddress& address) {
+    std::array<uint32_t, 4> words = address.address.words;
+    for (uint32_t& word : words) {
+        word = htonl(word);
+    }
+    return words;
+}
 
 int32_t matchIp(const RuleGroup* group, std::string_view key, const LookupOptions& /*options*/,
                 MatchResult* result) {
@@ -18,7 +26,7 @@ int32_t matchIp(const RuleGroup* group, std::string_view key, const LookupOption
         return RULE_ERR_BAD_RULE;
     }
     return address.isIpv4 ? rs_matchIPRuleGroup(group, address.ipv4, result)
-                          : rs::matchIpv6(group, address.address, result);
+                          : rs_matchIPRuleGroupEx(group, 6, networkWords(address).data(), result);
 }
 
 std::string whyBadIpRule(std::string_view rule, int32_t /*status*/) {
@@ -35,10 +43,7 @@ std::string canonicalAddress(std::string_view key) {
     if (!parseAddress(key, address)) {
         return std::string(trimmed(key));
     }
-    std::array<uint32_t, 4> words = address.address.words;
-    for (uint32_t& word : words) {
-        word = htonl(word);
-    }
+    const std::array<uint32_t, 4> words = networkWords(address);
     std::array<char, INET6_ADDRSTRLEN> text{};
     const void* bytes = address.isIpv4 ? words.data() + 3 : words.data();
     inet_ntop(address.isIpv4 ? AF_INET : AF_INET6, bytes, text.data(), text.size());

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "core/rule_group.h"
 #include "fuzz_check.h"
 #include "ip/ip_match.h"
 #include "rule_texts.h"
@@ -109,8 +110,9 @@ private:
         const AddressWords words = test::addressWords(address);
         checkAnswer("the lookup of 128 bits for one value", rules_.findIpv6(address, ruleValue),
                     [&](MatchResult* result) {
-                        return matchIpv6WithValue(
-                            &group, {{words[0], words[1], words[2], words[3]}}, ruleValue, result);
+                        return matchIpv6WithValue(*group.ipTable,
+                                                  {{words[0], words[1], words[2], words[3]}},
+                                                  ruleValue, *result);
                     });
     }
 
@@ -127,7 +129,7 @@ private:
         });
         checkAnswer("the lookup of 32 bits for one value", rules_.findIpv4(address, ruleValue),
                     [&](MatchResult* result) {
-                        return matchIpv4WithValue(&group, address, ruleValue, result);
+                        return matchIpv4WithValue(*group.ipTable, address, ruleValue, *result);
                     });
     }
 

@@ -9,23 +9,26 @@
 
 extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
                                        MatchResult* result) noexcept {
-    return rs::matchIpv4(group, address, result);
+    if (group == nullptr || result == nullptr || group->ipTable == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    return rs::matchIpv4(*group->ipTable, address, *result);
 }
 
 extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
                                          const void* address, MatchResult* result) noexcept {
-    if (address == nullptr) {
+    if (group == nullptr || address == nullptr || result == nullptr || group->ipTable == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
     const auto* bytes = static_cast<const uint8_t*>(address);
     if (family == 4) {
-        return rs::matchIpv4(group, rs::readBigEndian32(bytes), result);
+        return rs::matchIpv4(*group->ipTable, rs::readBigEndian32(bytes), *result);
     }
     if (family == 6) {
-        return rs::matchIpv6(group,
+        return rs::matchIpv6(*group->ipTable,
                              {{rs::readBigEndian32(bytes), rs::readBigEndian32(bytes + 4),
                                rs::readBigEndian32(bytes + 8), rs::readBigEndian32(bytes + 12)}},
-                             result);
+                             *result);
     }
     return RULE_ERR_INVALID_ARG;
 }

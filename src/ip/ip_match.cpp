@@ -1,6 +1,6 @@
 #include "ip/ip_match.h"
 
-#include "ip/ip_index.h"
+#include "core/entry.h"
 #include "lookup/address_hash.h"
 #include "syntax/address128.h"
 
@@ -8,7 +8,7 @@ namespace rs {
 
 namespace {
 
-// The entry of a list for the rule with one ruleValue that covers address: rules cover parts of a
+// The entry of a chain for the rule with one ruleValue that covers address: rules cover parts of a
 // node's key.
 template <typename Address>
 const RangeEntry<Address>* entryWithValue(const RangeEntry<Address>* entry, const Address& address,
@@ -80,74 +80,46 @@ const HostEntry* findHost(const HashTable* hostTable, const HostKey& key) noexce
         hashLookup(hostTable, hashIPv4(key.address), &key, findInHostBucket));
 }
 
-template <typename Entry>
-int32_t report(const Entry& entry, MatchResult& result) noexcept {
-    result = {entry.ruleIndex, entry.ruleValue, entry.ruleId, entry.userData};
-    return 1;
-}
-
 // Reports the earlier of two hits, each of which may be missing.
 //
 // Deliberate: two hits of one rule are no match. No build makes them: a rule is either a single
 // address or a range.
 template <typename Host, typename Range>
 int32_t reportEarlier(const Host* host, const Range* range, MatchResult& result) noexcept {
-    if (host == nullptr && range == nullptr) {
-        return 0;
+    if (host == nullptr) {
+        return reportEntry(range, result);
     }
-    if (range == nullptr || (host != nullptr && host->ruleIndex < range->ruleIndex)) {
-        return report(*host, result);
+    if (range == nullptr || host->ruleIndex < range->ruleIndex) {
+        return reportEntry(host, result);
     }
-    if (host == nullptr || range->ruleIndex < host->ruleIndex) {
-        return report(*range, result);
-    }
-    return 0;
-}
-
-bool canMatch(const RuleGroup* group, const MatchResult* result) noexcept {
-    return group != nullptr && result != nullptr && group->ipTable != nullptr;
+    return host->ruleIndex == range->ruleIndex ? 0 : reportEntry(range, result);
 }
 
 }  // namespace
 
-int32_t matchIpv4(const RuleGroup* group, uint32_t address, MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpRuleTable& table = *group->ipTable;
+int32_t matchIpv4(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
     return reportEarlier(findHost(table.hostTable, {address, true, 0}),
-                         findInterval<uint32_t>(table.ipv4RangeTree, address), *result);
+                         findInterval<uint32_t>(table.ipv4RangeTree, address), result);
 }
 
-int32_t matchIpv6(const RuleGroup* group, const Address128& address, MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpRuleTable& table = *group->ipTable;
+int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
+                  MatchResult& result) noexcept {
     return reportEarlier(findAddress(table.ipv6HostTree, address),
-                         findInterval<Address128>(table.ipv6RangeTree, address), *result);
+                         findInterval<Address128>(table.ipv6RangeTree, address), result);
 }
 
-int32_t matchIpv4WithValue(const RuleGroup* group, uint32_t address, uint32_t ruleValue,
-                           MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpRuleTable& table = *group->ipTable;
+int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,
+                           MatchResult& result) noexcept {
     const auto* interval = findInterval<uint32_t>(table.ipv4RangeTree, address);
     return reportEarlier(findHost(table.hostTable, {address, false, ruleValue}),
-                         entryWithValue(interval, address, ruleValue), *result);
+                         entryWithValue(interval, address, ruleValue), result);
 }
 
-int32_t matchIpv6WithValue(const RuleGroup* group, const Address128& address, uint32_t ruleValue,
-                           MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpRuleTable& table = *group->ipTable;
+int32_t matchIpv6WithValue(const IpRuleTable& table, const Address128& address, uint32_t ruleValue,
+                           MatchResult& result) noexcept {
     const auto* interval = findInterval<Address128>(table.ipv6RangeTree, address);
     return reportEarlier(entryWithValue(findAddress(table.ipv6HostTree, address), ruleValue),
-                         entryWithValue(interval, address, ruleValue), *result);
+                         entryWithValue(interval, address, ruleValue), result);
 }
 
 }  // namespace rs

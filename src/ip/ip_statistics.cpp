@@ -1,7 +1,5 @@
 #include "ip/ip_statistics.h"
 
-#include "core/reference_count.h"
-#include "ip/ip_index.h"
 #include "lookup/hash_table.h"
 
 namespace rs {
@@ -40,26 +38,10 @@ int32_t countBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount
     return 0;
 }
 
-uint64_t nodesOf(const SearchTree* tree) noexcept {
-    return tree == nullptr ? 0 : readCount(tree->nodeCount);
-}
-
-bool isEmptyTable(const IpRuleTable& table) noexcept {
-    const uint64_t hosts =
-        table.hostTable == nullptr ? 0 : readCount(table.hostTable->elementCount);
-    return hosts + nodesOf(table.ipv4RangeTree) + nodesOf(table.ipv6HostTree) +
-               nodesOf(table.ipv6RangeTree) ==
-           0;
-}
-
 }  // namespace
 
-IpRuleStatistics countIpRules(const RuleGroup* group) noexcept {
+IpRuleStatistics countIpRules(IpRuleTable& table) noexcept {
     IpRuleStatistics statistics{};
-    if (group == nullptr || group->ipTable == nullptr || isEmptyTable(*group->ipTable)) {
-        return statistics;
-    }
-    const IpRuleTable& table = *group->ipTable;
     if (table.hostTable != nullptr) {
         hashVisitAll(table.hostTable, &statistics.hostEntries, countBucket);
     }

@@ -1,9 +1,9 @@
-// Counting what a compiled IP group holds.
+// Counting what a compiled list of IP rules holds.
 #pragma once
 
 #include <cstdint>
 
-#include "core/rule_group.h"
+#include "ip/ip_index.h"
 
 namespace rs {
 
@@ -17,9 +17,10 @@ struct IpRuleStatistics {
     uint64_t ipv6RangeEntries;
 };
 
-// Walks every bucket and every tree of a group and counts. All zero for a null group, one without
-// IP rules' table, and an empty table. The trees are changed and restored on the way: nobody may
-// match in the group meanwhile.
-IpRuleStatistics countIpRules(const RuleGroup* group) noexcept;
+// Walks every bucket and every tree of a table and counts. All zero for an empty table.
+//
+// The table is not const: the walk needs no stack because it bends pointers of the trees on the way,
+// and restores them. Nobody may look up in the table meanwhile. See visitTreeInOrder.
+[[nodiscard]] IpRuleStatistics countIpRules(IpRuleTable& table) noexcept;
 
 }  // namespace rs

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "ip/ip_match.h"
 #include "support/comparison_count.h"
 #include "support/expected_match.h"
@@ -195,12 +196,13 @@ protected:
             const Number128 address = randomEdge();
             const uint32_t ruleValue = random.below32(6);
             MatchResult result = UNTOUCHED;
-            int32_t status = matchIpv6WithValue(&group, wordsOf(address), ruleValue, &result);
+            int32_t status =
+                matchIpv6WithValue(*group.ipTable, wordsOf(address), ruleValue, result);
             EXPECT_TRUE(isExpectedMatch(reference.findIpv6(address, ruleValue), status, result));
             if (isMappedNumber(address)) {
                 const auto ipv4 = static_cast<uint32_t>(address);
                 result = UNTOUCHED;
-                status = matchIpv4WithValue(&group, ipv4, ruleValue, &result);
+                status = matchIpv4WithValue(*group.ipTable, ipv4, ruleValue, result);
                 EXPECT_TRUE(isExpectedMatch(reference.findIpv4(ipv4, ruleValue), status, result));
             }
         }

@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "support/comparison_count.h"
 #include "support/expected_match.h"
 #include "support/match_result.h"
@@ -78,7 +79,7 @@ public:
         const Address128 words = wordsOf(address);
         winner = reference_.findIpv6(address, ruleValue);
         checkHit("matchIpv6WithValue", address, winner, [&](MatchResult* result) {
-            return matchIpv6WithValue(&group, words, ruleValue, result);
+            return matchIpv6WithValue(*group.ipTable, words, ruleValue, *result);
         });
         if (!isMappedNumber(address)) {
             return;
@@ -92,7 +93,7 @@ public:
         });
         winner = reference_.findIpv4(ipv4, ruleValue);
         checkHit("matchIpv4WithValue", address, winner, [&](MatchResult* result) {
-            return matchIpv4WithValue(&group, ipv4, ruleValue, result);
+            return matchIpv4WithValue(*group.ipTable, ipv4, ruleValue, *result);
         });
     }
 

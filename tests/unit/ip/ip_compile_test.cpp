@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "core/rule_set.h"
 #include "ip/ip_match.h"
 #include "ip/ip_rule.h"
@@ -27,11 +28,13 @@ using Lines = std::vector<std::string>;
 using Pointers = std::vector<void*>;
 
 uint32_t ipv4Winner(const RuleGroup& group, uint32_t address) {
-    return winnerOfMatch([&](MatchResult* result) { return matchIpv4(&group, address, result); });
+    return winnerOfMatch(
+        [&](MatchResult* result) { return matchIpv4(*group.ipTable, address, *result); });
 }
 
 uint32_t ipv6Winner(const RuleGroup& group, const Address128& address) {
-    return winnerOfMatch([&](MatchResult* result) { return matchIpv6(&group, address, result); });
+    return winnerOfMatch(
+        [&](MatchResult* result) { return matchIpv6(*group.ipTable, address, *result); });
 }
 
 uint32_t nodeCountOf(const SearchTree* tree) {
@@ -351,7 +354,7 @@ TEST(IpRuleUserData, GoesBackOnceWhenOnlyTheFirstPassRefusesTheRule) {
     EXPECT_EQ(Pointers{&userData}, recorder.order());
     // The rule is in the 128-bit tree all the same, but owns nothing there.
     MatchResult result{};
-    EXPECT_EQ(1, matchIpv6WithValue(group.get(), mappedAddress(0x0A00000A), 5, &result));
+    EXPECT_EQ(1, matchIpv6WithValue(*group->ipTable, mappedAddress(0x0A00000A), 5, result));
     EXPECT_EQ(3, result.ruleIndex);
     const std::vector<const TreeNode*> nodes = nodesInOrder(group->ipTable->ipv6RangeTree);
     ASSERT_EQ(1, nodes.size());

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "ip/ip_index.h"
 #include "support/rule_builder.h"
 #include "support/search_tree_check.h"
@@ -35,7 +36,7 @@ TEST(IpStatistics, CountsEntriesAndNodes) {
                                                {"2001:db8::/32", 1},
                                                {"2001:db8::1", 1}});
     for (int round = 0; round < 2; ++round) {
-        expectCounts({3, 2, 3, 3, 5, 3, 4}, countIpRules(group.get()));
+        expectCounts({3, 2, 3, 3, 5, 3, 4}, countIpRules(*group->ipTable));
         EXPECT_TRUE(checkSearchTree(*group->ipTable->ipv4RangeTree));
         EXPECT_TRUE(checkSearchTree(*group->ipTable->ipv6HostTree));
         EXPECT_TRUE(checkSearchTree(*group->ipTable->ipv6RangeTree));
@@ -43,17 +44,14 @@ TEST(IpStatistics, CountsEntriesAndNodes) {
 }
 
 TEST(IpStatistics, CountsNothingWhereNothingIs) {
-    expectCounts({}, countIpRules(nullptr));
-    const RuleGroup withoutTable{};
-    expectCounts({}, countIpRules(&withoutTable));
-    expectCounts({}, countIpRules(makeIpGroup({}).get()));
+    expectCounts({}, countIpRules(*makeIpGroup({})->ipTable));
 }
 
 TEST(IpStatistics, CountsOneStructureAlone) {
-    expectCounts({0, 0, 0, 1, 1, 0, 0}, countIpRules(makeIpGroup({{"::1"}}).get()));
-    expectCounts({0, 0, 0, 0, 0, 1, 1}, countIpRules(makeIpGroup({{"::/1"}}).get()));
-    expectCounts({1, 0, 0, 1, 1, 0, 0}, countIpRules(makeIpGroup({{"1.2.3.4"}}).get()));
-    expectCounts({0, 1, 1, 0, 0, 1, 1}, countIpRules(makeIpGroup({{"1.2.3.0/24"}}).get()));
+    expectCounts({0, 0, 0, 1, 1, 0, 0}, countIpRules(*makeIpGroup({{"::1"}})->ipTable));
+    expectCounts({0, 0, 0, 0, 0, 1, 1}, countIpRules(*makeIpGroup({{"::/1"}})->ipTable));
+    expectCounts({1, 0, 0, 1, 1, 0, 0}, countIpRules(*makeIpGroup({{"1.2.3.4"}})->ipTable));
+    expectCounts({0, 1, 1, 0, 0, 1, 1}, countIpRules(*makeIpGroup({{"1.2.3.0/24"}})->ipTable));
 }
 
 }  // namespace
