@@ -2,13 +2,15 @@
 #include <ruleset.h>
 
 #include "api/rule_type.h"
+#include "core/list.h"
 #include "core/memory.h"
 #include "core/rule_set.h"
 
 using rs::RuleList;
 
 extern "C" int32_t rs_newRuleSet(int32_t type, RuleSet** out) noexcept {
-    if (out == nullptr || type < RULE_TYPE_IP || type > RULE_TYPE_COMPOUND) {
+    if (out == nullptr || type < int32_t{rs::FIRST_RULE_TYPE} ||
+        type > int32_t{rs::LAST_RULE_TYPE}) {
         return RULE_ERR_INVALID_ARG;
     }
     auto* set = rs::allocateRecord<RuleSet>();
@@ -16,10 +18,7 @@ extern "C" int32_t rs_newRuleSet(int32_t type, RuleSet** out) noexcept {
         return RULE_ERR_NO_MEMORY;
     }
     set->type = static_cast<uint32_t>(type);
-    for (RuleList* list : {&set->ipRules, &set->domainRules, &set->urlRules,
-                           &set->packetFilterRules, &set->ipPortRules, &set->compoundRules}) {
-        rs::resetList(list->head);
-    }
+    rs::resetLists(*set);
     *out = set;
     return RULE_OK;
 }

@@ -1,8 +1,12 @@
 #include "api/rule_type.h"
 
+#include <cstddef>
+#include <iterator>
+#include <type_traits>
+
 #include "compound/compound_compile.h"
 #include "compound/compound_rule.h"
-#include "core/reference_count.h"
+#include "core/structure.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_compile.h"
@@ -18,122 +22,168 @@ namespace rs {
 
 namespace {
 
-// The new record of make as the link that a set keeps it by.
-template <auto make>
+// A row: a type of rules, under one number or two.
+struct RuleType {
+    uint32_t numbers;  // bit n for the number n
+    RuleList RuleSet::*list;
+    int32_t (*parse)(const char* text, uint32_t length, const RuleValues& values,
+                     ListLink** out) noexcept;
+    void (*freeRule)(ListLink* link) noexcept;
+    bool (*build)(RuleSet& set, RuleGroup& group) noexcept;
+    void (*retain)(const RuleGroup& group, RuleGroup& copy) noexcept;
+    void (*release)(RuleGroup& group, const ReleaseInfo& info) noexcept;
+};
+
+// The new record of makeRule as the link that a set keeps it by.
+template <auto makeRule>
 int32_t parseRecord(const char* text, uint32_t length, const RuleValues& values,
                     ListLink** out) noexcept {
     int32_t status = RULE_OK;
-    auto* rule = make(text, length, values, &status);
+    auto* rule = makeRule(text, length, values, &status);
     if (rule != nullptr) {
         *out = &rule->links;
     }
     return status;
 }
 
-// Every record begins with its links.
 template <typename Rule, auto freeRule>
-void freeRecords(RuleList& list) noexcept {
-    freeList(list.head,
-             [](ListLink* record) noexcept { freeRule(reinterpret_cast<Rule*>(record)); });
-    list.ruleCount = 0;
+void freeRecord(ListLink* link) noexcept {
+    freeRule(&ruleOf<Rule>(*link));
 }
 
-template <typename Structure>
-void retainStructure(Structure* structure, Structure*& copy) noexcept {
-    if (structure != nullptr) {
-        retainReference(structure->refCount);
-        copy = structure;
-    }
+template <auto slot, auto build>
+bool buildStructure(RuleSet& set, RuleGroup& group) noexcept {
+    static_assert(std::is_same_v<decltype(build(&set, &group)),
+                                 std::remove_reference_t<decltype(group.*slot)>>,
+                  "build is for the slot of another type");
+    return build(&set, &group) != nullptr;
 }
+
+template <auto slot>
+void retainStructure(const RuleGroup& group, RuleGroup& copy) noexcept {
+    shareStructure(group.*slot, copy.*slot);
+}
+
+template <auto slot, auto releaseStructure>
+void releaseSlot(RuleGroup& group, const ReleaseInfo& info) noexcept {
+    releaseStructure(&(group.*slot), &info);
+}
+
+template <typename Rule, auto makeRule, auto freeRule, auto slot, auto build, auto release>
+constexpr RuleType makeRow(uint32_t numbers, RuleList RuleSet::*list) noexcept {
+    return {numbers,
+            list,
+            parseRecord<makeRule>,
+            freeRecord<Rule, freeRule>,
+            buildStructure<slot, build>,
+            retainStructure<slot>,
+            releaseSlot<slot, release>};
+}
+
+constexpr uint32_t bit(uint32_t number) noexcept {
+    return uint32_t{1} << number;
+}
+
+// Structures are released in the order of the rows.
+constexpr RuleType RULE_TYPES[] = {
+    makeRow<IpRule, makeIpRule, freeIpRule, &RuleGroup::ipTable, buildIpRuleTable,
+            releaseIpRuleTable>(bit(RULE_TYPE_IP) | bit(RULE_TYPE_IP_ALT), &RuleSet::ipRules),
+    makeRow<UrlRule, makeUrlRule, freeUrlRule, &RuleGroup::urlIndex, compileUrlRules,
+            releaseUrlIndex>(bit(RULE_TYPE_URL), &RuleSet::urlRules),
+    makeRow<DomainRule, makeDomainRule, freeDomainRule, &RuleGroup::domainIndex, compileDomainRules,
+            releaseDomainIndex>(bit(RULE_TYPE_FQDN), &RuleSet::domainRules),
+    makeRow<PacketFilterRule, makePacketFilterRule, freePacketFilterRule,
+            &RuleGroup::packetFilterTable, buildPacketFilterTable, releasePacketFilterTable>(
+        bit(RULE_TYPE_PACKET_FILTER), &RuleSet::packetFilterRules),
+    makeRow<IpPortRule, makeIpPortRule, freeIpPortRule, &RuleGroup::ipPortIndex, buildIpPortIndex,
+            destroyIpPortIndex>(bit(RULE_TYPE_IP_PORT), &RuleSet::ipPortRules),
+    makeRow<CompoundRuleRecord, makeCompoundRule, freeCompoundRecord, &RuleGroup::compoundTable,
+            buildCompoundTable, releaseCompoundTable>(bit(RULE_TYPE_COMPOUND),
+                                                      &RuleSet::compoundRules),
+};
+
+constexpr const RuleType* findRuleType(uint32_t number) noexcept {
+    for (const RuleType& type : RULE_TYPES) {
+        if (number <= LAST_RULE_TYPE && (type.numbers & bit(number)) != 0) {
+            return &type;
+        }
+    }
+    return nullptr;
+}
+
+constexpr bool hasEachTypeOneRow() noexcept {
+    uint32_t seen = 0;
+    for (const RuleType& type : RULE_TYPES) {
+        if ((seen & type.numbers) != 0) {
+            return false;
+        }
+        seen |= type.numbers;
+    }
+    return seen == bit(LAST_RULE_TYPE + 1) - bit(FIRST_RULE_TYPE);
+}
+
+constexpr bool isAnyListOfTwoRows() noexcept {
+    for (const RuleType& type : RULE_TYPES) {
+        for (const RuleType& other : RULE_TYPES) {
+            if (&type != &other && type.list == other.list) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+static_assert(hasEachTypeOneRow());
+static_assert(!isAnyListOfTwoRows());
+static_assert(offsetof(RuleSet, hasUserData) - offsetof(RuleSet, ipRules) ==
+                  std::size(RULE_TYPES) * sizeof(RuleList),
+              "a list of RuleSet has no row");
+static_assert(offsetof(RuleGroup, releaseCallback) - offsetof(RuleGroup, ipTable) ==
+                  std::size(RULE_TYPES) * sizeof(void*),
+              "a slot of RuleGroup has no row");
 
 }  // namespace
 
-RuleList* ruleListOf(RuleSet& set) noexcept {
-    switch (set.type) {
-        case RULE_TYPE_IP:
-        case RULE_TYPE_IP_ALT:
-            return &set.ipRules;
-        case RULE_TYPE_FQDN:
-            return &set.domainRules;
-        case RULE_TYPE_URL:
-            return &set.urlRules;
-        case RULE_TYPE_PACKET_FILTER:
-            return &set.packetFilterRules;
-        case RULE_TYPE_IP_PORT:
-            return &set.ipPortRules;
-        case RULE_TYPE_COMPOUND:
-            return &set.compoundRules;
-        default:
-            return nullptr;
+void resetLists(RuleSet& set) noexcept {
+    for (const RuleType& type : RULE_TYPES) {
+        resetList((set.*type.list).head);
     }
+}
+
+RuleList* ruleListOf(RuleSet& set) noexcept {
+    const RuleType* type = findRuleType(set.type);
+    return type == nullptr ? nullptr : &(set.*type->list);
 }
 
 int32_t parseRule(const RuleSet& set, const char* text, uint32_t length, const RuleValues& values,
                   ListLink** out) noexcept {
-    switch (set.type) {
-        case RULE_TYPE_IP:
-        case RULE_TYPE_IP_ALT:
-            return parseRecord<makeIpRule>(text, length, values, out);
-        case RULE_TYPE_FQDN:
-            return parseRecord<makeDomainRule>(text, length, values, out);
-        case RULE_TYPE_URL:
-            return parseRecord<makeUrlRule>(text, length, values, out);
-        case RULE_TYPE_PACKET_FILTER:
-            return parseRecord<makePacketFilterRule>(text, length, values, out);
-        case RULE_TYPE_IP_PORT:
-            return parseRecord<makeIpPortRule>(text, length, values, out);
-        case RULE_TYPE_COMPOUND:
-            return parseRecord<makeCompoundRule>(text, length, values, out);
-        default:
-            return RULE_ERR_BAD_TYPE;
+    const RuleType* type = findRuleType(set.type);
+    return type == nullptr ? RULE_ERR_BAD_TYPE : type->parse(text, length, values, out);
+}
+
+void freeRules(RuleSet& set) noexcept {
+    for (const RuleType& type : RULE_TYPES) {
+        RuleList& list = set.*type.list;
+        freeList(list.head, type.freeRule);
+        list.ruleCount = 0;
     }
 }
 
 bool buildSlot(RuleSet& set, RuleGroup& group) noexcept {
-    switch (set.type) {
-        case RULE_TYPE_IP:
-        case RULE_TYPE_IP_ALT:
-            return buildIpRuleTable(&set, &group) != nullptr;
-        case RULE_TYPE_FQDN:
-            return compileDomainRules(&set, &group) != nullptr;
-        case RULE_TYPE_URL:
-            return compileUrlRules(&set, &group) != nullptr;
-        case RULE_TYPE_PACKET_FILTER:
-            return buildPacketFilterTable(&set, &group) != nullptr;
-        case RULE_TYPE_IP_PORT:
-            return buildIpPortIndex(&set, &group) != nullptr;
-        case RULE_TYPE_COMPOUND:
-            return buildCompoundTable(&set, &group) != nullptr;
-        default:
-            return false;
-    }
+    const RuleType* type = findRuleType(set.type);
+    return type != nullptr && type->build(set, group);
 }
 
 void retainSlots(const RuleGroup& group, RuleGroup& copy) noexcept {
-    retainStructure(group.ipTable, copy.ipTable);
-    retainStructure(group.urlIndex, copy.urlIndex);
-    retainStructure(group.domainIndex, copy.domainIndex);
-    retainStructure(group.packetFilterTable, copy.packetFilterTable);
-    retainStructure(group.ipPortIndex, copy.ipPortIndex);
-    retainStructure(group.compoundTable, copy.compoundTable);
+    for (const RuleType& type : RULE_TYPES) {
+        type.retain(group, copy);
+    }
 }
 
 void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept {
-    releaseIpRuleTable(&group.ipTable, &info);
-    releaseUrlIndex(&group.urlIndex, &info);
-    releaseDomainIndex(&group.domainIndex, &info);
-    releasePacketFilterTable(&group.packetFilterTable, &info);
-    destroyIpPortIndex(&group.ipPortIndex, &info);
-    releaseCompoundTable(&group.compoundTable, &info);
-}
-
-void freeRules(RuleSet& set) noexcept {
-    freeRecords<IpRule, freeIpRule>(set.ipRules);
-    freeRecords<DomainRule, freeDomainRule>(set.domainRules);
-    freeRecords<UrlRule, freeUrlRule>(set.urlRules);
-    freeRecords<PacketFilterRule, freePacketFilterRule>(set.packetFilterRules);
-    freeRecords<IpPortRule, freeIpPortRule>(set.ipPortRules);
-    freeRecords<CompoundRuleRecord, freeCompoundRecord>(set.compoundRules);
+    for (const RuleType& type : RULE_TYPES) {
+        type.release(group, info);
+    }
 }
 
 }  // namespace rs

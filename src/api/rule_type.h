@@ -1,5 +1,15 @@
-// The only switches over the rule type. To add a type, give it a case in each of them.
+// What the functions of api do with rules and groups of any type.
+//
+//     RULE_TYPES of rule_type.cpp    a row:  list in RuleSet  slot in RuleGroup  parse  free  build  release
+//
+//     one type    ruleListOf  parseRule  buildSlot      use the row of the set's type
+//     all types   resetLists  freeRules  retainSlots  releaseSlots      run over all rows
+//
+// To add a type, give it a row: nothing else in api knows the types. A row without one of its
+// operations does not compile, nor does a type, a list or a slot without a row.
 #pragma once
+
+#include <ruleset.h>
 
 #include <cstdint>
 
@@ -12,13 +22,19 @@ namespace rs {
 inline constexpr uint32_t FIRST_RULE_TYPE = RULE_TYPE_IP;
 inline constexpr uint32_t LAST_RULE_TYPE = RULE_TYPE_COMPOUND;
 
-// The list that rules of the set's type belong to; null when the type is outside 1..7.
-RuleList* ruleListOf(RuleSet& set) noexcept;
+// Makes all lists empty. Nothing is freed: this is for a new set.
+void resetLists(RuleSet& set) noexcept;
+
+// The list that rules of the set's type belong to; null when there is no such type.
+[[nodiscard]] RuleList* ruleListOf(RuleSet& set) noexcept;
 
 // Parses a rule of the set's type into a new record, which the caller owns until it is in the set's
-// list. RULE_ERR_BAD_TYPE for a type that takes no rules, otherwise as rs_addRuleToRuleSetEx.
-int32_t parseRule(const RuleSet& set, const char* text, uint32_t length, const RuleValues& values,
-                  ListLink** out) noexcept;
+// list. RULE_ERR_BAD_TYPE when there is no such type, otherwise as rs_addRuleToRuleSetEx.
+[[nodiscard]] int32_t parseRule(const RuleSet& set, const char* text, uint32_t length,
+                                const RuleValues& values, ListLink** out) noexcept;
+
+// Frees the rules of all lists; userData is not touched.
+void freeRules(RuleSet& set) noexcept;
 
 // Compiles the set into the slot of its type. False when that fails.
 [[nodiscard]] bool buildSlot(RuleSet& set, RuleGroup& group) noexcept;
@@ -26,10 +42,7 @@ int32_t parseRule(const RuleSet& set, const char* text, uint32_t length, const R
 // Shares every structure of group with copy.
 void retainSlots(const RuleGroup& group, RuleGroup& copy) noexcept;
 
-// Drops the group's reference to every structure and clears its slots.
+// Drops the group's reference to every structure and clears its slots, in the order of the rows.
 void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept;
-
-// Frees the rules of all lists; userData is not touched.
-void freeRules(RuleSet& set) noexcept;
 
 }  // namespace rs

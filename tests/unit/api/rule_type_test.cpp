@@ -2,7 +2,11 @@
 
 #include <ruleset.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -87,6 +91,39 @@ TEST(RuleSlots, OfAnEmptyGroupAreNothingToShareOrRelease) {
     retainSlots(group, copy);
     EXPECT_EQ(nullptr, copy.ipTable);
     releaseSlots(group, {});
+}
+
+TEST(RuleSlots, AreReleasedInAFixedOrder) {
+    struct TypedRule {
+        int32_t type;
+        std::string_view text;
+    };
+    constexpr std::array<TypedRule, 6> RULES = {{{RULE_TYPE_IP, "10.0.0.1"},
+                                                 {RULE_TYPE_URL, "http://example.com/a"},
+                                                 {RULE_TYPE_FQDN, "example.com"},
+                                                 {RULE_TYPE_PACKET_FILTER, "tcp;*;*;*;*"},
+                                                 {RULE_TYPE_IP_PORT, "*;*;*;*;1"},
+                                                 {RULE_TYPE_COMPOUND, "*;*;*;*;0;0"}}};
+    int userData[RULES.size()] = {};
+    RuleGroup all{};
+    std::vector<void*> expected;
+    for (size_t i = 0; i < RULES.size(); ++i) {
+        const RuleSetHandle set = makeRuleSet(RULES[i].type, {{RULES[i].text, 0, &userData[i]}});
+        retainSlots(*buildRuleGroup(*set), all);
+        expected.push_back(&userData[i]);
+    }
+    ReleaseRecorder recorder;
+    releaseSlots(all, {ReleaseRecorder::record, &recorder, 0});
+    EXPECT_EQ(expected, recorder.order());
+}
+
+TEST(RuleLists, AreReset) {
+    RuleSet set{};
+    resetLists(set);
+    for (const RuleList* list : {&set.ipRules, &set.domainRules, &set.urlRules,
+                                 &set.packetFilterRules, &set.ipPortRules, &set.compoundRules}) {
+        EXPECT_TRUE(isListEmpty(list->head));
+    }
 }
 
 TEST(RuleLists, AreEmptyOnceTheirRulesAreFreed) {
