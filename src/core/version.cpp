@@ -1,10 +1,8 @@
-// The ident text of the library.
-#include <ruleset_static.h>
+#include "core/version.h"
 
 namespace rs {
 
-const char* getLibraryVersion() noexcept {
-    return "ruleset " RULESET_VERSION " (" RULESET_BUILD_PLATFORM ", built " RULESET_BUILD_DATE ")";
-}
+const char LIBRARY_VERSION[] =
+    "ruleset " RULESET_VERSION " (" RULESET_BUILD_PLATFORM ", built " RULESET_BUILD_DATE ")";
 
 }  // namespace rs

@@ -1,14 +1,19 @@
-#include "core/library_option.h"
-
 #include <ruleset_static.h>
 
 #include <cstdint>
+#include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "core/library_option.h"
 
 namespace rs::test {
 
 namespace {
+
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
 
 class LibraryOption : public ::testing::Test {
 protected:
@@ -39,6 +44,18 @@ TEST_F(LibraryOption, RefusesOtherOptionsAndChangesNothing) {
     setLibraryOption(RULE_OPTION_IPV6, 0);
     EXPECT_EQ(RULE_ERR_INVALID_ARG, setLibraryOption(2, 1));
     EXPECT_EQ(0, ipv6Enabled);
+}
+
+TEST(LibraryVersion, NamesVersionPlatformAndBuildDate) {
+    const std::string version = getLibraryVersion();
+    EXPECT_THAT(version, HasSubstr("5.200.1021"));
+    EXPECT_THAT(version, HasSubstr("linux-"));
+    EXPECT_THAT(version, ContainsRegex("[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]"));
+    EXPECT_EQ(std::string::npos, version.find('\n'));
+}
+
+TEST(LibraryVersion, IsOneConstantText) {
+    EXPECT_EQ(getLibraryVersion(), getLibraryVersion());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Sharing the compiled structures of a group.
+// Sharing the compiled structures of a group, for hosts that link statically.
 #include <ruleset_static.h>
 
 #include <algorithm>
