@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "core/entry.h"
 #include "core/memory.h"
 #include "core/text_rule.h"
 #include "ip/ip_rule.h"
@@ -300,7 +301,7 @@ CompoundRuleRecord* makeCompoundRule(const char* text, uint32_t length, const Ru
     return makeTextRule<CompoundRuleRecord, freeCompoundRecord>(
         text, length, 1, status, [&](CompoundRuleRecord& record) noexcept {
             resetList(record.links);
-            storeRuleValues(values, record.rule);
+            copyRuleValues(values, record.rule);
             return parseCompoundRule(text, length, &record.rule);
         });
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "core/entry.h"
 #include "core/growing_text.h"
 #include "core/memory.h"
 #include "core/rule_set.h"
@@ -21,13 +22,6 @@ inline char* copyRuleText(const char* text, uint32_t length, uint32_t padding) n
         std::fill_n(copy + length, padding, '\0');
     }
     return copy;
-}
-
-template <typename Holder>
-void storeRuleValues(const RuleValues& values, Holder& holder) noexcept {
-    holder.ruleValue = values.ruleValue;
-    holder.ruleId = values.ruleId;
-    holder.userData = values.userData;
 }
 
 // A new Rule, zero-filled and then filled by fill(record), which answers with a status. Null, with
@@ -67,7 +61,7 @@ Rule* makeCanonicalRule(uint32_t length, const RuleValues& values, int32_t* stat
             },
             buffer);
         rule.text = buffer.release();
-        storeRuleValues(values, rule);
+        copyRuleValues(values, rule);
         return parsed;
     });
 }

@@ -2,6 +2,7 @@
 
 #include <ruleset.h>
 
+#include "core/entry.h"
 #include "core/library_option.h"
 #include "core/memory.h"
 #include "core/text_rule.h"
@@ -24,7 +25,7 @@ int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noex
 IpRule* makeIpRule(const char* text, uint32_t length, const RuleValues& values,
                    int32_t* status) noexcept {
     return makeRuleRecord<IpRule, freeIpRule>(status, [&](IpRule& rule) noexcept {
-        storeRuleValues(values, rule);
+        copyRuleValues(values, rule);
         const int32_t parsed = parseIpRule(text, length, &rule.addresses);
         return parsed == RULE_OK ? RULE_OK : RULE_ERR_BAD_RULE;
     });

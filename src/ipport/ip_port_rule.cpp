@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "core/entry.h"
 #include "core/library_option.h"
 #include "core/memory.h"
 #include "core/text_rule.h"
@@ -168,7 +169,7 @@ IpPortRule* makeIpPortRule(const char* text, uint32_t length, const RuleValues& 
                            int32_t* status) noexcept {
     return makeTextRule<IpPortRule, freeIpPortRule>(
         text, length, 0, status, [&](IpPortRule& rule) noexcept {
-            storeRuleValues(values, rule);
+            copyRuleValues(values, rule);
             return parseIpPortRule(text, length, &rule.fields);
         });
 }

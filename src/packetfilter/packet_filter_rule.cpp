@@ -2,6 +2,7 @@
 
 #include <ruleset.h>
 
+#include "core/entry.h"
 #include "core/library_option.h"
 #include "core/memory.h"
 #include "core/text_rule.h"
@@ -128,7 +129,7 @@ PacketFilterRule* makePacketFilterRule(const char* text, uint32_t length, const 
                                        int32_t* status) noexcept {
     return makeTextRule<PacketFilterRule, freePacketFilterRule>(
         text, length, 0, status, [&](PacketFilterRule& rule) noexcept {
-            storeRuleValues(values, rule);
+            copyRuleValues(values, rule);
             return parsePacketFilterRule(text, length, &rule.fields);
         });
 }

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_set.h"
+
 namespace rs::test {
 
 namespace {
@@ -21,6 +23,15 @@ struct Entry {
     uint32_t ruleIndex;
     uint32_t own;
 };
+
+TEST(RuleValues, AreCopiedToARecord) {
+    int userData = 0;
+    Rule rule{};
+    copyRuleValues(RuleValues{5, 6, &userData}, rule);
+    EXPECT_EQ(5, rule.ruleValue);
+    EXPECT_EQ(6, rule.ruleId);
+    EXPECT_EQ(&userData, rule.userData);
+}
 
 TEST(Entry, CarriesTheValuesOfItsRule) {
     int userData = 0;

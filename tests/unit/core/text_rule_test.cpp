@@ -91,15 +91,6 @@ TEST_F(TextRuleTest, PassesTheStatusOfAFillerOn) {
     EXPECT_EQ(1, freedRules);
 }
 
-TEST_F(TextRuleTest, StoresTheValuesOfTheHost) {
-    int userData = 0;
-    Rule rule{};
-    storeRuleValues({5, 6, &userData}, rule);
-    EXPECT_EQ(5, rule.ruleValue);
-    EXPECT_EQ(6, rule.ruleId);
-    EXPECT_EQ(&userData, rule.userData);
-}
-
 TEST_F(TextRuleTest, GivesACanonicalTextTheRoomThatItAsksFor) {
     int userData = 0;
     std::vector<uint32_t> rooms;
