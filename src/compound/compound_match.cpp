@@ -37,7 +37,7 @@ bool coversAddress(const CompoundEntry& entry, const CompoundFlow& flow) noexcep
            (holds(entry.addressList, first) || holds(entry.addressList, second));
 }
 
-// How the values for field 2 passed.
+// Which value field 2 covers, if it was asked.
 enum class ListTest : uint8_t { NOT_MADE, BY_VALUE_16, BY_VALUE_12, FAILED };
 
 ListTest testRangeListB(const CompoundEntry& entry, const CompoundFlow& flow) noexcept {

@@ -1,5 +1,8 @@
-// Numbers in bytes: network (big-endian) order, the opposite, and the machine's own. The bytes need
-// no alignment.
+// Numbers in bytes, which need no alignment.
+//
+//     0x01020304    big endian     01 02 03 04     the order of the network
+//                   little endian  04 03 02 01
+//                   host order     either of them, as the machine has it
 #pragma once
 
 #include <cstdint>
@@ -7,15 +10,15 @@
 
 namespace rs {
 
-inline uint16_t readBigEndian16(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint16_t readBigEndian16(const uint8_t* bytes) noexcept {
     return static_cast<uint16_t>((bytes[0] << 8) | bytes[1]);
 }
 
-inline uint32_t readBigEndian32(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint32_t readBigEndian32(const uint8_t* bytes) noexcept {
     return (uint32_t{readBigEndian16(bytes)} << 16U) | readBigEndian16(bytes + 2);
 }
 
-inline uint64_t readBigEndian64(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint64_t readBigEndian64(const uint8_t* bytes) noexcept {
     return (uint64_t{readBigEndian32(bytes)} << 32U) | readBigEndian32(bytes + 4);
 }
 
@@ -44,19 +47,19 @@ inline void writeLittleEndian32(uint8_t* bytes, uint32_t value) noexcept {
     writeLittleEndian16(bytes + 2, static_cast<uint16_t>(value >> 16U));
 }
 
-inline uint16_t readHostOrder16(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint16_t readHostOrder16(const uint8_t* bytes) noexcept {
     uint16_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
     return value;
 }
 
-inline uint32_t readHostOrder32(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint32_t readHostOrder32(const uint8_t* bytes) noexcept {
     uint32_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
     return value;
 }
 
-inline uint64_t readHostOrder64(const uint8_t* bytes) noexcept {
+[[nodiscard]] inline uint64_t readHostOrder64(const uint8_t* bytes) noexcept {
     uint64_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
     return value;

@@ -1,9 +1,11 @@
 // Singly linked chains of elements that have a field `next`.
 //
-//     first -> element -> element -> null        most chains are a pointer to the first element
-//                         last                   a Chain knows the last one too: appending is one step
+//     first -> element -> element -> null        a plain chain is a pointer to its first element
+//                            ^
+//                           last                 a Chain has this pointer, too
 //
 // Ownership:  whoever holds the first element owns the whole chain.
+// Cost:       pushing is one step, and so is appending to a Chain.
 #pragma once
 
 #include <utility>
@@ -32,7 +34,7 @@ struct Chain {
     Element* first;  // owned, with all after it
     Element* last;   // borrowed
 
-    // The element's next is null.
+    // Puts an element, whose next is null, after the last one.
     void append(Element* element) noexcept {
         (first == nullptr ? first : last->next) = element;
         last = element;

@@ -1,8 +1,12 @@
 // What the entries of all compiled structures have alike. An entry carries what a lookup reports of
 // its rule:
 //
-//     rule    ruleValue  ruleId  userData     + its position  ->  entry    ruleIndex  ruleValue  ruleId  userData
-//     entry   ...                                             ->  MatchResult
+//     rule           ruleValue  ruleId  userData
+//     its position       |        |        |
+//          |             |        |        |        fillEntry
+//     entry  ruleIndex  ruleValue  ruleId  userData
+//                                                   reportEntry
+//     MatchResult, the same four
 //
 // Each rule type lays its entries out in its own way, so these are templates over the field names.
 #pragma once
@@ -21,8 +25,8 @@ void copyRuleValues(const From& from, To& to) noexcept {
     to.userData = from.userData;
 }
 
-// Fills an entry from a rule at a position counted from 1. Who owns userData is decided elsewhere:
-// see core/release.h.
+// Fills an entry from the rule at a position counted from 1. Whether the entry owns userData is not
+// decided here: see core/release.h.
 template <typename Rule, typename Entry>
 void fillEntry(const Rule& rule, uint32_t ruleIndex, Entry& entry) noexcept {
     entry.ruleIndex = ruleIndex;
@@ -39,7 +43,7 @@ template <typename Entry>
     return 1;
 }
 
-// The entry of the rule that was added earlier, left for two of one rule; either may be null.
+// The entry of the rule that was added earlier; left when both are of one rule. Either may be null.
 template <typename Entry>
 [[nodiscard]] const Entry* earlier(const Entry* left, const Entry* right) noexcept {
     if (left == nullptr || right == nullptr) {

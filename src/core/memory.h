@@ -1,8 +1,12 @@
-// The one door to the C allocator: no other file calls malloc, calloc or free.
+// The only calls of malloc, calloc and free in the library, and the owners of what they return.
 //
-// At rest the library holds plain structs. While something is being built it has an owner from this
-// header, which lets go at the moment the thing is linked where it belongs; so every failure is a
-// plain return.
+// At rest the library holds plain structs. While a thing is being built it has an owner of this
+// header. The owner lets go when the thing is linked where it belongs. So every failure is a plain
+// return: the owner frees the thing.
+//
+//     Owned<HashTable, freeTable> table(...);     owns
+//     if (!fill(*table)) return false;            frees
+//     group.table = table.release();              lets go
 #pragma once
 
 #include <cstddef>
@@ -13,8 +17,8 @@
 
 namespace rs {
 
-// A zero-filled block for count values; null when memory is out or count is 0. Zero-filled is a
-// valid start for every record of the library.
+// A zero-filled block for count values; null when memory is out or count is 0. Every record of the
+// library may start zero-filled.
 template <typename T>
 [[nodiscard]] T* allocateArray(size_t count) noexcept {
     static_assert(std::is_trivially_destructible_v<T>);
@@ -28,7 +32,7 @@ template <typename T>
     return allocateArray<T>(1);
 }
 
-// length bytes that are not filled, for a caller that writes all of them.
+// length bytes with any content, for a caller that writes all of them; null when memory is out.
 [[nodiscard]] inline char* allocateBytes(size_t length) noexcept {
     return static_cast<char*>(std::malloc(length));
 }
@@ -46,7 +50,7 @@ struct MemoryFreeing {
     }
 };
 
-// Owns a block that holds nothing else that must be freed. OwnedMemory<T[]> owns an array.
+// Owns a block from which nothing else hangs that must be freed. OwnedMemory<T[]> owns an array.
 template <typename T>
 using OwnedMemory = std::unique_ptr<T, MemoryFreeing>;
 

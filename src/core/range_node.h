@@ -2,7 +2,7 @@
 //
 //     80-80 -> 443-443 -> 1000-2000 -> null
 //
-// Ownership:  whoever holds the first node owns the chain; zero nodes are a null pointer.
+// Ownership:  whoever holds the first node owns the chain. A null pointer is the empty chain.
 // Cost:       a test walks the chain.
 #pragma once
 
@@ -60,8 +60,8 @@ void freeRanges(RangeNode<Bound>* first) noexcept {
 template <typename Bound>
 using OwnedRanges = Owned<RangeNode<Bound>, freeRanges<Bound>>;
 
-// Puts copies of the nodes that convert(copy) takes, each as convert leaves it, into an empty chain, in
-// order. False when memory is out, with the copies made until then in the chain.
+// Copies nodes into the empty chain out, in order. convert(copy) may change a copy, and answers
+// whether it is kept. False when memory is out; out then holds the copies made so far.
 template <typename Bound, typename Convert>
 [[nodiscard]] bool copyRanges(const RangeNode<Bound>* first, RangeNode<Bound>*& out,
                               const Convert& convert) noexcept {

@@ -1,5 +1,7 @@
-// Counters that several threads may change: plain words, so that the structs around them stay
-// trivial, touched through these operations only.
+// Counters that several threads may change.
+//
+// A counter is a plain word, so that the structs around it stay trivial. Only these operations touch
+// it, all of them atomically.
 #pragma once
 
 #include <atomic>
@@ -16,18 +18,12 @@ inline void decrementCount(uint32_t& count) noexcept {
     std::atomic_ref<uint32_t>(count).fetch_sub(1, std::memory_order_relaxed);
 }
 
-inline uint32_t readCount(const uint32_t& count) noexcept {
-    // atomic_ref takes no const object before C++26; a load changes nothing.
-    return std::atomic_ref<uint32_t>(const_cast<uint32_t&>(count)).load(std::memory_order_relaxed);
-}
-
-// Takes a further reference to something that the caller already holds one to.
+// Takes one more reference; the caller already holds one.
 inline void retainReference(uint32_t& refCount) noexcept {
     incrementCount(refCount);
 }
 
-// Drops a reference. True for the one caller that dropped the last: it frees, and sees everything
-// that the others wrote before they let go.
+// Drops one reference. True if it was the last: the caller frees, and sees all earlier writes.
 [[nodiscard]] inline bool dropReference(uint32_t& refCount) noexcept {
     return std::atomic_ref<uint32_t>(refCount).fetch_sub(1, std::memory_order_acq_rel) == 1;
 }

@@ -1,8 +1,12 @@
-// Handing a rule's userData back to the host, at most once per rule and compiled structure.
+// Giving a rule's userData back to the host, at most once per rule and compiled structure.
 //
-// While a structure is built, one byte per rule (the claims) says whether the rule's userData is
-// accounted for. The first entry made for a rule claims it and carries ENTRY_RELEASES_USER_DATA;
-// the rule's other entries refer to the same userData without owning it.
+//     rule 1 --- entry  ENTRY_RELEASES_USER_DATA --> userData      freed: the host is called back
+//           \--- entry  0 ------------------------> userData      freed: nothing happens
+//
+// A rule may have several entries, and one of them owns its userData. While a structure is built,
+// one byte per rule (the claims) says whether an entry owns it already.
+//
+// Threads:    the callback runs in the thread that drops the last reference, or that builds.
 #pragma once
 
 #include <ruleset.h>
@@ -11,14 +15,14 @@
 
 namespace rs {
 
-// What a destructor of a compiled structure needs to call the host back.
+// What is needed to call the host back when a compiled structure is freed.
 struct ReleaseInfo {
     RuleReleaseCallback releaseCallback;  // may be null
     void* releaseContext;                 // borrowed from the host
-    uint32_t flags;
+    uint32_t flags;                       // 0
 };
 
-// Bit 0 of an entry's flags, and of the flags given to callReleaseCallback.
+// Bit 0 of an entry's flags: the entry owns its rule's userData.
 inline constexpr uint32_t ENTRY_RELEASES_USER_DATA = 1;
 
 // Calls back when bit 0 of flags is set and neither userData nor callback is null.

@@ -3,6 +3,8 @@
 //     RuleGroup  refCount  ipTable --------> IpRuleTable  refCount ...
 //                          urlIndex          null, like every slot of another type
 //
+// Invariants: only the slot of the set's type is ever filled. The types of the slots are known here
+//             by name only.
 // Ownership:  a group holds one reference to each structure in its slots. Several groups may share
 //             a structure; the group that drops the last reference frees it.
 // Threads:    read-only once built; afterwards only reference counts change, atomically.

@@ -5,11 +5,11 @@
 //       domainRules    0          head <-> head                           type 2
 //       ...                                                               one list per kind of rule
 //
-// Invariants: only the list of the set's type is ever filled; a rule's ruleIndex is its 1-based
-//             position in it. Every record begins with its ListLink and is of the type that the
-//             list is for.
-// Ownership:  the set owns its records; it borrows userData and never hands it back.
-// Threads:    none; the host serialises all use of one set, builds included.
+// Invariants: only the list of the set's type is ever filled. A rule's ruleIndex is its position in
+//             that list, counted from 1. Every record begins with its ListLink, and all records of a
+//             list are of one type.
+// Ownership:  the set owns its records. It borrows userData and never gives it back.
+// Threads:    one at a time; the host serialises all use of one set, builds included.
 #pragma once
 
 #include <ruleset.h>

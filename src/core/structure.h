@@ -1,18 +1,17 @@
 // Compiled structures, the shared part: making one, counting its references, owning it while it is
 // built, walking the rules it is built from, and dropping it from the slot of a group.
 //
-//     RuleSet  list of records --forEachRule--> build --> OwnedStructure --release()--> slot of a RuleGroup
-//                                                               |
-//                                        a failed build frees it here, with its userData
+//     RuleSet  list of records --forEachRule--> OwnedStructure --release()--> slot of a RuleGroup
+//                                                    |
+//                             a failed build frees the structure here, with its userData
 //
-// A structure is a record with a field refCount. Its rule type names it, and frees it in an operation
+// A structure is a record with a field refCount. Its rule type has the operation that frees it, which
+// begins with dropFromSlot:
 //
 //     void release<Structure>(Structure** slot, const ReleaseInfo* info) noexcept;
 //
-// that begins with dropFromSlot.
-//
-// Ownership:  the last group that holds a structure frees it.
-// Threads:    references are counted atomically.
+// Ownership:  the group that drops the last reference frees the structure.
+// Threads:    one thread builds; references are counted atomically.
 #pragma once
 
 #include <cstddef>
@@ -76,7 +75,7 @@ template <typename Structure>
     return dropReference(structure->refCount) ? structure : nullptr;
 }
 
-// The same for structures whose slot is cleared with the last reference only.
+// The same for structures whose slot is cleared only when the last reference is dropped.
 template <typename Structure>
 [[nodiscard]] Structure* dropLastFromSlot(Structure** slot) noexcept {
     if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {

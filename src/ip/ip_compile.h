@@ -1,4 +1,7 @@
 // List of IP rules -> IpRuleTable.
+//
+// The list is walked twice: first all rules enter the 32-bit structures, then all enter the 128-bit
+// ones. So a structure gets its rules in their order.
 #pragma once
 
 #include "core/rule_group.h"

@@ -12,7 +12,7 @@ namespace rs {
 
 namespace {
 
-// How the interval [low, high] lies to the key of a node.
+// Where an interval is in relation to the key of a node.
 template <typename Address>
 int32_t classifyInterval(const void* item, const TreeNode* node) noexcept {
     const auto& interval = *static_cast<const IntervalKey<Address>*>(item);

@@ -83,8 +83,8 @@ void balanceAfterInsertion(SearchTree& tree, TreeNode* node) noexcept {
     tree.root->colour = COLOUR_BLACK;
 }
 
-// Repairs the number of black nodes: the way through node (which may be null) below parent has one
-// too few.
+// Repairs the number of black nodes: the ways through node, which is below parent and may be null,
+// have one too few.
 void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noexcept {
     while (parent != nullptr && !isRed(node)) {
         const Side side = sideOf(parent, node);
@@ -96,7 +96,7 @@ void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noe
             rotate(tree, parent, side);
             sibling = parent->*opposite;
         }
-        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): a black node stands on the sibling's way
+        // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): the sibling's way has one more black node
         if (!isRed(sibling->*side) && !isRed(sibling->*opposite)) {
             sibling->colour = COLOUR_RED;
             node = parent;
@@ -121,7 +121,7 @@ void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noe
     }
 }
 
-// Puts replacement, which may be null, where node hangs.
+// Puts replacement, which may be null, in the place of node.
 void replaceInParent(SearchTree& tree, const TreeNode* node, TreeNode* replacement) noexcept {
     linkTo(tree, node) = replacement;
     if (replacement != nullptr) {
@@ -129,7 +129,7 @@ void replaceInParent(SearchTree& tree, const TreeNode* node, TreeNode* replaceme
     }
 }
 
-// Takes a node with one child at most out and balances the tree.
+// Takes out a node that has one child at most, and balances the tree.
 void unlinkTreeNode(SearchTree& tree, const TreeNode* node) noexcept {
     TreeNode* child = node->left != nullptr ? node->left : node->right;
     TreeNode* parent = node->parent;
@@ -139,7 +139,7 @@ void unlinkTreeNode(SearchTree& tree, const TreeNode* node) noexcept {
     }
 }
 
-// Lets successor, which is in the tree no more, take over node's place and colour.
+// Gives node's place and colour to successor, which has been taken out of the tree.
 void takePlace(SearchTree& tree, const TreeNode* node, TreeNode* successor) noexcept {
     successor->left = node->left;
     successor->right = node->right;
@@ -235,6 +235,8 @@ void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept {
 void visitTreeInOrder(SearchTree& tree, void* context, TreeVisit visit) noexcept {
     TreeNode* node = tree.root;
     while (node != nullptr) {
+        // The right link of the predecessor is null at the first arrival, which bends it and goes
+        // left, and leads back to node at the second, which restores it and visits node.
         TreeNode* predecessor = node->left;
         while (predecessor != nullptr && predecessor->right != nullptr &&
                predecessor->right != node) {

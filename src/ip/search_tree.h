@@ -4,14 +4,14 @@
 //                    /                       \                                               .
 //     [1.0.0.0 - 1.0.0.9]             [172.16.0.0 - 172.31.255.255]
 //
-// The tree knows neither its keys nor its entries: it orders nodes by compare and gives them back to
-// releaseEntries.
+// The tree knows neither its keys nor its entries: compare orders them, and releaseEntries frees them.
 //
-// Invariants: keys are in order and, as far as compare can tell, never equal or overlapping; no red
-//             node has a red child; every way down passes the same number of black nodes.
-// Ownership:  the tree owns its nodes, and through them keys and entries; and its releaseInfo.
-// Threads:    lookups only read. nodeCount is changed atomically.
-// Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes.
+// Invariants: keys are in order, and no two are equal or overlap as far as compare can tell. No red
+//             node has a red child. Every way down passes the same number of black nodes.
+// Ownership:  the tree owns its nodes with their keys and entries, and its releaseInfo.
+// Threads:    lookups only read. Everything else needs the tree for itself; nodeCount is changed
+//             atomically.
+// Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes; so is an insertion.
 #pragma once
 
 #include <cstdint>
@@ -33,8 +33,8 @@ struct TreeNode {
     uint32_t colour;
 };
 
-// What compare says of a key against a node. -1 leads to the left and 1 to the right; with any other
-// answer the way down ends at the node.
+// What compare says of a key against a node. A way down goes left after -1 and right after 1; any
+// other answer ends it at the node.
 inline constexpr int32_t KEY_BELOW = -1;
 inline constexpr int32_t KEY_INSIDE = 0;  // equal, or wholly covered by the node's key
 inline constexpr int32_t KEY_ABOVE = 1;
@@ -44,7 +44,7 @@ inline constexpr int32_t KEY_STICKS_OUT_BOTH = 3;
 
 using TreeCompare = int32_t (*)(const void* key, const TreeNode* node) noexcept;
 
-// Hands back owned userData through info, then frees the entries and the key.
+// Frees the entries, giving owned userData back through info, and then the key.
 using TreeReleaseEntries = void (*)(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 
 struct SearchTree {
@@ -55,22 +55,21 @@ struct SearchTree {
     ReleaseInfo* releaseInfo;  // owned
 };
 
-// Where a way down ended: at node, with what compare said there; or, with node null, at an empty
-// place below parent (null in an empty tree) on the side that relation names.
+// Where a way down ended: at a node, or at an empty place below a parent.
 struct TreePlace {
-    TreeNode* node;
-    TreeNode* parent;
-    int32_t relation;
+    TreeNode* node;    // null at an empty place
+    TreeNode* parent;  // null at the root
+    int32_t relation;  // what compare said of node; at an empty place, of parent: the side of it
 };
 
 // An empty tree; null when memory is out. The caller frees it with freeSearchTree.
 [[nodiscard]] SearchTree* createSearchTree(const ReleaseInfo& info, TreeCompare compare,
                                            TreeReleaseEntries releaseEntries) noexcept;
 
-TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept;
+[[nodiscard]] TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept;
 
-// Makes a node of key and entries, which then belong to the tree, at an empty place that
-// findTreePlace has found for key. False, with nothing taken, when memory is out.
+// Makes a node of key and entries at an empty place that findTreePlace has found for key. The tree
+// then owns both. False when memory is out; the caller still owns them then.
 [[nodiscard]] bool insertTreeNode(SearchTree& tree, const TreePlace& place, void* key,
                                   void* entries) noexcept;
 
@@ -79,9 +78,9 @@ void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept;
 
 using TreeVisit = void (*)(void* context, const TreeNode& node) noexcept;
 
-// Visits all nodes in key order without a stack: while it walks a left subtree, the rightmost node
-// there points back at its successor. The tree is as before afterwards, but nobody may read it
-// meanwhile.
+// Visits all nodes in key order. The walk needs no stack: while it is in a left subtree, the
+// rightmost node there points at the node above. Afterwards the tree is as before; meanwhile nobody
+// may read it.
 void visitTreeInOrder(SearchTree& tree, void* context, TreeVisit visit) noexcept;
 
 // Frees the tree with all keys and entries; null is left alone.
