@@ -1,7 +1,7 @@
 // Counters that several threads may change.
 //
-// A counter is a plain word, so that the structs around it stay trivial. Only these operations touch
-// it, all of them atomically.
+// A counter is a plain word, so that the structs around it stay trivial. Only these operations
+// touch it, all of them atomically.
 #pragma once
 
 #include <atomic>
