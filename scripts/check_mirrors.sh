@@ -13,6 +13,8 @@ declare -A untested=(
     [api/match_api]="tests/api/match_test.cpp and its neighbours call it as hosts do, through the shared library"
     [api/normalize_api]="tests/api/url_api_test.cpp calls it as hosts do, through the shared library"
     [api/validate_api]="tests/api/validate_test.cpp calls it as hosts do, through the shared library"
+    [core/library_option]="one word, which unit/api/static_library_api_test.cpp sets and reads by its doors"
+    [core/version]="one text, which unit/api/static_library_api_test.cpp reads by its door"
     [core/rule_group]="only declares the record that core/release and api fill"
 )
 
