@@ -75,11 +75,8 @@ void* insertIntoDomainBucket(HashBucket* bucket, void* item) noexcept {
 // Enters a rule into a table, which is created when needed. False only when that fails.
 bool insertDomainRule(HashTable*& table, const RuleSet& set, const DomainRule& rule,
                       uint32_t skipped, uint32_t ruleIndex) noexcept {
-    if (table == nullptr) {
-        table = hashCreate(DOMAIN_BUCKETS, HASH_KIND_PLAIN);
-        if (table == nullptr) {
-            return false;
-        }
+    if (!ensureHashTable(table, DOMAIN_BUCKETS)) {
+        return false;
     }
     OwnedDomainEntry entry = makeEntry(rule, skipped, ruleIndex);
     if (!entry) {

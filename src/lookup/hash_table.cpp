@@ -49,6 +49,13 @@ HashTable* hashCreate(int32_t bucketCount, int32_t kind) noexcept {
     return allocateBuckets(*table) ? table.release() : nullptr;
 }
 
+bool ensureHashTable(HashTable*& table, int32_t bucketCount) noexcept {
+    if (table == nullptr) {
+        table = hashCreate(bucketCount, HASH_KIND_PLAIN);
+    }
+    return table != nullptr;
+}
+
 int32_t hashInsert(HashTable* table, uint32_t hash, void* item,
                    HashInsertCallback callback) noexcept {
     HashBucket* bucket = bucketFor(table, hash);

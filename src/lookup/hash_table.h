@@ -57,6 +57,10 @@ using HashVisitCallback = int32_t (*)(HashBucket* bucket, void* argument,
 // out. The caller frees it with hashDestroy.
 [[nodiscard]] HashTable* hashCreate(int32_t bucketCount, int32_t kind) noexcept;
 
+// Makes a plain table where there is none yet: most tables are made for their first element. False,
+// with table null, when memory is out.
+[[nodiscard]] bool ensureHashTable(HashTable*& table, int32_t bucketCount) noexcept;
+
 // Returns the element count afterwards, RULE_ERR_EXISTS when the callback refused, or
 // RULE_ERR_INVALID_ARG for a null table or one without buckets.
 int32_t hashInsert(HashTable* table, uint32_t hash, void* item,

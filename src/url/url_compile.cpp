@@ -112,11 +112,8 @@ void* findOrInsertHost(HashBucket* bucket, void* item) noexcept {
 // Enters a rule into a table, which is created when needed. False only when that fails.
 bool insertUrlRule(HashTable*& table, const UrlRule& rule, uint32_t skipped,
                    uint32_t ruleIndex) noexcept {
-    if (table == nullptr) {
-        table = hashCreate(URL_BUCKETS, HASH_KIND_PLAIN);
-        if (table == nullptr) {
-            return false;
-        }
+    if (!ensureHashTable(table, URL_BUCKETS)) {
+        return false;
     }
     HostSearch search{placeOf(rule, skipped), nullptr};
     hashInsert(table, search.place.hash, &search, findOrInsertHost);

@@ -121,6 +121,16 @@ TEST(HashTable, CannotHaveANegativeBucketCount) {
     EXPECT_EQ(nullptr, hashCreate(INT32_MIN, HASH_KIND_PLAIN));
 }
 
+TEST(HashTable, IsMadeOnFirstNeed) {
+    HashTable* table = nullptr;
+    ASSERT_TRUE(ensureHashTable(table, 11));
+    const OwnedHashTable first(table);
+    EXPECT_EQ(11, first->bucketCount);
+    EXPECT_EQ(static_cast<uint32_t>(HASH_KIND_PLAIN), first->kind);
+    EXPECT_TRUE(ensureHashTable(table, 12));
+    EXPECT_EQ(first.get(), table);
+}
+
 TEST(HashTable, PicksTheBucketByHashModuloBucketCount) {
     const OwnedHashTable table = makeTable(11);
     for (const uint32_t hash : {0U, 1U, 10U, 11U, 12U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
