@@ -131,15 +131,13 @@ bool enterDomainRules(DomainIndex& index, RuleSet& set) noexcept {
     return true;
 }
 
-int32_t packDomainBucket(HashBucket* bucket, void* /*argument*/,
-                         uint32_t* /*elementCount*/) noexcept {
+void packDomainBucket(HashBucket& bucket) noexcept {
     packChain(
-        static_cast<DomainEntry*>(bucket->chain), MAX_DOMAIN_BLOCK,
+        static_cast<DomainEntry*>(bucket.chain), MAX_DOMAIN_BLOCK,
         [](const DomainEntry& left, const DomainEntry& right) noexcept {
             return compareHashedNames(nameOf(left), nameOf(right)) < 0;
         },
         [](const DomainEntry&, const DomainEntry&) noexcept { return true; });
-    return 0;
 }
 
 }  // namespace
@@ -157,8 +155,8 @@ DomainIndex* compileDomainRules(RuleSet* set, RuleGroup* group) noexcept {
     if (!enterDomainRules(*index, *set)) {
         return nullptr;
     }
-    hashVisitAll(index->exactTable, nullptr, packDomainBucket);
-    hashVisitAll(index->wildcardTable, nullptr, packDomainBucket);
+    forEachBucket(index->exactTable, packDomainBucket);
+    forEachBucket(index->wildcardTable, packDomainBucket);
     group->domainIndex = index.release();
     return group->domainIndex;
 }

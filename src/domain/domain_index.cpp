@@ -23,10 +23,8 @@ void freeMatchAll(DomainEntry* entry, const ReleaseInfo& info) noexcept {
     freeMemory(entry);
 }
 
-// Frees the chain of a bucket; a visitor of both tables.
-int32_t freeDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
-    const auto& info = *static_cast<const ReleaseInfo*>(argument);
-    freeBlocks(static_cast<DomainEntry*>(bucket->chain),
+void freeDomainChain(const HashBucket& bucket, const ReleaseInfo& info) noexcept {
+    freeBlocks(static_cast<DomainEntry*>(bucket.chain),
                [&info](const ChainBlock<DomainEntry>& block, DomainEntry& entry) noexcept {
                    freeMemory(entry.name);
                    if (&entry == block.first) {
@@ -34,17 +32,15 @@ int32_t freeDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementC
                                            entry.userData, ENTRY_RELEASES_USER_DATA);
                    }
                });
-    bucket->chain = nullptr;
-    return 0;
 }
 
-int32_t countDomainChain(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
-    auto* count = static_cast<uint64_t*>(argument);
-    for (auto block = firstBlock(static_cast<DomainEntry*>(bucket->chain)); block.first != nullptr;
+uint64_t countDomainChain(const HashBucket& bucket) noexcept {
+    uint64_t count = 0;
+    for (auto block = firstBlock(static_cast<DomainEntry*>(bucket.chain)); block.first != nullptr;
          block = nextBlock(block)) {
-        *count += block.count;
+        count += block.count;
     }
-    return 0;
+    return count;
 }
 
 }  // namespace
@@ -88,10 +84,12 @@ void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept {
     }
     DomainIndex* index = *slot;
     *slot = nullptr;
-    ReleaseInfo callbackInfo = *info;
+    const ReleaseInfo callbackInfo = *info;
     freeMatchAll(index->matchAll, callbackInfo);
     for (HashTable** table : {&index->exactTable, &index->wildcardTable}) {
-        hashVisitAll(*table, &callbackInfo, freeDomainChain);
+        forEachBucket(*table, [&callbackInfo](HashBucket& bucket) noexcept {
+            freeDomainChain(bucket, callbackInfo);
+        });
         hashDestroy(table);
     }
     freeMemory(index);
@@ -99,8 +97,10 @@ void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept {
 
 uint64_t countDomainEntries(const DomainIndex& index) noexcept {
     uint64_t count = 0;
-    hashVisitAll(index.exactTable, &count, countDomainChain);
-    hashVisitAll(index.wildcardTable, &count, countDomainChain);
+    for (const HashTable* table : {index.exactTable, index.wildcardTable}) {
+        forEachBucket(table,
+                      [&count](HashBucket& bucket) noexcept { count += countDomainChain(bucket); });
+    }
     return count;
 }
 

@@ -127,12 +127,6 @@ void* findExactNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noex
     return nullptr;
 }
 
-// An insertion callback: item is the link of a node.
-inline void* appendToBucket(HashBucket* bucket, void* item) noexcept {
-    appendToList(bucket->list, *static_cast<ListLink*>(item));
-    return item;
-}
-
 template <typename Entry, typename Address, typename MakeEntry>
 bool insertExact(HashTable*& table, const Address& address, const MakeEntry& makeEntry) noexcept {
     using Node = ExactAddressNode<Entry, Address>;
@@ -153,7 +147,9 @@ bool insertExact(HashTable*& table, const Address& address, const MakeEntry& mak
         return false;
     }
     node->address = address;
-    hashInsert(table, hash, &node.release()->links, appendToBucket);
+    hashAdd(*table, hash, [&node](HashBucket& bucket) noexcept {
+        appendToList(bucket.list, node.release()->links);
+    });
     return true;
 }
 
@@ -238,19 +234,13 @@ void freeEntryList(EntryList<Entry>*& list, const FreeEntry& freeEntry) noexcept
 
 template <typename Entry, typename Address, typename FreeEntry>
 void freeExactTable(HashTable*& table, const FreeEntry& freeEntry) noexcept {
-    const auto freeBucket = [](HashBucket* bucket, void* argument,
-                               uint32_t* elementCount) noexcept -> int32_t {
-        const auto& freeOne = *static_cast<const FreeEntry*>(argument);
-        freeList(bucket->list, [&freeOne, elementCount](ListLink* link) noexcept {
+    forEachBucket(table, [&freeEntry](HashBucket& bucket) noexcept {
+        freeList(bucket.list, [&freeEntry](ListLink* link) noexcept {
             auto* node = exactNodeOf<Entry, Address>(link);
-            freeChain(node->entries.first, freeOne);
+            freeChain(node->entries.first, freeEntry);
             freeMemory(node);
-            decrementCount(*elementCount);
         });
-        return 0;
-    };
-    FreeEntry argument = freeEntry;
-    hashVisitAll(table, &argument, freeBucket);
+    });
     hashDestroy(&table);
 }
 

@@ -43,19 +43,11 @@ void freeNodeContent(const ReleaseInfo* info, void* key, void* firstEntry) noexc
     freeMemory(key);
 }
 
-// Frees the entries of a bucket; a visitor of the host table.
-int32_t freeHostBucket(HashBucket* bucket, void* argument, uint32_t* elementCount) noexcept {
-    const auto& info = *static_cast<const ReleaseInfo*>(argument);
-    freeList(bucket->list, [&info, elementCount](ListLink* link) noexcept {
-        freeEntry(info, hostEntryOf(link));
-        decrementCount(*elementCount);
+void freeHostTable(HashTable** hostTable, const ReleaseInfo& info) noexcept {
+    forEachBucket(*hostTable, [&info](HashBucket& bucket) noexcept {
+        freeList(bucket.list,
+                 [&info](ListLink* link) noexcept { freeEntry(info, hostEntryOf(link)); });
     });
-    return 0;
-}
-
-void freeHostTable(HashTable** hostTable, const ReleaseInfo* info) noexcept {
-    ReleaseInfo callbackInfo = *info;
-    hashVisitAll(*hostTable, &callbackInfo, freeHostBucket);
     hashDestroy(hostTable);
 }
 
@@ -96,7 +88,7 @@ void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
         return;
     }
     if (table->hostTable != nullptr) {
-        freeHostTable(&table->hostTable, info);
+        freeHostTable(&table->hostTable, *info);
     }
     freeSearchTree(table->ipv4RangeTree);
     freeSearchTree(table->ipv6HostTree);

@@ -230,8 +230,9 @@ int32_t appendAddressEntry(const TreeNode& node, const EntryRule& rule) noexcept
 
 int32_t insertHost(HashTable* hostTable, uint32_t address, const EntryRule& rule) noexcept {
     HostInsertion insertion{address, &rule, RULE_ERR_INVALID_ARG};
-    hashInsert(hostTable, hashIPv4(address), &insertion, insertIntoHostBucket);
-    return insertion.status;
+    const int32_t count =
+        hashInsert(hostTable, hashIPv4(address), &insertion, insertIntoHostBucket);
+    return count > 0 ? RULE_OK : insertion.status;
 }
 
 int32_t insertAddress128(SearchTree* tree, const Address128& address,

@@ -30,21 +30,21 @@ TreeCounts countTree(SearchTree* tree) noexcept {
     return counts;
 }
 
-int32_t countBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
-    auto* entries = static_cast<uint64_t*>(argument);
-    for (const ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
-        ++*entries;
+uint64_t countBucket(const HashBucket& bucket) noexcept {
+    uint64_t entries = 0;
+    for (const ListLink* link = bucket.list.next; link != &bucket.list; link = link->next) {
+        ++entries;
     }
-    return 0;
+    return entries;
 }
 
 }  // namespace
 
 IpRuleStatistics countIpRules(IpRuleTable& table) noexcept {
     IpRuleStatistics statistics{};
-    if (table.hostTable != nullptr) {
-        hashVisitAll(table.hostTable, &statistics.hostEntries, countBucket);
-    }
+    forEachBucket(table.hostTable, [&statistics](const HashBucket& bucket) noexcept {
+        statistics.hostEntries += countBucket(bucket);
+    });
     const TreeCounts ranges4 = countTree<RangeEntry<uint32_t>>(table.ipv4RangeTree);
     const TreeCounts hosts6 = countTree<AddressEntry>(table.ipv6HostTree);
     const TreeCounts ranges6 = countTree<RangeEntry<Address128>>(table.ipv6RangeTree);

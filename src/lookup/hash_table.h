@@ -18,6 +18,7 @@
 
 #include "core/list.h"
 #include "core/memory.h"
+#include "core/reference_count.h"
 
 namespace rs {
 
@@ -63,30 +64,46 @@ using HashVisitCallback = int32_t (*)(HashBucket* bucket, void* argument,
 
 // Returns the element count afterwards, RULE_ERR_EXISTS when the callback refused, or
 // RULE_ERR_INVALID_ARG for a null table or one without buckets.
-int32_t hashInsert(HashTable* table, uint32_t hash, void* item,
-                   HashInsertCallback callback) noexcept;
+[[nodiscard]] int32_t hashInsert(HashTable* table, uint32_t hash, void* item,
+                                 HashInsertCallback callback) noexcept;
+
+// Adds an element that cannot be refused: link(bucket) links it. The table has buckets.
+template <typename Link>
+void hashAdd(HashTable& table, uint32_t hash, const Link& link) noexcept {
+    link(table.buckets[hash % table.bucketCount]);
+    incrementCount(table.elementCount);
+}
 
 // Returns what the callback found, or the bucket itself without a callback; null for a null table
 // or one without buckets.
-void* hashLookup(const HashTable* table, uint32_t hash, const void* key,
-                 HashLookupCallback callback) noexcept;
+[[nodiscard]] void* hashLookup(const HashTable* table, uint32_t hash, const void* key,
+                               HashLookupCallback callback) noexcept;
 
 // Returns what the callback returns, or RULE_ERR_INVALID_ARG for a null table or one without
 // buckets.
-int32_t hashVisitBucket(HashTable* table, uint32_t hash, void* argument,
-                        HashVisitCallback callback) noexcept;
+[[nodiscard]] int32_t hashVisitBucket(HashTable* table, uint32_t hash, void* argument,
+                                      HashVisitCallback callback) noexcept;
 
 // Returns the element taken out; null when there was none, and for a null table or callback.
-void* hashRemove(HashTable* table, uint32_t hash, const void* key,
-                 HashRemoveCallback callback) noexcept;
+[[nodiscard]] void* hashRemove(HashTable* table, uint32_t hash, const void* key,
+                               HashRemoveCallback callback) noexcept;
 
 // Visits the buckets in order up to the first non-zero answer, and returns that answer, or 0.
 // RULE_ERR_INVALID_ARG for a null table.
-int32_t hashVisitAll(HashTable* table, void* argument, HashVisitCallback callback) noexcept;
+[[nodiscard]] int32_t hashVisitAll(HashTable* table, void* argument,
+                                   HashVisitCallback callback) noexcept;
+
+// Visits all buckets in order: visit(bucket). A null table has none.
+template <typename Visit>
+void forEachBucket(const HashTable* table, const Visit& visit) noexcept {
+    for (uint32_t i = 0; table != nullptr && i < table->bucketCount; ++i) {
+        visit(table->buckets[i]);
+    }
+}
 
 // hash modulo bucketCount; the value of RULE_ERR_INVALID_ARG for a null table or one without
 // buckets.
-uint32_t hashBucketIndex(const HashTable* table, uint32_t hash) noexcept;
+[[nodiscard]] uint32_t hashBucketIndex(const HashTable* table, uint32_t hash) noexcept;
 
 // Frees the table but not what hangs in its buckets, and sets *table to null.
 void hashDestroy(HashTable** table) noexcept;

@@ -15,7 +15,8 @@ struct HashedName {
 // Below 0, 0 or above 0 as left stands before, at or behind right: by the sign of the wrapping
 // difference of the hashes, then by the bytes up to the shorter length, then by length. Two names
 // may share a hash; only equal bytes make them equal.
-inline int32_t compareHashedNames(const HashedName& left, const HashedName& right) noexcept {
+[[nodiscard]] inline int32_t compareHashedNames(const HashedName& left,
+                                                const HashedName& right) noexcept {
     const auto hashOrder = static_cast<int32_t>(left.hash - right.hash);
     if (hashOrder != 0) {
         return hashOrder;

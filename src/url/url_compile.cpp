@@ -82,31 +82,36 @@ void addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcep
     }
 }
 
-// The node of a place in a bucket, made and pushed when there is none; null when memory is out.
-struct HostSearch {
-    HostPlace place;
-    UrlHostNode* node;
-};
-
-void* findOrInsertHost(HashBucket* bucket, void* item) noexcept {
-    auto* search = static_cast<HostSearch*>(item);
-    const HashedName host{search->place.host.text, search->place.host.length, search->place.hash};
-    auto* head = static_cast<UrlHostNode*>(bucket->chain);
-    for (UrlHostNode* node = head; node != nullptr; node = node->next) {
+// The node of a place in a bucket whose chain is not packed yet; null without one.
+void* findHostNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& place = *static_cast<const HostPlace*>(key);
+    const HashedName host{place.host.text, place.host.length, place.hash};
+    for (auto* node = static_cast<UrlHostNode*>(bucket->chain); node != nullptr;
+         node = node->next) {
         // There is one scheme to be told apart from none.
-        if (node->schemeLength == search->place.scheme.length &&
+        if (node->schemeLength == place.scheme.length &&
             compareHashedNames(hostOf(*node), host) == 0) {
-            search->node = node;
-            return nullptr;
+            return node;
         }
     }
-    search->node = makeHostNode(search->place);
-    if (search->node == nullptr) {
-        return nullptr;
+    return nullptr;
+}
+
+// The node of a place, made when there is none; null when memory is out.
+UrlHostNode* ensureHostNode(HashTable& table, const HostPlace& place) noexcept {
+    auto* found = static_cast<UrlHostNode*>(hashLookup(&table, place.hash, &place, findHostNode));
+    if (found != nullptr) {
+        return found;
     }
-    pushSingleNode(head, *search->node);
-    bucket->chain = head;
-    return search;
+    UrlHostNode* made = makeHostNode(place);
+    if (made != nullptr) {
+        hashAdd(table, place.hash, [made](HashBucket& bucket) noexcept {
+            auto* head = static_cast<UrlHostNode*>(bucket.chain);
+            pushSingleNode(head, *made);
+            bucket.chain = head;
+        });
+    }
+    return made;
 }
 
 // Enters a rule into a table, which is created when needed. False only when that fails.
@@ -115,10 +120,9 @@ bool insertUrlRule(HashTable*& table, const UrlRule& rule, uint32_t skipped,
     if (!ensureHashTable(table, URL_BUCKETS)) {
         return false;
     }
-    HostSearch search{placeOf(rule, skipped), nullptr};
-    hashInsert(table, search.place.hash, &search, findOrInsertHost);
-    if (search.node != nullptr) {
-        addPath(*search.node, rule, ruleIndex);
+    UrlHostNode* node = ensureHostNode(*table, placeOf(rule, skipped));
+    if (node != nullptr) {
+        addPath(*node, rule, ruleIndex);
     }
     return true;
 }
@@ -160,8 +164,8 @@ bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {
     return true;
 }
 
-int32_t packUrlBucket(HashBucket* bucket, void* /*argument*/, uint32_t* /*elementCount*/) noexcept {
-    auto* head = static_cast<UrlHostNode*>(bucket->chain);
+void packUrlBucket(HashBucket& bucket) noexcept {
+    auto* head = static_cast<UrlHostNode*>(bucket.chain);
     for (UrlHostNode* node = head; node != nullptr; node = node->next) {
         packPaths(*node);
     }
@@ -175,7 +179,6 @@ int32_t packUrlBucket(HashBucket* bucket, void* /*argument*/, uint32_t* /*elemen
         [](const UrlHostNode& first, const UrlHostNode& node) noexcept {
             return first.schemeLength == node.schemeLength;
         });
-    return 0;
 }
 
 }  // namespace
@@ -196,8 +199,8 @@ UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept {
     if (index->anyHost != nullptr) {
         packPaths(*index->anyHost);
     }
-    hashVisitAll(index->exactHosts, nullptr, packUrlBucket);
-    hashVisitAll(index->wildcardHosts, nullptr, packUrlBucket);
+    forEachBucket(index->exactHosts, packUrlBucket);
+    forEachBucket(index->wildcardHosts, packUrlBucket);
     group->urlIndex = index.release();
     return group->urlIndex;
 }

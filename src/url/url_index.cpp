@@ -48,13 +48,6 @@ void freeHostChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
     });
 }
 
-int32_t freeHostBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
-    freeHostChain(static_cast<UrlHostNode*>(bucket->chain),
-                  *static_cast<const ReleaseInfo*>(argument));
-    bucket->chain = nullptr;
-    return 0;
-}
-
 void countHost(const UrlHostNode& node, UrlStatistics& statistics) noexcept {
     ++statistics.hosts;
     for (const UrlPathEntry* entry = node.paths; entry != nullptr; entry = entry->next) {
@@ -65,15 +58,13 @@ void countHost(const UrlHostNode& node, UrlStatistics& statistics) noexcept {
     }
 }
 
-int32_t countHostBucket(HashBucket* bucket, void* argument, uint32_t* /*elementCount*/) noexcept {
-    auto& statistics = *static_cast<UrlStatistics*>(argument);
-    for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket->chain)); block.first != nullptr;
+void countHostBucket(const HashBucket& bucket, UrlStatistics& statistics) noexcept {
+    for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket.chain)); block.first != nullptr;
          block = nextBlock(block)) {
         for (uint32_t i = 0; i < block.count; ++i) {
             countHost(block.first[i], statistics);
         }
     }
-    return 0;
 }
 
 }  // namespace
@@ -92,10 +83,12 @@ void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept {
     }
     UrlIndex* index = *slot;
     *slot = nullptr;
-    ReleaseInfo callbackInfo = *info;
+    const ReleaseInfo callbackInfo = *info;
     freeHostChain(index->anyHost, callbackInfo);
     for (HashTable** table : {&index->exactHosts, &index->wildcardHosts}) {
-        hashVisitAll(*table, &callbackInfo, freeHostBucket);
+        forEachBucket(*table, [&callbackInfo](HashBucket& bucket) noexcept {
+            freeHostChain(static_cast<UrlHostNode*>(bucket.chain), callbackInfo);
+        });
         hashDestroy(table);
     }
     freeMemory(index);
@@ -106,8 +99,11 @@ UrlStatistics countUrlRules(const UrlIndex& index) noexcept {
     if (index.anyHost != nullptr) {
         countHost(*index.anyHost, statistics);
     }
-    hashVisitAll(index.exactHosts, &statistics, countHostBucket);
-    hashVisitAll(index.wildcardHosts, &statistics, countHostBucket);
+    for (const HashTable* table : {index.exactHosts, index.wildcardHosts}) {
+        forEachBucket(table, [&statistics](HashBucket& bucket) noexcept {
+            countHostBucket(bucket, statistics);
+        });
+    }
     return statistics;
 }
 

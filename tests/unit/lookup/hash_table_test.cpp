@@ -173,11 +173,21 @@ TEST(HashTable, AnswersARefusedInsertWithExists) {
     EXPECT_EQ(2, hashInsert(table.get(), 0, &first, keepAnother));
 }
 
+TEST(HashTable, CountsWhatIsAdded) {
+    const OwnedHashTable table = makeTable(3);
+    Item items[2] = {};
+    for (uint32_t i = 0; i < 2; ++i) {
+        hashAdd(*table, 4, [&](HashBucket& bucket) { pushItem(&bucket, &items[i]); });
+        EXPECT_EQ(&items[i], table->buckets[1].chain);
+        EXPECT_EQ(i + 1, table->elementCount);
+    }
+}
+
 TEST(HashTable, HandsHashAndKeyToALookup) {
     const OwnedHashTable table = makeTable(3);
     Item items[2] = {{nullptr, 17}, {nullptr, 18}};
-    hashInsert(table.get(), 4, &items[0], pushItem);
-    hashInsert(table.get(), 4, &items[1], pushItem);
+    ASSERT_LT(0, hashInsert(table.get(), 4, &items[0], pushItem));
+    ASSERT_LT(0, hashInsert(table.get(), 4, &items[1], pushItem));
     for (const uint32_t key : {17U, 18U}) {
         EXPECT_EQ(&items[key - 17], hashLookup(table.get(), 4, &key, findItem));
     }
@@ -193,8 +203,8 @@ TEST(HashTable, HandsHashAndKeyToALookup) {
 TEST(HashTable, CountsRemovalsThatHappened) {
     const OwnedHashTable table = makeTable(3);
     Item items[2] = {};
-    hashInsert(table.get(), 1, &items[0], pushItem);
-    hashInsert(table.get(), 1, &items[1], pushItem);
+    ASSERT_LT(0, hashInsert(table.get(), 1, &items[0], pushItem));
+    ASSERT_LT(0, hashInsert(table.get(), 1, &items[1], pushItem));
     EXPECT_EQ(nullptr, hashRemove(table.get(), 2, nullptr, removeFirst));
     EXPECT_EQ(2, table->elementCount);
     EXPECT_EQ(&items[1], hashRemove(table.get(), 1, nullptr, removeFirst));
@@ -224,6 +234,20 @@ TEST(HashTable, VisitsAllBucketsInOrder) {
         EXPECT_EQ(&table->buckets[i], visits.buckets[i]);
     }
     EXPECT_EQ(&table->elementCount, visits.elementCount);
+}
+
+TEST(HashTable, VisitsAllBucketsWithoutAnAnswer) {
+    const OwnedHashTable table = makeTable(4);
+    std::vector<HashBucket*> visited;
+    forEachBucket(table.get(), [&](HashBucket& bucket) { visited.push_back(&bucket); });
+    ASSERT_EQ(4, visited.size());
+    for (size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(&table->buckets[i], visited[i]);
+    }
+    visited.clear();
+    forEachBucket(nullptr, [&](HashBucket& bucket) { visited.push_back(&bucket); });
+    forEachBucket(makeTable(0).get(), [&](HashBucket& bucket) { visited.push_back(&bucket); });
+    EXPECT_TRUE(visited.empty());
 }
 
 TEST(HashTable, StopsVisitingAtTheFirstAnswerThatIsNotZero) {
@@ -285,9 +309,10 @@ TEST(HashTable, LosesNoCountBetweenThreads) {
         // Each thread has a bucket of its own: the chains have no lock.
         threads.emplace_back([&table, &items, i] {
             for (uint32_t j = 0; j < ITEM_COUNT; ++j) {
-                hashInsert(table.get(), i, &items[size_t{i} * ITEM_COUNT + j], pushItem);
+                EXPECT_LT(0,
+                          hashInsert(table.get(), i, &items[size_t{i} * ITEM_COUNT + j], pushItem));
             }
-            hashRemove(table.get(), i, nullptr, removeFirst);
+            EXPECT_NE(nullptr, hashRemove(table.get(), i, nullptr, removeFirst));
         });
     }
     for (std::thread& thread : threads) {
