@@ -7,6 +7,7 @@
 #include "compound/compound_compile.h"
 #include "compound/compound_rule.h"
 #include "core/structure.h"
+#include "domain/domain_compile.h"
 #include "domain/domain_index.h"
 #include "domain/domain_rule.h"
 #include "ip/ip_compile.h"
@@ -15,6 +16,7 @@
 #include "ipport/ip_port_rule.h"
 #include "packetfilter/packet_filter_index.h"
 #include "packetfilter/packet_filter_rule.h"
+#include "url/url_compile.h"
 #include "url/url_index.h"
 #include "url/url_rule.h"
 
@@ -88,9 +90,9 @@ constexpr uint32_t bit(uint32_t number) noexcept {
 constexpr RuleType RULE_TYPES[] = {
     makeRow<IpRule, makeIpRule, freeIpRule, &RuleGroup::ipTable, buildIpRuleTable,
             releaseIpRuleTable>(bit(RULE_TYPE_IP) | bit(RULE_TYPE_IP_ALT), &RuleSet::ipRules),
-    makeRow<UrlRule, makeUrlRule, freeUrlRule, &RuleGroup::urlIndex, compileUrlRules,
+    makeRow<UrlRule, makeUrlRule, freeUrlRule, &RuleGroup::urlIndex, buildUrlIndex,
             releaseUrlIndex>(bit(RULE_TYPE_URL), &RuleSet::urlRules),
-    makeRow<DomainRule, makeDomainRule, freeDomainRule, &RuleGroup::domainIndex, compileDomainRules,
+    makeRow<DomainRule, makeDomainRule, freeDomainRule, &RuleGroup::domainIndex, buildDomainIndex,
             releaseDomainIndex>(bit(RULE_TYPE_FQDN), &RuleSet::domainRules),
     makeRow<PacketFilterRule, makePacketFilterRule, freePacketFilterRule,
             &RuleGroup::packetFilterTable, buildPacketFilterTable, releasePacketFilterTable>(

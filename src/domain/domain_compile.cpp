@@ -1,25 +1,18 @@
-// List of domain rules -> DomainIndex.
+#include "domain/domain_compile.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
-#include <memory>
 
+#include "core/entry.h"
 #include "core/memory.h"
 #include "core/structure.h"
-#include "domain/domain_index.h"
 #include "domain/domain_rule.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
 
 namespace {
-
-// Freeing an index calls the host back, so its owner carries what that needs.
-struct DomainIndexReleasing {
-    ReleaseInfo info;
-    void operator()(DomainIndex* index) const noexcept { releaseDomainIndex(&index, &info); }
-};
-using OwnedDomainIndex = std::unique_ptr<DomainIndex, DomainIndexReleasing>;
 
 void freeEntry(DomainEntry* entry) noexcept {
     freeMemory(entry->name);
@@ -45,10 +38,7 @@ OwnedDomainEntry makeEntry(const DomainRule& rule, uint32_t skipped, uint32_t ru
     }
     entry->nameLength = length + 1;
     entry->hash = hashWireName(entry->name, entry->nameLength);
-    entry->ruleIndex = ruleIndex;
-    entry->ruleValue = rule.ruleValue;
-    entry->ruleId = rule.ruleId;
-    entry->userData = rule.userData;
+    fillEntry(rule, ruleIndex, *entry);
     return entry;
 }
 
@@ -120,15 +110,10 @@ bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& r
 }
 
 bool enterDomainRules(DomainIndex& index, RuleSet& set) noexcept {
-    const RuleList& list = set.domainRules;
-    uint32_t position = 0;
-    for (ListLink* link = list.head.next; link != &list.head; link = link->next) {
-        const auto& rule = *reinterpret_cast<const DomainRule*>(link);
-        if (!enterDomainRule(index, set, rule, ++position)) {
-            return false;
-        }
-    }
-    return true;
+    return forEachRule<DomainRule>(set.domainRules,
+                                   [&](const DomainRule& rule, uint32_t ruleIndex) noexcept {
+                                       return enterDomainRule(index, set, rule, ruleIndex);
+                                   });
 }
 
 void packDomainBucket(HashBucket& bucket) noexcept {
@@ -142,23 +127,18 @@ void packDomainBucket(HashBucket& bucket) noexcept {
 
 }  // namespace
 
-DomainIndex* compileDomainRules(RuleSet* set, RuleGroup* group) noexcept {
+DomainIndex* buildDomainIndex(RuleSet* set, RuleGroup* group) noexcept {
     if (set == nullptr || group == nullptr) {
         return nullptr;
     }
     group->domainIndex = nullptr;
-    OwnedDomainIndex index(allocateRecord<DomainIndex>(), {releaseInfoOf(*set)});
-    if (!index) {
-        return nullptr;
-    }
-    index->refCount = 1;
-    if (!enterDomainRules(*index, *set)) {
+    auto index = newStructure<DomainIndex, releaseDomainIndex>(*set);
+    if (!index || !enterDomainRules(*index, *set)) {
         return nullptr;
     }
     forEachBucket(index->exactTable, packDomainBucket);
     forEachBucket(index->wildcardTable, packDomainBucket);
-    group->domainIndex = index.release();
-    return group->domainIndex;
+    return group->domainIndex = index.release();
 }
 
 }  // namespace rs

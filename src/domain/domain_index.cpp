@@ -3,7 +3,7 @@
 #include <ruleset.h>
 
 #include "core/memory.h"
-#include "core/reference_count.h"
+#include "core/structure.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
@@ -79,17 +79,14 @@ bool makeWireName(char* buffer, uint32_t length) noexcept {
 }
 
 void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept {
-    if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {
+    DomainIndex* index = dropLastFromSlot(slot);
+    if (index == nullptr) {
         return;
     }
-    DomainIndex* index = *slot;
-    *slot = nullptr;
-    const ReleaseInfo callbackInfo = *info;
-    freeMatchAll(index->matchAll, callbackInfo);
+    freeMatchAll(index->matchAll, *info);
     for (HashTable** table : {&index->exactTable, &index->wildcardTable}) {
-        forEachBucket(*table, [&callbackInfo](HashBucket& bucket) noexcept {
-            freeDomainChain(bucket, callbackInfo);
-        });
+        forEachBucket(*table,
+                      [info](HashBucket& bucket) noexcept { freeDomainChain(bucket, *info); });
         hashDestroy(table);
     }
     freeMemory(index);

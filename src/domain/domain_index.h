@@ -19,8 +19,6 @@
 #include <cstdint>
 
 #include "core/release.h"
-#include "core/rule_group.h"
-#include "core/rule_set.h"
 #include "lookup/hash_table.h"
 #include "lookup/hashed_name.h"
 
@@ -59,12 +57,6 @@ bool makeWireName(char* buffer, uint32_t length) noexcept;
 inline HashedName nameOf(const DomainEntry& entry) noexcept {
     return {entry.name, entry.nameLength, entry.hash};
 }
-
-// Compiles the domain rules of a set, stores the index in the group's slot and returns it; null,
-// with null in the slot, when that fails. A rule whose name is there already hands its userData back
-// through the set's callback at once; a later "*" does not; a rule that memory runs out for is left
-// out.
-DomainIndex* compileDomainRules(RuleSet* set, RuleGroup* group) noexcept;
 
 // Drops one reference; the last one frees the index and clears *slot.
 void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "core/entry.h"
 #include "core/growing_text.h"
 #include "domain/host_name.h"
 #include "domain/scratch.h"
@@ -26,9 +27,7 @@ const DomainEntry* findInBlock(const ChainBlock<DomainEntry>& block,
     for (; entry != nullptr && entry != block.first + block.count &&
            compareHashedNames(nameOf(*entry), name) == 0;
          ++entry) {
-        if (best == nullptr || entry->ruleIndex < best->ruleIndex) {
-            best = entry;
-        }
+        best = earlier(best, entry);
     }
     return best;
 }
@@ -54,13 +53,6 @@ const DomainEntry* findName(const HashTable* table, const char* wireName,
     }
     const HashedName name{wireName, wireLength, hashWireName(wireName, wireLength)};
     return static_cast<const DomainEntry*>(hashLookup(table, name.hash, &name, findInDomainBucket));
-}
-
-const DomainEntry* earlier(const DomainEntry* left, const DomainEntry* right) noexcept {
-    if (left == nullptr || right == nullptr) {
-        return left == nullptr ? right : left;
-    }
-    return right->ruleIndex < left->ruleIndex ? right : left;
 }
 
 // The earliest wildcard rule for any suffix of a name but the name itself.
@@ -110,12 +102,7 @@ int32_t lookupLowerCase(const DomainIndex& index, const char* wireName, uint32_t
                         MatchResult& result) noexcept {
     const DomainEntry* best = earlier(findName(index.exactTable, wireName, wireLength),
                                       findSuffix(index.wildcardTable, wireName, wireLength));
-    best = earlier(best, index.matchAll);
-    if (best == nullptr) {
-        return 0;
-    }
-    result = {best->ruleIndex, best->ruleValue, best->ruleId, best->userData};
-    return 1;
+    return reportEntry(earlier(best, index.matchAll), result);
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 
 #include "core/chain.h"
 #include "core/memory.h"
-#include "core/reference_count.h"
 #include "core/structure.h"
 #include "syntax/address128.h"
 

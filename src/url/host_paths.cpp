@@ -4,6 +4,9 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/chain.h"
+#include "core/entry.h"
+
 namespace rs {
 
 namespace {
@@ -98,10 +101,7 @@ UrlPathEntry* makePathEntry(const UrlRule& rule, uint32_t ruleIndex) noexcept {
         entry->prefixLength = rule.rule.wildcardOffset;
     }
     entry->plainPath = isPlainPath(path) ? 1 : 0;
-    entry->ruleIndex = ruleIndex;
-    entry->ruleValue = rule.ruleValue;
-    entry->ruleId = rule.ruleId;
-    entry->userData = rule.userData;
+    fillEntry(rule, ruleIndex, *entry);
     entry->portLow = rule.rule.portLow;
     entry->portHigh = rule.rule.portHigh;
     return entry.release();
@@ -120,8 +120,7 @@ void packPaths(UrlHostNode& node) noexcept {
             return;
         }
         link = moveIntoBlock(node, link, *block);
-        block->next = node.pathBlocks;
-        node.pathBlocks = block;
+        pushToChain(node.pathBlocks, block);
         remaining -= count;
     }
 }

@@ -1,15 +1,15 @@
-// List of URL rules -> UrlIndex.
+#include "url/url_compile.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
-#include <memory>
 #include <string_view>
 
+#include "core/chain.h"
 #include "core/memory.h"
 #include "core/structure.h"
 #include "lookup/chain_blocks.h"
 #include "url/host_paths.h"
-#include "url/url_index.h"
 #include "url/url_rule.h"
 
 namespace rs {
@@ -17,13 +17,6 @@ namespace rs {
 namespace {
 
 constexpr uint32_t WILDCARD_LENGTH = 2;  // of "*."
-
-// Freeing an index calls the host program back, so its owner carries what that needs.
-struct UrlIndexReleasing {
-    ReleaseInfo info;
-    void operator()(UrlIndex* index) const noexcept { releaseUrlIndex(&index, &info); }
-};
-using OwnedUrlIndex = std::unique_ptr<UrlIndex, UrlIndexReleasing>;
 
 void freeNode(UrlHostNode* node) noexcept {
     freeMemory(node->scheme);
@@ -76,8 +69,7 @@ UrlHostNode* makeHostNode(const HostPlace& place) noexcept {
 void addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcept {
     UrlPathEntry* entry = makePathEntry(rule, ruleIndex);
     if (entry != nullptr) {
-        entry->next = node.paths;
-        node.paths = entry;
+        pushToChain(node.paths, entry);
         ++node.pathCount;
     }
 }
@@ -154,14 +146,10 @@ bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noex
 }
 
 bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {
-    const RuleList& list = set.urlRules;
-    uint32_t position = 0;
-    for (ListLink* link = list.head.next; link != &list.head; link = link->next) {
-        if (!enterUrlRule(index, *reinterpret_cast<const UrlRule*>(link), ++position)) {
-            return false;
-        }
-    }
-    return true;
+    return forEachRule<UrlRule>(set.urlRules,
+                                [&](const UrlRule& rule, uint32_t ruleIndex) noexcept {
+                                    return enterUrlRule(index, rule, ruleIndex);
+                                });
 }
 
 void packUrlBucket(HashBucket& bucket) noexcept {
@@ -183,17 +171,13 @@ void packUrlBucket(HashBucket& bucket) noexcept {
 
 }  // namespace
 
-UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept {
+UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept {
     if (set == nullptr || group == nullptr) {
         return nullptr;
     }
     group->urlIndex = nullptr;
-    OwnedUrlIndex index(allocateRecord<UrlIndex>(), {releaseInfoOf(*set)});
-    if (!index) {
-        return nullptr;
-    }
-    index->refCount = 1;
-    if (!enterUrlRules(*index, *set)) {
+    auto index = newStructure<UrlIndex, releaseUrlIndex>(*set);
+    if (!index || !enterUrlRules(*index, *set)) {
         return nullptr;
     }
     if (index->anyHost != nullptr) {
@@ -201,8 +185,7 @@ UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept {
     }
     forEachBucket(index->exactHosts, packUrlBucket);
     forEachBucket(index->wildcardHosts, packUrlBucket);
-    group->urlIndex = index.release();
-    return group->urlIndex;
+    return group->urlIndex = index.release();
 }
 
 }  // namespace rs

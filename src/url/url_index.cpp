@@ -2,8 +2,9 @@
 
 #include <ruleset.h>
 
+#include "core/chain.h"
 #include "core/memory.h"
-#include "core/reference_count.h"
+#include "core/structure.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
@@ -18,31 +19,22 @@ void releaseEntry(UrlPathEntry& entry, const ReleaseInfo& info) noexcept {
                         ENTRY_RELEASES_USER_DATA);
 }
 
-void freePaths(UrlPathEntry* entry, const ReleaseInfo& info) noexcept {
-    while (entry != nullptr) {
-        UrlPathEntry* next = entry->next;
-        releaseEntry(*entry, info);
-        freeMemory(entry);
-        entry = next;
+void freePathBlock(UrlPathBlock* block, const ReleaseInfo& info) noexcept {
+    for (int32_t i = 0; i < block->count; ++i) {
+        releaseEntry(entriesOf(block)[i], info);
     }
-}
-
-void freePathBlocks(UrlPathBlock* block, const ReleaseInfo& info) noexcept {
-    while (block != nullptr) {
-        UrlPathBlock* next = block->next;
-        for (int32_t i = 0; i < block->count; ++i) {
-            releaseEntry(entriesOf(block)[i], info);
-        }
-        freeMemory(block);
-        block = next;
-    }
+    freeMemory(block);
 }
 
 // Frees what a chain of nodes owns, and the nodes.
 void freeHostChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
     freeBlocks(head, [&info](const ChainBlock<UrlHostNode>&, UrlHostNode& node) noexcept {
-        freePaths(node.paths, info);
-        freePathBlocks(node.pathBlocks, info);
+        freeChain(node.paths, [&info](UrlPathEntry* entry) noexcept {
+            releaseEntry(*entry, info);
+            freeMemory(entry);
+        });
+        freeChain(node.pathBlocks,
+                  [&info](UrlPathBlock* block) noexcept { freePathBlock(block, info); });
         freeMemory(node.scheme);
         freeMemory(node.host);
     });
@@ -78,16 +70,14 @@ uint32_t urlHostHash(const char* host, uint32_t length) noexcept {
 }
 
 void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept {
-    if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {
+    UrlIndex* index = dropLastFromSlot(slot);
+    if (index == nullptr) {
         return;
     }
-    UrlIndex* index = *slot;
-    *slot = nullptr;
-    const ReleaseInfo callbackInfo = *info;
-    freeHostChain(index->anyHost, callbackInfo);
+    freeHostChain(index->anyHost, *info);
     for (HashTable** table : {&index->exactHosts, &index->wildcardHosts}) {
-        forEachBucket(*table, [&callbackInfo](HashBucket& bucket) noexcept {
-            freeHostChain(static_cast<UrlHostNode*>(bucket.chain), callbackInfo);
+        forEachBucket(*table, [info](HashBucket& bucket) noexcept {
+            freeHostChain(static_cast<UrlHostNode*>(bucket.chain), *info);
         });
         hashDestroy(table);
     }

@@ -23,8 +23,6 @@
 #include <cstdint>
 
 #include "core/release.h"
-#include "core/rule_group.h"
-#include "core/rule_set.h"
 #include "lookup/hash_table.h"
 #include "lookup/hashed_name.h"
 #include "url/url_split.h"
@@ -95,11 +93,6 @@ uint32_t urlHostHash(const char* host, uint32_t length) noexcept;
 inline HashedName hostOf(const UrlHostNode& node) noexcept {
     return {node.host, node.hostLength, node.hash};
 }
-
-// Compiles the URL rules of a set, stores the index in the group's slot and returns it; null, with
-// null in the slot, when that fails. A rule that memory runs out for is left out; equal rules each
-// have their entry.
-UrlIndex* compileUrlRules(RuleSet* set, RuleGroup* group) noexcept;
 
 // Drops one reference; the last one frees the index and clears *slot.
 void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept;

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "core/entry.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
 
@@ -77,13 +78,6 @@ bool hasTail(const UrlPathEntry& entry, const PathKey& key) noexcept {
     return findSubstring(key.path + entry.prefixLength, key.length - entry.prefixLength,
                          entry.path + entry.prefixLength + 1,
                          entry.pathLength - entry.prefixLength - 1) != nullptr;
-}
-
-const UrlPathEntry* earlier(const UrlPathEntry* left, const UrlPathEntry* right) noexcept {
-    if (left == nullptr || right == nullptr) {
-        return left == nullptr ? right : left;
-    }
-    return right->ruleIndex < left->ruleIndex ? right : left;
 }
 
 const UrlPathEntry* matchBlock(const UrlPathBlock& block, const PathKey& key) noexcept {
@@ -205,11 +199,7 @@ int32_t lookupUrl(const UrlIndex* index, const UrlMatchKey* key, MatchResult* re
         best = earlier(best, matchPaths(*index->anyHost, *key));
     }
     best = earlier(best, matchSuffixes(index->wildcardHosts, *key));
-    if (best == nullptr) {
-        return 0;
-    }
-    *result = {best->ruleIndex, best->ruleValue, best->ruleId, best->userData};
-    return 1;
+    return reportEntry(best, *result);
 }
 
 int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,

@@ -1,3 +1,5 @@
+#include "domain/domain_compile.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
@@ -164,14 +166,14 @@ TEST(DomainCompile, TakesAnEscapedStarForALabel) {
 TEST(DomainCompile, RefusesNullArguments) {
     RuleSetHandle set = makeDomainRuleSet({});
     RuleGroup group{};
-    EXPECT_EQ(nullptr, compileDomainRules(nullptr, &group));
-    EXPECT_EQ(nullptr, compileDomainRules(set.get(), nullptr));
+    EXPECT_EQ(nullptr, buildDomainIndex(nullptr, &group));
+    EXPECT_EQ(nullptr, buildDomainIndex(set.get(), nullptr));
 }
 
 TEST(DomainCompile, ReturnsWhatItStores) {
     RuleSetHandle set = makeDomainRuleSet({{"a.com"}});
     RuleGroup group{};
-    const DomainIndex* index = compileDomainRules(set.get(), &group);
+    const DomainIndex* index = buildDomainIndex(set.get(), &group);
     EXPECT_NE(nullptr, index);
     EXPECT_EQ(index, group.domainIndex);
     const ReleaseInfo info{};

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "core/memory.h"
+#include "domain/domain_compile.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
@@ -120,7 +121,7 @@ TEST(DomainIndexRelease, HappensWithTheLastReference) {
     int userData = 0;
     ASSERT_EQ(RULE_OK, addRule(*set, "a.com", 1, 1, &userData));
     RuleGroup group{};
-    DomainIndex* index = compileDomainRules(set.get(), &group);
+    DomainIndex* index = buildDomainIndex(set.get(), &group);
     ASSERT_NE(nullptr, index);
     EXPECT_EQ(1, index->refCount);
     index->refCount = 2;
@@ -155,7 +156,7 @@ TEST(CountDomainEntries, CountsBothTablesAndNotTheMatchAll) {
         makeDomainRuleSet({{"a.com"}, {"b.com"}, {"*.com"}, {"*"}, {"A.com"}});
     RuleGroup group{};
     const ReleaseInfo info{};
-    ASSERT_NE(nullptr, compileDomainRules(set.get(), &group));
+    ASSERT_NE(nullptr, buildDomainIndex(set.get(), &group));
     EXPECT_EQ(3, countDomainEntries(*group.domainIndex));
     EXPECT_EQ(3, countDomainEntries(*group.domainIndex));
     releaseDomainIndex(&group.domainIndex, &info);

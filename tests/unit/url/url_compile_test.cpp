@@ -1,3 +1,5 @@
+#include "url/url_compile.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
@@ -225,8 +227,8 @@ TEST(UrlCompile, CountsEveryRuleOfTheList) {
 TEST(UrlCompile, RefusesNullArguments) {
     RuleSetHandle set = makeUrlRuleSet({});
     RuleGroup group{};
-    EXPECT_EQ(nullptr, compileUrlRules(nullptr, &group));
-    EXPECT_EQ(nullptr, compileUrlRules(set.get(), nullptr));
+    EXPECT_EQ(nullptr, buildUrlIndex(nullptr, &group));
+    EXPECT_EQ(nullptr, buildUrlIndex(set.get(), nullptr));
 }
 
 // ---- Crowded buckets.

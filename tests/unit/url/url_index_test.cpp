@@ -12,6 +12,7 @@
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
+#include "url/url_compile.h"
 
 namespace rs::test {
 
@@ -48,7 +49,7 @@ TEST(UrlIndexRelease, HappensWithTheLastReference) {
     ReleaseRecorder recorder;
     RuleSetHandle set = makeUrlRuleSet({{"a.com", 1, &userData}});
     RuleGroup group{};
-    UrlIndex* index = compileUrlRules(set.get(), &group);
+    UrlIndex* index = buildUrlIndex(set.get(), &group);
     ASSERT_NE(nullptr, index);
     EXPECT_EQ(1, index->refCount);
     index->refCount = 2;

@@ -1,0 +1,28 @@
+// List of domain rules -> DomainIndex.
+//
+//     1  *.example.com     ->  wildcardTable   example.com
+//     2  web.example.com   ->  exactTable      web.example.com
+//     3  *                 ->  matchAll
+//     4  web.example.com                       left out: rule 2 has the name
+//     5  *                                     left out: rule 3 matches all
+//
+// Rules are entered in list order, so that the earliest rule for a name is the one that stays. Then
+// crowded chains are packed.
+//
+// Ownership:  the userData of a name that is there already goes back through the set's callback at
+//             once, that of a later "*" never. See docs/ownership.md.
+// Threads:    none; the host serialises builds with all other use of the set.
+// Cost:       a rule costs one walk through the chain of its bucket.
+#pragma once
+
+#include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "domain/domain_index.h"
+
+namespace rs {
+
+// Builds the index of a set's domain rules, stores it in the group's slot and returns it; null, with
+// null in the slot, when that fails. A rule that memory runs out for is left out.
+DomainIndex* buildDomainIndex(RuleSet* set, RuleGroup* group) noexcept;
+
+}  // namespace rs
