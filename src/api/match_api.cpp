@@ -35,10 +35,18 @@ extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
 
 extern "C" int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const char* name,
                                                    uint32_t length, MatchResult* result) noexcept {
-    return rs::matchDomainName(group, name, length, result);
+    if (group == nullptr || name == nullptr || length == 0 || result == nullptr ||
+        group->domainIndex == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    return rs::matchDomainName(*group->domainIndex, name, length, *result);
 }
 
 extern "C" int32_t rs_matchUrlWithRuleGroup(const RuleGroup* group, const char* url,
                                             uint32_t length, MatchResult* result) noexcept {
-    return rs::matchUrl(group, url, length, result);
+    if (group == nullptr || url == nullptr || length == 0 || result == nullptr ||
+        group->urlIndex == nullptr) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    return rs::matchUrl(*group->urlIndex, url, length, *result);
 }

@@ -107,14 +107,11 @@ int32_t lookupLowerCase(const DomainIndex& index, const char* wireName, uint32_t
 
 }  // namespace
 
-int32_t lookupDomainWire(const DomainIndex* index, const char* wireName, uint32_t wireLength,
-                         MatchResult* result) noexcept {
-    if (index == nullptr || wireName == nullptr || wireLength == 0 || result == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    result->ruleIndex = 0;
+int32_t lookupDomainWire(const DomainIndex& index, const char* wireName, uint32_t wireLength,
+                         MatchResult& result) noexcept {
+    result.ruleIndex = 0;
     if (findUpperCase(wireName, wireLength) == wireName + wireLength) {
-        return lookupLowerCase(*index, wireName, wireLength, *result);
+        return lookupLowerCase(index, wireName, wireLength, result);
     }
     WireScratch scratch;
     char* lowered = scratch.reserve(wireLength);
@@ -122,21 +119,11 @@ int32_t lookupDomainWire(const DomainIndex* index, const char* wireName, uint32_
         return RULE_ERR_NO_MEMORY;
     }
     lowerWireName(wireName, wireLength, lowered);
-    return lookupLowerCase(*index, lowered, wireLength, *result);
+    return lookupLowerCase(index, lowered, wireLength, result);
 }
 
-int32_t matchDomainWireWithRuleGroup(const RuleGroup* group, const char* wireName,
-                                     uint32_t wireLength, MatchResult* result) noexcept {
-    return lookupDomainWire(group == nullptr ? nullptr : group->domainIndex, wireName, wireLength,
-                            result);
-}
-
-int32_t matchDomainName(const RuleGroup* group, const char* name, uint32_t length,
-                        MatchResult* result) noexcept {
-    if (group == nullptr || name == nullptr || length == 0 || result == nullptr ||
-        group->domainIndex == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
+int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t length,
+                        MatchResult& result) noexcept {
     const uint64_t capacity = largestTextBuffer(length);
     if (capacity > UINT32_MAX) {
         return RULE_ERR_NO_MEMORY;
@@ -155,7 +142,7 @@ int32_t matchDomainName(const RuleGroup* group, const char* name, uint32_t lengt
     if (!makeWireName(buffer, nameLength)) {
         return RULE_ERR_INVALID_ARG;
     }
-    return lookupDomainWire(group->domainIndex, buffer, nameLength + 1, result);
+    return lookupDomainWire(index, buffer, nameLength + 1, result);
 }
 
 }  // namespace rs

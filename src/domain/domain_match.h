@@ -1,31 +1,40 @@
-// Compiled domain rules + name -> MatchResult.
+// DomainIndex + name -> MatchResult.
 //
-// Each lookup returns 1 with *result filled, 0 for none, or a negative status; result->ruleIndex is
-// set to 0 before the lookup itself, so also when nothing is found. Lookups only read and may run in
-// any number of threads.
+//     web.example.com  ->  3 web 7 example 3 com 0      canonical, then in wire form
+//
+//     asked for                  in              found
+//     web.example.com            exactTable      rule 2
+//         example.com            wildcardTable   rule 1      each suffix, from the longest on
+//                 com            wildcardTable
+//                                matchAll        rule 7
+//                                                rule 1 wins: it was added earliest
+//
+// A lookup returns 1 with result filled, 0 when no rule covers the name, or a negative status.
+// result.ruleIndex is set to 0 as soon as the name has its wire form, so also when nothing is found.
+//
+// Ownership:  userData in a result is the index's.
+// Threads:    lookups only read: any number of threads may look up in one index.
+// Cost:       a hash and a probe per suffix of at most 255 bytes. Names of thousands of bytes, and
+//             wire names of over 512 bytes with capitals in them, take memory for the call.
 #pragma once
 
 #include <ruleset.h>
 
 #include <cstdint>
 
-#include "core/rule_group.h"
 #include "domain/domain_index.h"
 
 namespace rs {
 
-// A name as users write it. RULE_ERR_INVALID_ARG for null or zero arguments, a group without domain
-// rules' index, and a name that leaves no wire form; RULE_ERR_BUFFER_SMALL for one whose canonical
-// form exceeds the largest buffer; RULE_ERR_NO_MEMORY, for names of thousands of bytes only.
-int32_t matchDomainName(const RuleGroup* group, const char* name, uint32_t length,
-                        MatchResult* result) noexcept;
+// Looks a name up as users write it, of at least one byte. RULE_ERR_INVALID_ARG for a name that
+// leaves no wire form, RULE_ERR_BUFFER_SMALL for one whose canonical form exceeds the largest
+// buffer, RULE_ERR_NO_MEMORY.
+[[nodiscard]] int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t length,
+                                      MatchResult& result) noexcept;
 
-// A name in wire form, in any letter case; wireLength does not count the final zero byte.
-// RULE_ERR_INVALID_ARG for null or zero arguments and a group without domain rules' index.
-int32_t matchDomainWireWithRuleGroup(const RuleGroup* group, const char* wireName,
-                                     uint32_t wireLength, MatchResult* result) noexcept;
-
-int32_t lookupDomainWire(const DomainIndex* index, const char* wireName, uint32_t wireLength,
-                         MatchResult* result) noexcept;
+// Looks a name up that is in wire form, in any letter case. wireLength is at least 1 and does not
+// count the final zero byte. RULE_ERR_NO_MEMORY.
+[[nodiscard]] int32_t lookupDomainWire(const DomainIndex& index, const char* wireName,
+                                       uint32_t wireLength, MatchResult& result) noexcept;
 
 }  // namespace rs

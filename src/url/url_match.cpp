@@ -189,30 +189,23 @@ const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
     return best;
 }
 
-int32_t lookupUrl(const UrlIndex* index, const UrlMatchKey* key, MatchResult* result) noexcept {
-    if (index == nullptr || key == nullptr || result == nullptr) {
-        return RULE_ERR_INVALID_ARG;
+int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key, MatchResult& result) noexcept {
+    result.ruleIndex = 0;
+    const UrlPathEntry* best = matchHost(index.exactHosts, key.host.text, key.host.length, key);
+    if (index.anyHost != nullptr) {
+        best = earlier(best, matchPaths(*index.anyHost, key));
     }
-    result->ruleIndex = 0;
-    const UrlPathEntry* best = matchHost(index->exactHosts, key->host.text, key->host.length, *key);
-    if (index->anyHost != nullptr) {
-        best = earlier(best, matchPaths(*index->anyHost, *key));
-    }
-    best = earlier(best, matchSuffixes(index->wildcardHosts, *key));
-    return reportEntry(best, *result);
+    best = earlier(best, matchSuffixes(index.wildcardHosts, key));
+    return reportEntry(best, result);
 }
 
-int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,
-                 MatchResult* result) noexcept {
-    if (group == nullptr || url == nullptr || length == 0 || result == nullptr ||
-        group->urlIndex == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
+int32_t matchUrl(const UrlIndex& index, const char* url, uint32_t length,
+                 MatchResult& result) noexcept {
     char scratch[MAX_URL_SCRATCH];
     uint32_t capacity = urlScratchSize(length);
     UrlMatchKey key{};
     const int32_t status = parseUrlForMatch(url, length, scratch, &capacity, &key);
-    return status == RULE_OK ? lookupUrl(group->urlIndex, &key, result) : status;
+    return status == RULE_OK ? lookupUrl(index, key, result) : status;
 }
 
 }  // namespace rs

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 
-#include "core/rule_group.h"
 #include "url/url_index.h"
 
 namespace rs {
@@ -27,11 +26,10 @@ constexpr uint32_t urlScratchSize(uint32_t length) noexcept {
     return length <= 1024 ? 4 * length : 4096;
 }
 
-// Looks a URL up. Returns 1 with *result filled, 0 for none, or a negative status:
-// RULE_ERR_INVALID_ARG for null or zero arguments and a group without URL rules' index, otherwise
-// that of parseUrlForMatch. result->ruleIndex is set to 0 before the lookup itself.
-int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,
-                 MatchResult* result) noexcept;
+// Looks a URL of at least one byte up. Returns 1 with result filled, 0 for none, or the negative
+// status of parseUrlForMatch. result.ruleIndex is set to 0 as soon as the URL is parsed.
+[[nodiscard]] int32_t matchUrl(const UrlIndex& index, const char* url, uint32_t length,
+                               MatchResult& result) noexcept;
 
 // Splits a URL and writes its canonical pieces into scratch. RULE_ERR_INVALID_ARG for null
 // arguments; RULE_ERR_BUFFER_SMALL when they do not fit; RULE_ERR_BAD_RULE for a URL with neither
@@ -39,8 +37,9 @@ int32_t matchUrl(const RuleGroup* group, const char* url, uint32_t length,
 int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32_t* inOutCapacity,
                          UrlMatchKey* key) noexcept;
 
-// Looks a parsed URL up. Returns 1, 0 or RULE_ERR_INVALID_ARG for null arguments.
-int32_t lookupUrl(const UrlIndex* index, const UrlMatchKey* key, MatchResult* result) noexcept;
+// Looks a parsed URL up. Returns 1 with result filled, or 0 for none with result.ruleIndex 0.
+[[nodiscard]] int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key,
+                                MatchResult& result) noexcept;
 
 // The earliest entry of a list, or of a chain of blocks, that covers the key's path and port; null
 // when none does.

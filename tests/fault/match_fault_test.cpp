@@ -131,8 +131,8 @@ TEST(MatchFault, LongWireNamesWithCapitalsNeedMemory) {
         const uint64_t found = failEachAllocation([&](uint64_t number) {
             MatchResult result = UNTOUCHED;
             const AllocationWatch watch(number);
-            const int32_t status = matchDomainWireWithRuleGroup(group.get(), row.name.data(),
-                                                                size32(row.name), &result);
+            const int32_t status =
+                lookupDomainWire(*group->domainIndex, row.name.data(), size32(row.name), result);
             EXPECT_EQ(watch.hasFailed() ? RULE_ERR_NO_MEMORY : 1, status);
             EXPECT_EQ(watch.hasFailed() ? 0U : 2U, result.ruleIndex);
             EXPECT_EQ(0U, watch.liveBlockCount());

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
 #include "domain/domain_rule.h"
@@ -47,7 +48,7 @@ RuleSetHandle makeSharingRuleSet(uint32_t count, std::string_view wildcard = {},
 }
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
-    return winnerOfText(matchDomainName, group, name);
+    return winnerOfText(rs_matchDomainNameWithRuleGroup, group, name);
 }
 
 TEST(DomainCompile, OfAnEmptySetMakesNoTables) {
@@ -325,7 +326,7 @@ TEST(DomainUserData, OfMatchAllRulesNeverComesBack) {
     RuleGroupHandle group = buildRuleGroup(*set);
     EXPECT_TRUE(recorder.order().empty());
     MatchResult result{};
-    EXPECT_EQ(1, matchDomainName(group.get(), "x", 1, &result));
+    EXPECT_EQ(1, matchDomainName(*group->domainIndex, "x", 1, result));
     EXPECT_EQ(&first, result.userData);
     group.reset();
     EXPECT_TRUE(recorder.order().empty());

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "core/memory.h"
+#include "core/rule_group.h"
 #include "domain/domain_compile.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "api/domain_wire_api.h"
+#include "core/rule_group.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 #include "support/winner.h"
@@ -17,7 +19,7 @@ namespace rs::test {
 namespace {
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view name) {
-    return winnerOfText(matchDomainName, group, name);
+    return winnerOfText(rs_matchDomainNameWithRuleGroup, group, name);
 }
 
 uint32_t wireWinnerOf(const RuleGroup& group, std::string_view wireName) {
@@ -25,7 +27,7 @@ uint32_t wireWinnerOf(const RuleGroup& group, std::string_view wireName) {
 }
 
 int32_t refusalOf(const RuleGroup& group, std::string_view name) {
-    return refusalOfText(matchDomainName, group, name);
+    return refusalOfText(rs_matchDomainNameWithRuleGroup, group, name);
 }
 
 TEST(DomainMatch, ReportsWhatTheHostAttached) {
@@ -41,7 +43,8 @@ TEST(DomainMatch, ReportsWhatTheHostAttached) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         MatchResult result = UNTOUCHED;
-        EXPECT_EQ(1, matchDomainName(group.get(), row.name.data(), size32(row.name), &result));
+        EXPECT_EQ(1, rs_matchDomainNameWithRuleGroup(group.get(), row.name.data(), size32(row.name),
+                                                     &result));
         EXPECT_EQ(row.expected, result);
     }
 }
@@ -175,11 +178,12 @@ TEST(DomainMatch, RefusesNullAndEmptyArguments) {
     const RuleGroupHandle group = makeDomainGroup({{"*"}});
     const RuleGroup otherType{};
     MatchResult result = UNTOUCHED;
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(nullptr, "a", 1, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), nullptr, 1, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 0, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(group.get(), "a", 1, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainName(&otherType, "a", 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchDomainNameWithRuleGroup(nullptr, "a", 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG,
+              rs_matchDomainNameWithRuleGroup(group.get(), nullptr, 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchDomainNameWithRuleGroup(group.get(), "a", 0, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchDomainNameWithRuleGroup(group.get(), "a", 1, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchDomainNameWithRuleGroup(&otherType, "a", 1, &result));
     EXPECT_EQ(UNTOUCHED, result);
 }
 
@@ -229,7 +233,7 @@ TEST(DomainMatch, LooksACopiedNameUpAsItIs) {
 TEST(DomainMatch, SetsRuleIndexToZeroWhenNothingIsFound) {
     const RuleGroupHandle group = makeDomainGroup({{"a.com"}});
     MatchResult result = UNTOUCHED;
-    EXPECT_EQ(0, matchDomainName(group.get(), "b.com", 5, &result));
+    EXPECT_EQ(0, matchDomainName(*group->domainIndex, "b.com", 5, result));
     EXPECT_EQ(0, result.ruleIndex);
     EXPECT_EQ(UNTOUCHED.ruleValue, result.ruleValue);
     EXPECT_EQ(UNTOUCHED.ruleId, result.ruleId);
@@ -290,7 +294,6 @@ TEST(DomainWireMatch, StopsAtAZeroLengthAndAtTheEnd) {
 
 TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
     const RuleGroupHandle group = makeDomainGroup({{"*"}});
-    const DomainIndex* index = group->domainIndex;
     const RuleGroup otherType{};
     MatchResult result = UNTOUCHED;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(nullptr, "\1a", 2, &result));
@@ -298,11 +301,8 @@ TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), nullptr, 2, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 0, &result));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 2, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(nullptr, "\1a", 2, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, nullptr, 2, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupDomainWire(index, "\1a", 2, nullptr));
     EXPECT_EQ(UNTOUCHED, result);
-    EXPECT_EQ(1, lookupDomainWire(index, "\1a", 2, &result));
+    EXPECT_EQ(1, matchDomainWireWithRuleGroup(group.get(), "\1a", 2, &result));
 }
 
 // The cost of such a name must not grow with the square of its length, and its short suffixes still count.

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
+#include "lookup/chain_blocks.h"
 #include "support/rule_builder.h"
 #include "support/table_blocks.h"
 #include "support/text.h"
@@ -49,7 +51,7 @@ std::vector<const UrlPathEntry*> listOf(const UrlHostNode& node) {
 }
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
-    return winnerOfText(matchUrl, group, url);
+    return winnerOfText(rs_matchUrlWithRuleGroup, group, url);
 }
 
 // Different hosts that share one hash, in an order that is not that of their bytes.

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 #include "support/winner.h"
@@ -19,7 +20,7 @@ namespace rs::test {
 namespace {
 
 uint32_t winnerOf(const RuleGroup& group, std::string_view url) {
-    return winnerOfText(matchUrl, group, url);
+    return winnerOfText(rs_matchUrlWithRuleGroup, group, url);
 }
 
 struct Row {
@@ -34,7 +35,7 @@ void expectWinners(const RuleGroup& group, std::initializer_list<Row> rows) {
 }
 
 int32_t refusalOf(const RuleGroup& group, std::string_view url) {
-    return refusalOfText(matchUrl, group, url);
+    return refusalOfText(rs_matchUrlWithRuleGroup, group, url);
 }
 
 TEST(UrlMatch, ReportsWhatTheHostAttached) {
@@ -50,7 +51,8 @@ TEST(UrlMatch, ReportsWhatTheHostAttached) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.url);
         MatchResult result = UNTOUCHED;
-        EXPECT_EQ(1, matchUrl(group.get(), row.url.data(), size32(row.url), &result));
+        EXPECT_EQ(1,
+                  rs_matchUrlWithRuleGroup(group.get(), row.url.data(), size32(row.url), &result));
         EXPECT_EQ(row.expected, result);
     }
 }
@@ -271,16 +273,12 @@ TEST(UrlMatch, RefusesUrlsWithoutHostThatHaveASchemeOrAPort) {
 TEST(UrlMatch, RefusesNullAndEmptyArguments) {
     const RuleGroupHandle group = makeUrlGroup({{"*"}});
     const RuleGroup otherType{};
-    const UrlMatchKey key{};
     MatchResult result = UNTOUCHED;
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchUrl(nullptr, "a", 1, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchUrl(group.get(), nullptr, 1, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchUrl(group.get(), "a", 0, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchUrl(group.get(), "a", 1, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchUrl(&otherType, "a", 1, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupUrl(nullptr, &key, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupUrl(group->urlIndex, nullptr, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, lookupUrl(group->urlIndex, &key, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(nullptr, "a", 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(group.get(), nullptr, 1, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(group.get(), "a", 0, &result));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(group.get(), "a", 1, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_matchUrlWithRuleGroup(&otherType, "a", 1, &result));
     EXPECT_EQ(UNTOUCHED, result);
 }
 
