@@ -106,7 +106,7 @@ bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& r
         enterMatchAll(index, rule, ruleIndex);
         return true;
     }
-    return insertDomainRule(index.wildcardTable, set, rule, 2, ruleIndex);
+    return insertDomainRule(index.wildcardTable, set, rule, WILDCARD_LENGTH, ruleIndex);
 }
 
 bool enterDomainRules(DomainIndex& index, RuleSet& set) noexcept {

@@ -12,8 +12,6 @@ namespace rs {
 
 namespace {
 
-constexpr uint32_t WILDCARD_LENGTH = 2;  // of "*."
-
 // Recognises the wildcard in front of a host. *outLength is its length in the rule and in the
 // canonical text alike: 0 for none, 1 for "*" alone, 2 for "*.".
 int32_t readWildcard(const char* text, uint32_t length, uint32_t* outLength) noexcept {

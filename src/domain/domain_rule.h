@@ -16,6 +16,7 @@
 namespace rs {
 
 inline constexpr uint32_t DOMAIN_RULE_WILDCARD = 1;  // the text begins with a wildcard
+inline constexpr uint32_t WILDCARD_LENGTH = 2;       // of "*." before a host
 
 // A parsed rule. Its text points into the buffer that the parser was given.
 struct DomainRuleText {

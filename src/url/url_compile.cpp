@@ -16,8 +16,6 @@ namespace rs {
 
 namespace {
 
-constexpr uint32_t WILDCARD_LENGTH = 2;  // of "*."
-
 void freeNode(UrlHostNode* node) noexcept {
     freeMemory(node->scheme);
     freeMemory(node->host);

@@ -7,15 +7,13 @@
 #include "core/entry.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
+#include "url/url_rule.h"
 
 namespace rs {
 
 namespace {
 
 constexpr uint32_t HTTPS_SCHEME_LENGTH = 8;  // of "https://"
-constexpr uint16_t HTTP_PORT = 80;
-constexpr uint16_t HTTPS_PORT = 443;
-constexpr uint32_t MAX_URL_SCRATCH = 4096;
 
 bool isHttps(const UrlMatchKey& key) noexcept {
     return std::string_view(key.scheme.text, key.scheme.length).starts_with("https") &&

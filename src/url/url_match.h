@@ -21,9 +21,11 @@ struct UrlMatchKey {
     UrlPiece path;
 };
 
+inline constexpr uint32_t MAX_URL_SCRATCH = 4096;
+
 // The scratch bytes that a URL of length bytes gets.
 constexpr uint32_t urlScratchSize(uint32_t length) noexcept {
-    return length <= 1024 ? 4 * length : 4096;
+    return length <= MAX_URL_SCRATCH / 4 ? 4 * length : MAX_URL_SCRATCH;
 }
 
 // Looks a URL of at least one byte up. Returns 1 with result filled, 0 for none, or the negative

@@ -18,8 +18,6 @@ namespace rs {
 namespace {
 
 constexpr std::string_view HTTPS = "https";
-constexpr uint16_t HTTP_PORT = 80;
-constexpr uint16_t HTTPS_PORT = 443;
 
 // The rule being written: [scheme][host][path], one behind the other.
 struct RuleWriter {

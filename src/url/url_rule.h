@@ -23,6 +23,10 @@
 
 namespace rs {
 
+// What a URL without a port means.
+inline constexpr uint16_t HTTP_PORT = 80;
+inline constexpr uint16_t HTTPS_PORT = 443;
+
 // A parsed rule. Its pieces point into the buffer that the parser was given.
 struct UrlRuleText {
     DomainRuleText host;
