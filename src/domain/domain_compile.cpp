@@ -88,7 +88,7 @@ void enterMatchAll(DomainIndex& index, const DomainRule& rule, uint32_t ruleInde
     }
     index.matchAll = makeEntry(rule, 0, ruleIndex).release();
     if (index.matchAll != nullptr) {
-        // No lookup asks for these: the name "*" is none, and the entry stands in no chain.
+        // No lookup reads these: "*" is no name in wire form, and the entry is in no chain.
         index.matchAll->nameLength = rule.rule.length;
         index.matchAll->nextCount = 1;
     }

@@ -2,15 +2,15 @@
 //
 //   matchAll        *                             -> rule 7       the first rule "*"
 //   exactTable      3 web 7 example 3 com 0       -> rule 2       full names, by hash
-//   wildcardTable   7 example 3 com 0             -> rule 1       names behind "*.", by hash
+//   wildcardTable   7 example 3 com 0             -> rule 1       names after "*.", by hash
 //
-// Names stand in wire form: each label behind a byte with its length, and a zero byte at the end,
-// which nameLength does not count.
+// Names are in wire form: each label after a byte with its length, and a zero byte at the end, which
+// nameLength does not count.
 //
 // Invariants: a table holds a name once, for the earliest rule. Chains are laid out as
-//             core/chain_blocks.h pictures them, in blocks of at most 72 entries.
+//             lookup/chain_blocks.h pictures them, in blocks of at most 72 entries.
 // Ownership:  the index owns everything below it.
-//             Deliberate: only the first entry of a block hands its userData back when the index is
+//             Deliberate: only the first entry of a block gives its userData back when the index is
 //             freed, and matchAll never does.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a lookup hashes and probes the name once and each of its suffixes once.
@@ -50,18 +50,20 @@ struct DomainIndex {
 // The hash of a name in wire form: its label bytes, not their lengths. 0 for less than 2 bytes.
 uint32_t hashWireName(const char* wireName, uint32_t wireLength) noexcept;
 
-// Rewrites a dotted name of length bytes that stands at buffer + 1 in wire form at buffer, which has
-// length + 2 bytes. False for an empty name and for labels that are empty or over 255 bytes.
-bool makeWireName(char* buffer, uint32_t length) noexcept;
+// Turns a dotted name into wire form in place. Before, length bytes at buffer + 1; after, length + 2
+// bytes at buffer: each dot has become the length of the label after it. False for an empty name and
+// for labels that are empty or over 255 bytes.
+[[nodiscard]] bool makeWireName(char* buffer, uint32_t length) noexcept;
 
 inline HashedName nameOf(const DomainEntry& entry) noexcept {
     return {entry.name, entry.nameLength, entry.hash};
 }
 
-// Drops one reference; the last one frees the index and clears *slot.
+// Drops one reference. The last one clears *slot and frees the index, with its userData given back
+// through info. A null slot or an empty one is left alone.
 void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept;
 
-// Visits every chain of both tables and changes nothing: the number of entries.
+// The number of entries in both tables; matchAll is not counted.
 uint64_t countDomainEntries(const DomainIndex& index) noexcept;
 
 }  // namespace rs

@@ -17,7 +17,7 @@ namespace {
 using NameScratch = Scratch<size_t{MAX_TEXT_BUFFER} + 2>;
 using WireScratch = Scratch<512>;
 
-// The entry of a sorted block for a name: the earliest rule, should a name stand there twice.
+// The entry of a sorted block for a name, of the earliest rule if there are several.
 const DomainEntry* findInBlock(const ChainBlock<DomainEntry>& block,
                                const HashedName& name) noexcept {
     const DomainEntry* entry = lowerBound(block, [&name](const DomainEntry& node) noexcept {
@@ -129,7 +129,7 @@ int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t len
         return RULE_ERR_NO_MEMORY;
     }
     NameScratch scratch;
-    // The wire form is made in place: a length byte goes before the name and a zero byte behind it.
+    // The wire form is made in place: a length byte goes before the name and a zero byte after it.
     char* buffer = scratch.reserve(capacity + 2);
     if (buffer == nullptr) {
         return RULE_ERR_NO_MEMORY;

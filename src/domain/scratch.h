@@ -1,4 +1,7 @@
-// Scratch bytes for one call: on the stack as long as they fit there.
+// Bytes for the time of one call: on the stack if they fit there, else from the allocator.
+//
+// Ownership:  a Scratch owns its bytes and frees them when it ends.
+// Cost:       ordinary sizes allocate nothing; stackSize bytes of stack are taken in any case.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,9 @@
-// The hashes by which addresses choose their bucket in a HashTable: one name for both widths.
+// The hashes by which addresses choose their bucket in a HashTable. hashAddress is one name for
+// addresses of both widths, for templates over the width.
+//
+//     10.1.2.3     10 * 37 + 1 * 19 + 2 * 17 + 3 * 13 + 736  =  1198
+//
+// An address and its IPv4-mapped form have different hashes as a rule: they are never in one table.
 #pragma once
 
 #include <cstdint>
@@ -7,14 +12,13 @@
 
 namespace rs {
 
-// The bucket hash of an IPv4 address in host order, in wrapping 32-bit arithmetic: each byte times
-// a small factor, plus 736.
+// The hash of an IPv4 address in host order.
 constexpr uint32_t hashIPv4(uint32_t address) noexcept {
     return (address & 0xFFU) * 13 + 736 + (address >> 24U) * 37 + ((address >> 16U) & 0xFFU) * 19 +
            ((address >> 8U) & 0xFFU) * 17;
 }
 
-// The wrapping sum of the four words, hashed like an IPv4 address.
+// The sum of the four words, which wraps around, hashed like an IPv4 address.
 constexpr uint32_t hashIPv6(const Address128& address) noexcept {
     return hashIPv4(address.words[0] + address.words[1] + address.words[2] + address.words[3]);
 }

@@ -1,11 +1,19 @@
-// Bucket chains whose nodes can be packed into sorted blocks, so that a crowded bucket is searched
-// by bisection.
+// The chain of one bucket, which can be packed into sorted blocks once it is complete, so that a
+// crowded bucket is searched by bisection.
 //
-//     as built    head -> node -> node -> node -> ...            blocks of one node each
-//     packed      head -> [ node node node ... ] -> [ node node ... ]
+//     as built    node -> node -> node -> node -> node -> ...
+//     packed      node -> [ node node node ... node ] -> [ node node ]
+//                 head      sorted                         sorted
 //
-// The first node of a block says where the next block begins and how many nodes it has; so the head
-// is always a block of one. Node has the fields nextCount and next.
+// A chain is a sequence of blocks; as built, each block is one node. A block's first node stores the
+// address and length of the next block, in next and nextCount. Nothing stores the head's length, so
+// the head is always one node.
+//
+// Invariants: next and nextCount are read in the first node of a block only, and are 0 in the others
+//             of a packed block. The last block leads on to null and 0.
+// Ownership:  whoever holds the head owns the chain. Each block is one allocation.
+// Threads:    a chain is built and packed by one thread; then any number of threads may search it.
+// Cost:       a search walks the blocks and bisects each: of n nodes in blocks of m, n/m * log2(m).
 #pragma once
 
 #include <algorithm>
@@ -15,12 +23,12 @@
 
 namespace rs {
 
-// Chains of fewer nodes stay as they are built.
+// A chain of fewer nodes stays as it is built: to walk it is as fast.
 inline constexpr uint32_t CROWDED_CHAIN = 9;
 
 template <typename Node>
 struct ChainBlock {
-    Node* first;  // null behind the last block
+    Node* first;  // borrowed from the chain; null after the last block
     uint32_t count;
 };
 
@@ -34,7 +42,7 @@ ChainBlock<Node> nextBlock(const ChainBlock<Node>& block) noexcept {
     return {block.first->next, block.first->nextCount};
 }
 
-// Puts a node in front of a chain.
+// Puts a node, as a block of its own, before a chain that is not packed.
 template <typename Node>
 void pushSingleNode(Node*& head, Node& node) noexcept {
     node.next = head;
@@ -42,8 +50,8 @@ void pushSingleNode(Node*& head, Node& node) noexcept {
     head = &node;
 }
 
-// The first node of a sorted block that does not stand before the key: order(node) is below 0 for
-// nodes before it. Null when there is none.
+// The first node of a sorted block that does not come before the key; null when there is none.
+// order(node) is below 0 for the nodes that come before the key.
 template <typename Node, typename Order>
 Node* lowerBound(const ChainBlock<Node>& block, const Order& order) noexcept {
     Node* end = block.first + block.count;
@@ -52,8 +60,8 @@ Node* lowerBound(const ChainBlock<Node>& block, const Order& order) noexcept {
     return found == end ? nullptr : found;
 }
 
-// Moves the first count nodes of a chain of single nodes into one block, which is sorted and leads
-// on to the rest of the chain; null, with the chain left alone, when memory is out.
+// Moves the first count nodes of a chain of single nodes into one block, sorts it, and lets it lead
+// on to the rest of the chain. Null, with the chain left alone, when memory is out.
 template <typename Node, typename Before>
 Node* moveIntoBlock(Node* run, uint32_t count, const Before& before) noexcept {
     Node* block = allocateArray<Node>(count);
@@ -74,10 +82,10 @@ Node* moveIntoBlock(Node* run, uint32_t count, const Before& before) noexcept {
     return block;
 }
 
-// Packs a chain of single nodes that is crowded: its head stays alone, the others go, in chain
-// order, into blocks of at most maxCount nodes, each sorted by before(a, b). A block ends early in
-// front of a node that mayJoin(first, node) refuses. When memory runs out, what is left stays as
-// single nodes, which are found all the same.
+// Packs a chain of single nodes if it is crowded. The head stays alone. The other nodes go, in chain
+// order, into blocks of at most maxCount nodes, each sorted by before(left, right). A node that
+// mayJoin(first, node) refuses begins a new block. When memory runs out, the rest stays as single
+// nodes, which a search finds too.
 template <typename Node, typename Before, typename MayJoin>
 void packChain(Node* head, uint32_t maxCount, const Before& before,
                const MayJoin& mayJoin) noexcept {
@@ -105,8 +113,8 @@ void packChain(Node* head, uint32_t maxCount, const Before& before,
     }
 }
 
-// Frees a chain, packed or not: freeNode(block, node) lets go of what a node owns, and the blocks
-// are freed here.
+// Frees a chain, packed or not: freeNode(block, node) frees what a node owns, and the blocks are
+// freed here.
 template <typename Node, typename FreeNode>
 void freeBlocks(Node* head, const FreeNode& freeNode) noexcept {
     for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;) {

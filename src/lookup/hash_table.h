@@ -1,17 +1,23 @@
 // A chained hash table whose chains are laid out by its user.
 //
 //     HashTable
-//       buckets -> [0] chain  list head  reserved     the table picks a bucket by hash modulo
-//                  [1] chain  list head  reserved     bucketCount and hands it to a callback, which
-//                  ...                                walks, extends or searches what hangs there
+//       buckets   [0]  chain -> element -> element -> null      a user of chains leaves list empty,
+//                      list                                     a user of lists leaves chain null
+//                 [1]  chain
+//                      list <-> element <-> element <-> list
+//                 ...
 //
-// Invariants: bucketCount never changes. elementCount is inserts minus removals, as reported here.
-// Ownership:  the table owns its bucket array and side arrays, never what hangs in a bucket: its
-//             user frees the chains first.
-// Threads:    elementCount is changed atomically; the chains have no lock. Lookups never write.
-// Cost:       one modulo and one callback.
+// An element with hash h belongs in bucket h % bucketCount. The table knows neither elements nor
+// keys: it picks the bucket, and a callback of its user searches or changes what is in it. A
+// callback's first line casts its void pointers to what they are.
 //
-// A callback's first line casts its void pointers to what they are.
+// Invariants: bucketCount never changes. elementCount is the number of inserts minus removals; a
+//             user who empties the buckets before hashDestroy need not count down.
+// Ownership:  the table owns its bucket array and side array. Its user owns the elements, and frees
+//             them before the table.
+// Threads:    lookups never write, so any number of threads may look up. elementCount is changed
+//             atomically; the buckets have no lock.
+// Cost:       one division, and what the callback costs.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +29,7 @@
 namespace rs {
 
 struct HashBucket {
-    void* chain;        // head of a singly linked chain; null at first
+    void* chain;        // first element of a singly linked chain; null at first
     ListLink list;      // head of a doubly linked list; empty at first
     void* reserved[2];  // null
 };
@@ -42,8 +48,8 @@ struct HashTable {
         sideArrays[HASH_KIND_LAST];  // owned; sideArrays[kind - 1] exists, the others are null
 };
 
-// Links item, or a node made from it, into the bucket and returns item; returns anything else to
-// refuse, and leaves its reason in item.
+// Links item, or an element made from it, into the bucket and returns item. Returns anything else to
+// refuse, with the reason left in item.
 using HashInsertCallback = void* (*)(HashBucket* bucket, void* item) noexcept;
 // Returns the element found, or null.
 using HashLookupCallback = void* (*)(HashBucket* bucket, uint32_t hash, const void* key) noexcept;
@@ -101,11 +107,11 @@ void forEachBucket(const HashTable* table, const Visit& visit) noexcept {
     }
 }
 
-// hash modulo bucketCount; the value of RULE_ERR_INVALID_ARG for a null table or one without
-// buckets.
+// The position of the bucket of a hash. Deliberate: a null table or one without buckets has the
+// position RULE_ERR_INVALID_ARG, as an unsigned number; no table has that many buckets.
 [[nodiscard]] uint32_t hashBucketIndex(const HashTable* table, uint32_t hash) noexcept;
 
-// Frees the table but not what hangs in its buckets, and sets *table to null.
+// Frees the table but no elements, and sets *table to null. Null arguments are left alone.
 void hashDestroy(HashTable** table) noexcept;
 
 inline void freeHashTable(HashTable* table) noexcept {

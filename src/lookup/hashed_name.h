@@ -1,4 +1,15 @@
-// A name beside its hash, and the order in which blocks of names are sorted and searched.
+// A name with its hash, and the order in which blocks of names are sorted and searched.
+//
+//     hash     bytes
+//     5000     2 xy 1 z      the hash decides first: most names are told apart by one number
+//     7000     1 a 2 bc      names of one hash are ordered by their bytes, then by length
+//     7000     2 ab 1 c
+//
+// Names of one hash are neighbours in this order, and two names are equal only when their bytes are.
+//
+// Ownership:  a HashedName borrows its bytes.
+// Threads:    none of its own: values in, values out.
+// Cost:       comparing reads the bytes only when the hashes are the same.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +23,8 @@ struct HashedName {
     uint32_t hash;
 };
 
-// Below 0, 0 or above 0 as left stands before, at or behind right: by the sign of the wrapping
-// difference of the hashes, then by the bytes up to the shorter length, then by length. Two names
-// may share a hash; only equal bytes make them equal.
+// Below 0 when left comes before right, 0 when they are equal, above 0 otherwise. The hashes are
+// compared by the sign of their difference, which wraps around: 0xFFFFFFFF comes before 0.
 [[nodiscard]] inline int32_t compareHashedNames(const HashedName& left,
                                                 const HashedName& right) noexcept {
     const auto hashOrder = static_cast<int32_t>(left.hash - right.hash);
@@ -30,7 +40,8 @@ struct HashedName {
            static_cast<int32_t>(left.length < right.length);
 }
 
-// The hash of names: one step per byte, in wrapping 32-bit arithmetic.
+// One step of the hash of a name, which starts at 0: the hash of the bytes so far takes a further
+// byte in. 32-bit arithmetic that wraps around; each rule type has a factor of its own.
 constexpr uint32_t addToNameHash(uint32_t hash, char byte, uint32_t factor) noexcept {
     return hash + static_cast<uint8_t>(byte) * factor + (hash >> 16U);
 }

@@ -1,14 +1,19 @@
-// Finds, while a structure is built, the place that an equal range has there already, so that
-// building stays linear in the number of ranges.
+// Finds ranges of 128-bit addresses while a structure is built from them. A structure has one place
+// for each different range; a further rule for an equal range finds that place here. Without this,
+// each rule would cost a walk through all ranges before it.
 //
-//     slots   | hash, place | - | hash, place | hash, place | ...     a power of two of them, at most
-//                                                                     half of them taken
-//     A range stands in the slot that its hash names, or in the next free one behind it.
+//     slots    0: hash 8,  place -> 10.0.0.0 - 10.0.0.255      of 8 slots, the low 3 bits choose one
+//              1: hash 16, place -> 10.1.0.0 - 10.1.0.255      slot 0 was taken: the next free one
+//              2: -
+//              3: hash 3,  place -> ::1 - ::1
+//              ...
 //
-// Ownership:  owns its slots; places are borrowed.
-// Threads:    none.
-// Cost:       a find looks at one slot or two on average, and at the place only when the whole hash
-//             is the same. Growing reads no place.
+// Invariants: the number of slots is 0 or a power of two; at most half of them are taken, so every
+//             search ends at a free slot. No place is removed.
+// Ownership:  owns its slots, borrows the places. A place stays where it is while the finder lives.
+// Threads:    one thread.
+// Cost:       a find reads one slot or two on average, and a place only when its whole hash is that
+//             of the range. Growing reads no place.
 #pragma once
 
 #include <cstdint>

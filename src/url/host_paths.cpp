@@ -47,7 +47,7 @@ UrlPathEntry** findLongPath(UrlPathEntry** link) noexcept {
 }
 
 // Fills a block with the first long paths from link on, of which the list has enough, and returns
-// the link behind them.
+// the link after them.
 UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBlock& block) noexcept {
     block.minPrefixLength = UINT32_MAX;
     UrlPathEntry* entries = entriesOf(&block);

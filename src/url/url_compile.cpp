@@ -138,7 +138,7 @@ bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noex
         return true;
     }
     if (host.length <= WILDCARD_LENGTH) {
-        return true;  // nothing is left behind the wildcard
+        return true;  // nothing is left after the wildcard
     }
     return insertUrlRule(index.wildcardHosts, rule, WILDCARD_LENGTH, ruleIndex);
 }
@@ -155,8 +155,8 @@ void packUrlBucket(HashBucket& bucket) noexcept {
     for (UrlHostNode* node = head; node != nullptr; node = node->next) {
         packPaths(*node);
     }
-    // A lookup tests the scheme on the first node of a block, so a block holds one scheme only: one
-    // host under both schemes never hides one behind the other.
+    // A lookup tests the scheme on the first node of a block, so a block holds one scheme only.
+    // One host under both schemes is found under both.
     packChain(
         head, MAX_HOST_BLOCK,
         [](const UrlHostNode& left, const UrlHostNode& right) noexcept {

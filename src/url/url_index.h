@@ -2,19 +2,19 @@
 //
 //   anyHost         *                 -> paths of all rules with host "*"
 //   exactHosts      web.example.com   -> paths of its rules       host nodes, by hash
-//   wildcardHosts   example.com       -> paths of its rules       hosts behind "*.", by hash
+//   wildcardHosts   example.com       -> paths of its rules       hosts after "*.", by hash
 //
 //   UrlHostNode  (scheme, host)   paths -> entry -> entry -> ...           newest rule first
 //                                 pathBlocks -> [ sorted entries ] -> [ sorted entries ]
 //
-// One host stands under https and under http in two nodes. A node with many long paths has them in
-// blocks, where they are found by bisection on their first bytes.
+// A host with rules for https and for http has two nodes. A node with many long paths has them in
+// blocks, where a lookup bisects by their first bytes.
 //
-// Invariants: chains of a bucket are laid out as core/chain_blocks.h pictures them, in blocks of at
-//             most 63 nodes, and every block holds nodes of one scheme only: the scheme of its first
-//             node is that of all. The entries of a path block have prefixes of minPrefixLength
-//             bytes at least and stand in prefix order.
-// Ownership:  the index owns everything below it; every entry hands its userData back when freed.
+// Invariants: chains of a bucket are laid out as lookup/chain_blocks.h pictures them, in blocks of at
+//             most 63 nodes. All nodes of a block have one scheme: that of its first node. The
+//             entries of a path block are in prefix order, and no prefix is shorter than
+//             minPrefixLength.
+// Ownership:  the index owns everything below it; every entry gives its userData back when freed.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a lookup probes the host once and each of its suffixes once, and walks or bisects the
 //             paths of each host found.
@@ -56,7 +56,7 @@ struct UrlPathBlock {
     int32_t count;
     uint32_t minPrefixLength;
     UrlPathBlock* next;  // owned
-    // count entries follow
+    // count entries follow: see entriesOf
 };
 
 inline UrlPathEntry* entriesOf(UrlPathBlock* block) noexcept {
@@ -94,7 +94,8 @@ inline HashedName hostOf(const UrlHostNode& node) noexcept {
     return {node.host, node.hostLength, node.hash};
 }
 
-// Drops one reference; the last one frees the index and clears *slot.
+// Drops one reference. The last one clears *slot and frees the index, with its userData given back
+// through info. A null slot or an empty one is left alone.
 void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept;
 
 struct UrlStatistics {
@@ -102,7 +103,7 @@ struct UrlStatistics {
     uint64_t paths;  // entries
 };
 
-// Visits every bucket of both tables and changes nothing.
+// Counts by a walk through both tables.
 UrlStatistics countUrlRules(const UrlIndex& index) noexcept;
 
 }  // namespace rs

@@ -68,7 +68,7 @@ bool hasPort(const UrlPathEntry& entry, const PathKey& key) noexcept {
     return entry.portLow <= key.port && key.port <= entry.portHigh;
 }
 
-// Whether what the entry holds behind its '*' occurs behind the prefix.
+// Whether the text after the entry's '*' occurs in the path after the prefix.
 bool hasTail(const UrlPathEntry& entry, const PathKey& key) noexcept {
     if (entry.pathLength <= entry.prefixLength) {
         return true;
@@ -84,7 +84,7 @@ const UrlPathEntry* matchBlock(const UrlPathBlock& block, const PathKey& key) no
         return nullptr;
     }
     // Every entry has keyLength bytes of prefix at least, so in prefix order those that share the
-    // key's first keyLength bytes stand together.
+    // key's first keyLength bytes are neighbours.
     const UrlPathEntry* const end = entriesOf(&block) + block.count;
     const UrlPathEntry* entry =
         std::partition_point(entriesOf(&block), end, [&](const UrlPathEntry& stored) noexcept {
@@ -108,7 +108,7 @@ struct HostKey {
     const UrlMatchKey* url;
 };
 
-// The earliest entry for a URL in a bucket: a host may stand in it under both schemes.
+// The earliest entry for a URL in a bucket: a host may be in it under both schemes.
 void* matchHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
     const auto& hostKey = *static_cast<const HostKey*>(key);
     const UrlPathEntry* best = nullptr;

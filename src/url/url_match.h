@@ -1,6 +1,19 @@
-// Compiled URL rules + URL -> MatchResult.
+// UrlIndex + URL -> MatchResult.
 //
-// Lookups only read and may run in any number of threads; none needs the heap.
+//     https://web.example.com/a/b   ->   key: scheme, host, port, path
+//
+//     asked for             in               and of each host found
+//     web.example.com       exactHosts       the paths under the scheme of the key,
+//                           anyHost          the paths in the list by a walk,
+//         example.com       wildcardHosts    the paths in blocks by bisection
+//                 com       wildcardHosts
+//
+// The rule added earliest wins, wherever it was found.
+//
+// Ownership:  userData in a result is the index's.
+// Threads:    lookups only read, allocate nothing, and may run in any number of threads.
+// Cost:       a hash and a probe per suffix of at most 255 bytes, and the paths of each host found.
+//             matchUrl has 4096 bytes of scratch on the stack.
 #pragma once
 
 #include <ruleset.h>
@@ -46,7 +59,7 @@ int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32
 // The earliest entry of a list, or of a chain of blocks, that covers the key's path and port; null
 // when none does.
 //
-// Deliberate: the two differ. In a list, a plain path covers what goes on behind it with '/', '?' or
+// Deliberate: the two differ. In a list, a plain path covers what goes on after it with '/', '?' or
 // '#' only, and a URL of https has the default port 443. In a block, a plain path is a plain prefix
 // and the default port is always 80.
 const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept;
