@@ -292,19 +292,6 @@ TEST(DomainWireMatch, StopsAtAZeroLengthAndAtTheEnd) {
     EXPECT_EQ(0, wireWinnerOf(*group, std::string(1, '\0')));
 }
 
-TEST(DomainWireMatch, RefusesNullAndEmptyArguments) {
-    const RuleGroupHandle group = makeDomainGroup({{"*"}});
-    const RuleGroup otherType{};
-    MatchResult result = UNTOUCHED;
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(nullptr, "\1a", 2, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(&otherType, "\1a", 2, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), nullptr, 2, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 0, &result));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchDomainWireWithRuleGroup(group.get(), "\1a", 2, nullptr));
-    EXPECT_EQ(UNTOUCHED, result);
-    EXPECT_EQ(1, matchDomainWireWithRuleGroup(group.get(), "\1a", 2, &result));
-}
-
 // The cost of such a name must not grow with the square of its length, and its short suffixes still count.
 TEST(DomainMatch, FindsTheSuffixesOfNamesThatNoRuleCanHold) {
     const RuleGroupHandle group = makeDomainGroup({{"*.example.com"}, {"*.com"}});
