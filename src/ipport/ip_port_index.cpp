@@ -27,7 +27,7 @@ void destroyIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept {
     freeBlockIndex(index->blocks4, freeEntry);
     freeEntryList(index->anyFirst6, freeEntry);
     freeExactTable<CompiledIpPortRule, Address128>(index->exact6, freeEntry);
-    freeRanges(index->ranges6, freeEntry);
+    freeRangeBuckets(index->ranges6, freeEntry);
     freeMemory(index);
 }
 

@@ -2,7 +2,7 @@
 //
 //   anyFirst4   anyFirst6   every first address
 //   exact4      exact6      one first address, by hash           structures of
-//   blocks4                 a range of IPv4 first addresses      core/endpoint_structures.h
+//   blocks4                 a range of IPv4 first addresses      endpoint/
 //               ranges6     a range of 128-bit first addresses
 //
 // Each rule stands in the 128-bit structures, IPv4 addresses in mapped form, and as far as its
@@ -21,7 +21,10 @@
 #include "core/release.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/block_index.h"
+#include "endpoint/entry_list.h"
+#include "endpoint/exact_table.h"
+#include "endpoint/range_list.h"
 #include "ipport/address_list.h"
 
 namespace rs {

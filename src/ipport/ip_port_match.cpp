@@ -2,7 +2,7 @@
 #include <ruleset_static.h>
 
 #include "core/rule_group.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/entry_walk.h"
 #include "ipport/ip_port_index.h"
 
 namespace rs {
@@ -44,55 +44,6 @@ bool canMatch(const RuleGroup* group) noexcept {
     return group != nullptr && group->ipPortIndex != nullptr;
 }
 
-// The first answer but 0 over the entries of all nodes of an exact table.
-template <typename Address>
-int32_t scanWholeTable(HashTable* table, const SecondEndpointTest& test) noexcept {
-    const auto scanBucket = [](HashBucket* bucket, void* argument,
-                               uint32_t* /*elementCount*/) noexcept -> int32_t {
-        const auto& testEntry = *static_cast<const SecondEndpointTest*>(argument);
-        for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
-            const auto* node = exactNodeOf<CompiledIpPortRule, Address>(link);
-            const int32_t status = scanEntries(node->entries.first, testEntry).status;
-            if (status != 0) {
-                return status;
-            }
-        }
-        return 0;
-    };
-    SecondEndpointTest argument = test;
-    return table == nullptr ? 0 : hashVisitAll(table, &argument, scanBucket);
-}
-
-template <typename Test>
-int32_t scanAllBlocks(const BlockIndex<CompiledIpPortRule>* index, const Test& test) noexcept {
-    for (uint32_t block = 0; index != nullptr && block < OCTET_VALUES * OCTET_VALUES; ++block) {
-        const auto* slots = index->slots[block >> 8U];
-        if (slots == nullptr) {
-            block |= 0xFFU;  // on to the next first octet
-            continue;
-        }
-        for (const auto* node = slots[block & 0xFFU].first; node != nullptr; node = node->next) {
-            const int32_t status = scanEntries<CompiledIpPortRule>(node->entry, test).status;
-            if (status != 0) {
-                return status;
-            }
-        }
-    }
-    return 0;
-}
-
-template <typename Test>
-int32_t scanAllRanges(const RangeList<CompiledIpPortRule>* list, const Test& test) noexcept {
-    const auto* bucket = list == nullptr ? nullptr : list->buckets.first;
-    for (; bucket != nullptr; bucket = bucket->next) {
-        const int32_t status = scanEntries(bucket->entries.first, test).status;
-        if (status != 0) {
-            return status;
-        }
-    }
-    return 0;
-}
-
 }  // namespace
 
 int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
@@ -131,11 +82,10 @@ int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t 
     }
     const IpPortIndex& index = *group->ipPortIndex;
     const SecondEndpointTest test{ipv4Form(address), lookupPort(port)};
-    int32_t status = scanList(index.anyFirst4, test).status;
-    if (status == 0) {
-        status = scanWholeTable<uint32_t>(index.exact4, test);
-    }
-    return status == 0 ? scanAllBlocks(index.blocks4, test) : status;
+    return firstStatus(
+        [&]() noexcept { return scanList(index.anyFirst4, test).status; },
+        [&]() noexcept { return scanAllExact<CompiledIpPortRule, uint32_t>(index.exact4, test); },
+        [&]() noexcept { return scanAllBlocks(index.blocks4, test); });
 }
 
 int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address,
@@ -145,11 +95,10 @@ int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address
     }
     const IpPortIndex& index = *group->ipPortIndex;
     const SecondEndpointTest test{{address}, lookupPort(port)};
-    int32_t status = scanList(index.anyFirst6, test).status;
-    if (status == 0) {
-        status = scanWholeTable<Address128>(index.exact6, test);
-    }
-    return status == 0 ? scanAllRanges(index.ranges6, test) : status;
+    return firstStatus(
+        [&]() noexcept { return scanList(index.anyFirst6, test).status; },
+        [&]() noexcept { return scanAllExact<CompiledIpPortRule, Address128>(index.exact6, test); },
+        [&]() noexcept { return scanAllRanges(index.ranges6, test); });
 }
 
 }  // namespace rs

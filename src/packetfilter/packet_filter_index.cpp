@@ -25,7 +25,7 @@ void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info)
     freeBlockIndex(table->ipv4BlockIndex, freeEntry);
     freeEntryList(table->ipv4AnyList, freeEntry);
     freeExactTable<FilterEntry, Address128>(table->ipv6HostTable, freeEntry);
-    freeRanges(table->ipv6RangeList, freeEntry);
+    freeRangeBuckets(table->ipv6RangeList, freeEntry);
     freeEntryList(table->ipv6AnyList, freeEntry);
     freeMemory(table);
 }

@@ -2,7 +2,7 @@
 //
 //   ipv4AnyList     ipv6AnyList     every first address
 //   ipv4HostTable   ipv6HostTable   one first address, by hash           structures of
-//   ipv4BlockIndex                  a range of IPv4 first addresses      core/endpoint_structures.h
+//   ipv4BlockIndex                  a range of IPv4 first addresses      endpoint/
 //                   ipv6RangeList   a range of 128-bit first addresses
 //
 // IPv4 rules stand in both views, in the 128-bit one in mapped form; IPv6 rules stand in the IPv4 one
@@ -20,7 +20,10 @@
 #include "core/release.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/block_index.h"
+#include "endpoint/entry_list.h"
+#include "endpoint/exact_table.h"
+#include "endpoint/range_list.h"
 
 namespace rs {
 
@@ -37,9 +40,6 @@ struct FilterEntry {
     uint32_t protocol;
     FilterEntry* next;
 };
-
-using BlockNode = BlockSpanNode<FilterEntry>;
-using FilterRangeGroup = RangeBucket<FilterEntry>;
 
 struct PacketFilterTable {
     uint32_t refCount;

@@ -2,7 +2,7 @@
 #include <ruleset_static.h>
 
 #include "core/rule_group.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/entry_walk.h"
 #include "packetfilter/packet_filter_index.h"
 
 namespace rs {

@@ -16,7 +16,10 @@
 #include <vector>
 
 #include "core/release.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/block_index.h"
+#include "endpoint/entry_list.h"
+#include "endpoint/exact_table.h"
+#include "endpoint/range_list.h"
 #include "syntax/address128.h"
 
 namespace rs::test {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
-#include "endpoint/endpoint_structures.h"
+#include "endpoint/exact_table.h"
 #include "ipport/ip_port_index.h"
 #include "support/address_words.h"
 #include "support/rule_builder.h"

@@ -1,0 +1,139 @@
+// The entries of rules for a range of IPv4 first addresses, filed by /16 blocks.
+//
+//     BlockIndex  slots[10] -> [0]   span 0-ffff #1 -> span 5-9 #3        10.0.0.0-10.1.0.5 is rule 1,
+//                              [1]   span 0-5 #1                          10.0.0.5-10.0.0.9 rule 3
+//                              [2]   empty
+//                 slots[11] null
+//
+// Invariants: a range has one node in each block that it touches, with the low 16 bits of what it
+//             has there and an entry of its own. The nodes of a block are in rule order.
+// Ownership:  the index owns its slots, nodes and entries; freeEntry of their type frees these.
+// Threads:    read-only once built.
+// Cost:       a range makes a node and an entry for each block, 65536 at most. A lookup walks the
+//             nodes of one block.
+#pragma once
+
+#include <cstdint>
+
+#include "core/chain.h"
+#include "core/memory.h"
+#include "core/reference_count.h"
+#include "endpoint/entry_walk.h"
+#include "endpoint/insertion.h"
+
+namespace rs {
+
+inline constexpr uint32_t OCTET_VALUES = 256;
+
+template <typename Entry>
+struct BlockSpanNode {
+    Entry* entry;  // owned; a chain of one
+    BlockSpanNode* next;
+    uint16_t spanLow;  // low 16 bits of the addresses covered in the block
+    uint16_t spanHigh;
+};
+
+template <typename Entry>
+struct BlockIndex {
+    using Slot = Chain<BlockSpanNode<Entry>>;
+    Slot* slots[OCTET_VALUES];  // by the first octet: owned, null or OCTET_VALUES by the second
+    uint32_t count;             // of insertions
+};
+
+// Enters one node for the addresses that [low, high] has in a /16 block.
+template <typename Entry, typename MakeEntry>
+[[nodiscard]] bool insertBlockSpan(BlockIndex<Entry>& index, uint32_t block, uint32_t low,
+                                   uint32_t high, const MakeEntry& makeEntry) noexcept {
+    using Slot = typename BlockIndex<Entry>::Slot;
+    Slot*& slots = index.slots[block >> 8U];
+    if (slots == nullptr) {
+        slots = allocateArray<Slot>(OCTET_VALUES);
+    }
+    OwnedMemory<BlockSpanNode<Entry>> node(allocateRecord<BlockSpanNode<Entry>>());
+    if (slots == nullptr || !node) {
+        return false;
+    }
+    node->spanLow = block == low >> 16U ? static_cast<uint16_t>(low & 0xFFFFU) : 0;
+    node->spanHigh = block == high >> 16U ? static_cast<uint16_t>(high & 0xFFFFU) : 0xFFFF;
+    node->entry = makeEntry();
+    if (node->entry == nullptr) {
+        return false;
+    }
+    slots[block & 0xFFU].append(node.release());
+    return true;
+}
+
+// Calls makeEntry once for each block. A failure leaves the blocks before in the index.
+template <typename Entry, typename MakeEntry>
+[[nodiscard]] bool insertIntoBlocks(BlockIndex<Entry>*& index, uint32_t low, uint32_t high,
+                                    const MakeEntry& makeEntry) noexcept {
+    if (!createStructure(index)) {
+        return false;
+    }
+    for (uint32_t block = low >> 16U; block <= high >> 16U; ++block) {
+        if (!insertBlockSpan(*index, block, low, high, makeEntry)) {
+            return false;
+        }
+    }
+    incrementCount(index->count);
+    return true;
+}
+
+// The first entry for an address that covers. A null index has none.
+template <typename Entry, typename Test>
+[[nodiscard]] EntryAnswer<Entry> scanBlocks(const BlockIndex<Entry>* index, uint32_t address,
+                                            const Test& test) noexcept {
+    const auto* slots = index == nullptr ? nullptr : index->slots[address >> 24U];
+    const auto* node = slots == nullptr ? nullptr : slots[(address >> 16U) & 0xFFU].first;
+    const uint32_t low16 = address & 0xFFFFU;
+    for (; node != nullptr; node = node->next) {
+        if (low16 < node->spanLow || low16 > node->spanHigh) {
+            continue;
+        }
+        const EntryAnswer<Entry> answer = scanEntries<Entry>(node->entry, test);
+        if (answer.status != 0) {
+            return answer;
+        }
+    }
+    return {0, nullptr};
+}
+
+// The first status but 0 over the entries of all blocks, in order of address; 0 for a null index.
+template <typename Entry, typename Test>
+[[nodiscard]] int32_t scanAllBlocks(const BlockIndex<Entry>* index, const Test& test) noexcept {
+    for (uint32_t block = 0; index != nullptr && block < OCTET_VALUES * OCTET_VALUES; ++block) {
+        const auto* slots = index->slots[block >> 8U];
+        if (slots == nullptr) {
+            block |= 0xFFU;  // on to the next first octet
+            continue;
+        }
+        for (const auto* node = slots[block & 0xFFU].first; node != nullptr; node = node->next) {
+            const int32_t status = scanEntries<Entry>(node->entry, test).status;
+            if (status != 0) {
+                return status;
+            }
+        }
+    }
+    return 0;
+}
+
+// Frees the index and sets it to null; freeEntry(entry) frees one entry.
+template <typename Entry, typename FreeEntry>
+void freeBlockIndex(BlockIndex<Entry>*& index, const FreeEntry& freeEntry) noexcept {
+    if (index == nullptr) {
+        return;
+    }
+    for (auto* slots : index->slots) {
+        for (uint32_t i = 0; slots != nullptr && i < OCTET_VALUES; ++i) {
+            freeChain(slots[i].first, [&freeEntry](BlockSpanNode<Entry>* node) noexcept {
+                freeEntry(node->entry);
+                freeMemory(node);
+            });
+        }
+        freeMemory(slots);
+    }
+    freeMemory(index);
+    index = nullptr;
+}
+
+}  // namespace rs

@@ -1,0 +1,123 @@
+// The entries of rules for one first address, found by its hash.
+//
+//     HashTable
+//       [736 + ...]  ExactAddressNode 10.0.0.1  -> #1 -> #4       nodes of one bucket are linked in
+//                    ExactAddressNode 10.0.0.18 -> #2             a list, the oldest first
+//       [...]        ...
+//
+// Invariants: an address has one node at most; elementCount is the number of nodes. The entries of
+//             a node are in rule order.
+// Ownership:  the table owns its nodes and their entries; freeEntry of their type frees these.
+// Threads:    read-only once built.
+// Cost:       a lookup walks the nodes of one bucket. There are ENDPOINT_BUCKETS of them, however
+//             many addresses there are.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/chain.h"
+#include "core/list.h"
+#include "core/memory.h"
+#include "core/reference_count.h"
+#include "endpoint/entry_walk.h"
+#include "endpoint/insertion.h"
+#include "lookup/address_hash.h"
+#include "lookup/hash_table.h"
+
+namespace rs {
+
+inline constexpr int32_t ENDPOINT_BUCKETS = 4095;
+
+template <typename Entry, typename Address>
+struct ExactAddressNode {
+    Chain<Entry> entries;
+    ListLink links;  // in the bucket
+    Address address;
+};
+
+template <typename Entry, typename Address>
+ExactAddressNode<Entry, Address>* exactNodeOf(ListLink* link) noexcept {
+    using Node = ExactAddressNode<Entry, Address>;
+    return reinterpret_cast<Node*>(reinterpret_cast<char*>(link) - offsetof(Node, links));
+}
+
+// The node for an address in its bucket; null without one. A lookup callback.
+template <typename Entry, typename Address>
+void* findExactNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& address = *static_cast<const Address*>(key);
+    for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
+        auto* node = exactNodeOf<Entry, Address>(link);
+        if (node->address == address) {
+            return node;
+        }
+    }
+    return nullptr;
+}
+
+template <typename Entry, typename Address, typename MakeEntry>
+[[nodiscard]] bool insertExact(HashTable*& table, const Address& address,
+                               const MakeEntry& makeEntry) noexcept {
+    using Node = ExactAddressNode<Entry, Address>;
+    if (!ensureHashTable(table, ENDPOINT_BUCKETS)) {
+        return false;
+    }
+    const uint32_t hash = hashAddress(address);
+    auto* found =
+        static_cast<Node*>(hashLookup(table, hash, &address, findExactNode<Entry, Address>));
+    if (found != nullptr) {
+        return appendMadeEntry(found->entries, makeEntry);
+    }
+    OwnedMemory<Node> node(allocateRecord<Node>());
+    if (!node || !appendMadeEntry(node->entries, makeEntry)) {
+        return false;
+    }
+    node->address = address;
+    hashAdd(*table, hash, [&node](HashBucket& bucket) noexcept {
+        appendToList(bucket.list, node.release()->links);
+    });
+    return true;
+}
+
+// The first entry for an address that covers. A null table has none.
+template <typename Entry, typename Address, typename Test>
+[[nodiscard]] EntryAnswer<Entry> scanExact(const HashTable* table, const Address& address,
+                                           const Test& test) noexcept {
+    const auto* node = static_cast<const ExactAddressNode<Entry, Address>*>(
+        hashLookup(table, hashAddress(address), &address, findExactNode<Entry, Address>));
+    return scanEntries<Entry>(node == nullptr ? nullptr : node->entries.first, test);
+}
+
+// The first status but 0 over the entries for all addresses, bucket by bucket; 0 for a null table.
+template <typename Entry, typename Address, typename Test>
+[[nodiscard]] int32_t scanAllExact(HashTable* table, const Test& test) noexcept {
+    const auto scanBucket = [](HashBucket* bucket, void* argument,
+                               uint32_t* /*elementCount*/) noexcept -> int32_t {
+        const auto& testEntry = **static_cast<const Test**>(argument);
+        for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
+            const auto* node = exactNodeOf<Entry, Address>(link);
+            const int32_t status = scanEntries<Entry>(node->entries.first, testEntry).status;
+            if (status != 0) {
+                return status;
+            }
+        }
+        return 0;
+    };
+    const Test* argument = &test;
+    return table == nullptr ? 0 : hashVisitAll(table, &argument, scanBucket);
+}
+
+// Frees the table and sets it to null; freeEntry(entry) frees one entry.
+template <typename Entry, typename Address, typename FreeEntry>
+void freeExactTable(HashTable*& table, const FreeEntry& freeEntry) noexcept {
+    forEachBucket(table, [&freeEntry](HashBucket& bucket) noexcept {
+        freeList(bucket.list, [&freeEntry](ListLink* link) noexcept {
+            auto* node = exactNodeOf<Entry, Address>(link);
+            freeChain(node->entries.first, freeEntry);
+            freeMemory(node);
+        });
+    });
+    hashDestroy(&table);
+}
+
+}  // namespace rs

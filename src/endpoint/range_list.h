@@ -1,0 +1,117 @@
+// The entries of rules for a range of 128-bit first addresses.
+//
+//     RangeList  bucket 2001:db8::-2001:db8::9 -> #1 -> #3
+//                bucket 2001:db8::-2001:db8::5 -> #2
+//
+// Invariants: each range has one bucket. Buckets are in the order in which their ranges were first
+//             entered; the entries of a bucket are in rule order.
+// Ownership:  the list owns its buckets and their entries; freeEntry of their type frees these.
+// Threads:    read-only once built.
+// Cost:       entering a range looks an equal one up in a RangeFinder, which lives during the build
+//             only. A lookup walks all buckets up to the first that answers.
+#pragma once
+
+#include <cstdint>
+
+#include "core/chain.h"
+#include "core/memory.h"
+#include "core/reference_count.h"
+#include "endpoint/entry_walk.h"
+#include "endpoint/insertion.h"
+#include "lookup/range_finder.h"
+#include "syntax/address128.h"
+
+namespace rs {
+
+template <typename Entry>
+struct RangeBucket {
+    Chain<Entry> entries;
+    RangeBucket* next;
+    Address128 low;
+    Address128 high;
+};
+
+template <typename Entry>
+struct RangeList {
+    Chain<RangeBucket<Entry>> buckets;
+    uint32_t count;  // of insertions
+};
+
+// finder is that of the list: it knows the buckets that insertions have made.
+template <typename Entry, typename MakeEntry>
+[[nodiscard]] bool insertIntoRanges(RangeList<Entry>*& list,
+                                    RangeFinder<RangeBucket<Entry>>& finder, const Address128& low,
+                                    const Address128& high, const MakeEntry& makeEntry) noexcept {
+    using Bucket = RangeBucket<Entry>;
+    if (!createStructure(list)) {
+        return false;
+    }
+    Bucket* bucket = finder.find(low, high);
+    OwnedMemory<Bucket> made;
+    if (bucket == nullptr) {
+        made.reset(allocateRecord<Bucket>());
+        if (!made || !finder.reserveOne()) {
+            return false;
+        }
+        made->low = low;
+        made->high = high;
+        bucket = made.get();
+    }
+    if (!appendMadeEntry(bucket->entries, makeEntry)) {
+        return false;
+    }
+    if (made) {
+        finder.add(bucket);
+        list->buckets.append(made.release());
+    }
+    incrementCount(list->count);
+    return true;
+}
+
+// The first entry that covers, of the ranges that hold an address. A null list has none.
+//
+// Deliberate: the first range that answers wins, even over an earlier rule in a later range.
+template <typename Entry, typename Test>
+[[nodiscard]] EntryAnswer<Entry> scanRanges(const RangeList<Entry>* list, const Address128& address,
+                                            const Test& test) noexcept {
+    const auto* bucket = list == nullptr ? nullptr : list->buckets.first;
+    for (; bucket != nullptr; bucket = bucket->next) {
+        if (compareIPv6(address, bucket->low) < 0 || compareIPv6(bucket->high, address) < 0) {
+            continue;
+        }
+        const EntryAnswer<Entry> answer = scanEntries<Entry>(bucket->entries.first, test);
+        if (answer.status != 0) {
+            return answer;
+        }
+    }
+    return {0, nullptr};
+}
+
+// The first status but 0 over the entries of all ranges; 0 for a null list.
+template <typename Entry, typename Test>
+[[nodiscard]] int32_t scanAllRanges(const RangeList<Entry>* list, const Test& test) noexcept {
+    const auto* bucket = list == nullptr ? nullptr : list->buckets.first;
+    for (; bucket != nullptr; bucket = bucket->next) {
+        const int32_t status = scanEntries<Entry>(bucket->entries.first, test).status;
+        if (status != 0) {
+            return status;
+        }
+    }
+    return 0;
+}
+
+// Frees the list and sets it to null; freeEntry(entry) frees one entry.
+template <typename Entry, typename FreeEntry>
+void freeRangeBuckets(RangeList<Entry>*& list, const FreeEntry& freeEntry) noexcept {
+    if (list == nullptr) {
+        return;
+    }
+    freeChain(list->buckets.first, [&freeEntry](RangeBucket<Entry>* bucket) noexcept {
+        freeChain(bucket->entries.first, freeEntry);
+        freeMemory(bucket);
+    });
+    freeMemory(list);
+    list = nullptr;
+}
+
+}  // namespace rs

@@ -1,0 +1,67 @@
+// An entry with the least that endpoint structures ask of one, and what insertions and walks take.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/memory.h"
+
+namespace rs::test {
+
+struct PlainEntry {
+    uint32_t ruleIndex;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;
+    PlainEntry* next;
+};
+
+inline std::string plainEntryText(const PlainEntry& entry) {
+    return "#" + std::to_string(entry.ruleIndex);
+}
+
+inline PlainEntry* makePlainEntry(uint32_t ruleIndex) {
+    auto* entry = allocateRecord<PlainEntry>();
+    *entry = {ruleIndex, 10 * ruleIndex, 100 * ruleIndex, nullptr, nullptr};
+    return entry;
+}
+
+// The maker of an insertion: entries of one rule, or none at all.
+inline auto making(uint32_t ruleIndex) {
+    return [ruleIndex]() { return makePlainEntry(ruleIndex); };
+}
+
+inline PlainEntry* makeNothing() {
+    return nullptr;
+}
+
+// Takes every entry, whatever its rule.
+inline int32_t takeAny(const PlainEntry& /*entry*/) {
+    return 1;
+}
+
+// Takes the entries of one rule.
+inline auto taking(uint32_t ruleIndex) {
+    return [ruleIndex](const PlainEntry& entry) { return entry.ruleIndex == ruleIndex ? 1 : 0; };
+}
+
+// Fails at the entries of one rule, and takes those of later ones.
+inline auto failingAt(uint32_t ruleIndex) {
+    return [ruleIndex](const PlainEntry& entry) {
+        return entry.ruleIndex == ruleIndex ? RULE_ERR_FAILED
+                                            : int32_t{entry.ruleIndex > ruleIndex};
+    };
+}
+
+// Frees entries and notes their rules in the order in which they come.
+inline auto notingRules(std::vector<uint32_t>& rules) {
+    return [&rules](PlainEntry* entry) {
+        rules.push_back(entry->ruleIndex);
+        freeMemory(entry);
+    };
+}
+
+}  // namespace rs::test

@@ -1,0 +1,117 @@
+#include "endpoint/block_index.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/endpoint_text.h"
+#include "support/plain_entry.h"
+
+namespace rs::test {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class BlockIndexTest : public ::testing::Test {
+protected:
+    void TearDown() override {
+        std::vector<uint32_t> freed;
+        freeBlockIndex(index, notingRules(freed));
+        EXPECT_EQ(made, freed.size());
+        EXPECT_EQ(nullptr, index);
+    }
+
+    Lines lines() const {
+        Lines lines;
+        addBlockLines(index, plainEntryText, lines);
+        return lines;
+    }
+
+    void add(uint32_t low, uint32_t high, uint32_t rule) {
+        EXPECT_TRUE(insertIntoBlocks(index, low, high, making(rule)));
+        made += (high >> 16U) - (low >> 16U) + 1;
+    }
+
+    BlockIndex<PlainEntry>* index = nullptr;
+    size_t made = 0;
+};
+
+TEST_F(BlockIndexTest, SplitsARange) {
+    add(0x09FFFF01, 0x0A010005, 1);
+    EXPECT_THAT(lines(), ElementsAre("blocks4 9.255 ff01-ffff #1", "blocks4 10.0 0-ffff #1",
+                                     "blocks4 10.1 0-5 #1"));
+    EXPECT_EQ(1, index->count);
+    EXPECT_EQ(nullptr, index->slots[8]);
+    EXPECT_EQ(nullptr, index->slots[11]);
+}
+
+TEST_F(BlockIndexTest, TakesARangeInsideOneBlock) {
+    add(0x0A010203, 0x0A010209, 1);
+    add(0x0A010000, 0x0A01FFFF, 2);
+    EXPECT_THAT(lines(), ElementsAre("blocks4 10.1 203-209 #1", "blocks4 10.1 0-ffff #2"));
+    EXPECT_EQ(2, index->count);
+}
+
+TEST_F(BlockIndexTest, ReachesTheLastAddress) {
+    add(0xFFFE0000, 0xFFFFFFFF, 1);
+    add(0, 0, 2);
+    EXPECT_THAT(lines(), ElementsAre("blocks4 0.0 0 #2", "blocks4 255.254 0-ffff #1",
+                                     "blocks4 255.255 0-ffff #1"));
+    EXPECT_EQ(1, scanBlocks(index, 0xFFFFFFFF, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanBlocks(index, 0, takeAny).entry->ruleIndex);
+    EXPECT_EQ(0, scanBlocks(index, 1, takeAny).status);
+}
+
+TEST_F(BlockIndexTest, PassesSpansOverThatDoNotHoldTheAddress) {
+    add(0x0A000005, 0x0A000009, 1);
+    add(0x0A000000, 0x0A0000FF, 2);
+    EXPECT_EQ(1, scanBlocks(index, 0x0A000005, takeAny).entry->ruleIndex);
+    EXPECT_EQ(1, scanBlocks(index, 0x0A000009, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanBlocks(index, 0x0A000004, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanBlocks(index, 0x0A00000A, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanBlocks(index, 0x0A000005, taking(2)).entry->ruleIndex);
+    EXPECT_EQ(0, scanBlocks(index, 0x0A000100, takeAny).status);
+    EXPECT_EQ(0, scanBlocks(index, 0x0A010005, takeAny).status);
+    EXPECT_EQ(0, scanBlocks(index, 0x0B000005, takeAny).status);
+}
+
+TEST_F(BlockIndexTest, IsWalkedInOrderOfAddressUpToTheFirstStatusButZero) {
+    add(0xFFFF0000, 0xFFFFFFFF, 1);
+    add(0x0AFF0000, 0x0B000000, 2);
+    EXPECT_EQ(1, scanAllBlocks(index, taking(1)));
+    EXPECT_EQ(1, scanAllBlocks(index, taking(2)));
+    EXPECT_EQ(0, scanAllBlocks(index, taking(3)));
+    EXPECT_EQ(1, scanAllBlocks(index, failingAt(1))) << "rule 2 comes first";
+    EXPECT_EQ(RULE_ERR_FAILED, scanAllBlocks(index, failingAt(2)));
+}
+
+TEST_F(BlockIndexTest, HasNoAnswerWhileItIsMissing) {
+    EXPECT_EQ(0, scanBlocks(index, 1, takeAny).status);
+    EXPECT_EQ(0, scanAllBlocks(index, takeAny));
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+// What is there stays when no entry can be made.
+TEST_F(BlockIndexTest, EntersNothingWithoutAnEntry) {
+    add(0x0A000000, 0x0A000001, 3);
+    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A000001, makeNothing));
+    EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-1 #3"));
+    EXPECT_EQ(1, index->count);
+}
+
+TEST_F(BlockIndexTest, KeepsTheBlocksThatWereEnteredBeforeAFailure) {
+    uint32_t calls = 0;
+    const auto makeTwo = [&calls]() { return ++calls <= 2 ? makePlainEntry(7) : nullptr; };
+    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A030000, makeTwo));
+    made = 2;
+    EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-ffff #7", "blocks4 10.1 0-ffff #7"));
+    EXPECT_EQ(0, index->count);
+}
+
+}  // namespace
+
+}  // namespace rs::test

@@ -1,0 +1,56 @@
+#include "endpoint/entry_list.h"
+
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/plain_entry.h"
+
+namespace rs::test {
+
+namespace {
+
+using ::testing::ElementsAre;
+
+class EntryListTest : public ::testing::Test {
+protected:
+    void TearDown() override { freeAll(); }
+
+    // The rules of the entries in the order in which they are freed.
+    std::vector<uint32_t> freeAll() {
+        std::vector<uint32_t> rules;
+        freeEntryList(list, notingRules(rules));
+        return rules;
+    }
+
+    EntryList<PlainEntry>* list = nullptr;
+};
+
+TEST_F(EntryListTest, AppendsAndCounts) {
+    for (const uint32_t rule : {1U, 2U, 3U}) {
+        EXPECT_TRUE(insertIntoList(list, making(rule)));
+    }
+    EXPECT_EQ(3, list->count);
+    EXPECT_EQ(1, scanList(list, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanList(list, taking(2)).entry->ruleIndex);
+    EXPECT_EQ(0, scanList(list, taking(4)).status);
+    EXPECT_THAT(freeAll(), ElementsAre(1, 2, 3));
+    EXPECT_EQ(nullptr, list);
+}
+
+TEST_F(EntryListTest, HasNoAnswerWhileItIsMissing) {
+    EXPECT_EQ(0, scanList(list, takeAny).status);
+}
+
+// What is there stays when no entry can be made.
+TEST_F(EntryListTest, EntersNothingWithoutAnEntry) {
+    EXPECT_TRUE(insertIntoList(list, making(1)));
+    EXPECT_FALSE(insertIntoList(list, makeNothing));
+    EXPECT_EQ(1, list->count);
+    EXPECT_THAT(freeAll(), ElementsAre(1));
+}
+
+}  // namespace
+
+}  // namespace rs::test

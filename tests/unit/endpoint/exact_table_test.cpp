@@ -1,0 +1,113 @@
+#include "endpoint/exact_table.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/plain_entry.h"
+
+namespace rs::test {
+
+namespace {
+
+constexpr Address128 address(uint32_t last) {
+    return {{0x20010db8, 0, 0, last}};
+}
+
+class ExactTableTest : public ::testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(made, freeAll().size()); }
+
+    std::vector<uint32_t> freeAll() {
+        freeExactTable<PlainEntry, uint32_t>(exact4, notingRules(freed));
+        freeExactTable<PlainEntry, Address128>(exact6, notingRules(freed));
+        return freed;
+    }
+
+    template <typename Address>
+    void add(HashTable*& table, const Address& key, uint32_t rule) {
+        EXPECT_TRUE(insertExact<PlainEntry>(table, key, making(rule)));
+        ++made;
+    }
+
+    HashTable* exact4 = nullptr;
+    HashTable* exact6 = nullptr;
+    size_t made = 0;
+    std::vector<uint32_t> freed;
+};
+
+TEST_F(ExactTableTest, SharesTheNodeOfAnAddress) {
+    add(exact4, 0x0A000001U, 1);
+    add(exact4, 0x0A000001U, 2);
+    add(exact4, 0x0A000002U, 3);
+    add(exact6, address(1), 4);
+    add(exact6, address(1), 5);
+    EXPECT_EQ(4095, exact4->bucketCount);
+    EXPECT_EQ(4095, exact6->bucketCount);
+    EXPECT_EQ(2, exact4->elementCount);
+    EXPECT_EQ(1, exact6->elementCount);
+    EXPECT_EQ(1, scanExact<PlainEntry>(exact4, 0x0A000001U, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanExact<PlainEntry>(exact4, 0x0A000001U, taking(2)).entry->ruleIndex);
+    EXPECT_EQ(0, scanExact<PlainEntry>(exact4, 0x0A000001U, taking(3)).status);
+    EXPECT_EQ(3, scanExact<PlainEntry>(exact4, 0x0A000002U, takeAny).entry->ruleIndex);
+    EXPECT_EQ(0, scanExact<PlainEntry>(exact4, 0x0A000003U, takeAny).status);
+    EXPECT_EQ(4, scanExact<PlainEntry>(exact6, address(1), takeAny).entry->ruleIndex);
+    EXPECT_EQ(0, scanExact<PlainEntry>(exact6, address(2), takeAny).status);
+}
+
+// Two addresses in one bucket are told apart by the whole key.
+TEST_F(ExactTableTest, TellsNeighboursInABucketApart) {
+    constexpr uint32_t FIRST = 0x0A000001;
+    uint32_t second = FIRST + 1;
+    while (hashIPv4(second) % 4095 != hashIPv4(FIRST) % 4095) {
+        ++second;
+    }
+    add(exact4, FIRST, 1);
+    add(exact4, second, 2);
+    EXPECT_EQ(2, exact4->elementCount);
+    EXPECT_EQ(1, scanExact<PlainEntry>(exact4, FIRST, takeAny).entry->ruleIndex);
+    EXPECT_EQ(2, scanExact<PlainEntry>(exact4, second, takeAny).entry->ruleIndex);
+}
+
+TEST_F(ExactTableTest, FreesNodesAndEntries) {
+    for (uint32_t rule = 1; rule <= 20; ++rule) {
+        add(exact4, rule % 7, rule);
+    }
+    EXPECT_EQ(7, exact4->elementCount);
+    EXPECT_EQ(20, freeAll().size());
+    EXPECT_EQ(nullptr, exact4);
+}
+
+TEST_F(ExactTableTest, IsWalkedUpToTheFirstStatusButZero) {
+    add(exact4, 1U, 1);
+    add(exact4, 2U, 2);
+    add(exact4, 1U, 3);
+    add(exact6, address(1), 1);
+    EXPECT_EQ(1, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(2))));
+    EXPECT_EQ(1, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(3))));
+    EXPECT_EQ(0, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(4))));
+    EXPECT_EQ(RULE_ERR_FAILED, (scanAllExact<PlainEntry, uint32_t>(exact4, failingAt(1))));
+    EXPECT_EQ(1, (scanAllExact<PlainEntry, Address128>(exact6, takeAny)));
+}
+
+TEST_F(ExactTableTest, HasNoAnswerWhileItIsMissing) {
+    EXPECT_EQ(0, scanExact<PlainEntry>(exact4, 1U, takeAny).status);
+    EXPECT_EQ(0, scanExact<PlainEntry>(exact6, address(1), takeAny).status);
+    EXPECT_EQ(0, (scanAllExact<PlainEntry, uint32_t>(exact4, takeAny)));
+}
+
+// What is there stays when no entry can be made.
+TEST_F(ExactTableTest, EntersNothingWithoutAnEntry) {
+    add(exact4, 5U, 2);
+    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 5U, makeNothing));
+    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 6U, makeNothing));
+    EXPECT_FALSE(insertExact<PlainEntry>(exact6, address(1), makeNothing));
+    EXPECT_EQ(1, exact4->elementCount);
+    EXPECT_EQ(0, exact6->elementCount);
+    EXPECT_EQ(2, scanExact<PlainEntry>(exact4, 5U, takeAny).entry->ruleIndex);
+}
+
+}  // namespace
+
+}  // namespace rs::test

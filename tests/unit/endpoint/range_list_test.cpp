@@ -1,0 +1,105 @@
+#include "endpoint/range_list.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/endpoint_text.h"
+#include "support/plain_entry.h"
+
+namespace rs::test {
+
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+constexpr Address128 address(uint32_t last) {
+    return {{0x20010db8, 0, 0, last}};
+}
+
+class RangeListTest : public ::testing::Test {
+protected:
+    void TearDown() override { EXPECT_EQ(made, freeAll().size()); }
+
+    // The rules of the entries in the order in which they are freed.
+    std::vector<uint32_t> freeAll() {
+        freeRangeBuckets(list, notingRules(freed));
+        return freed;
+    }
+
+    Lines lines() const {
+        Lines lines;
+        addRangeLines(list, plainEntryText, lines);
+        return lines;
+    }
+
+    void add(const Address128& low, const Address128& high, uint32_t rule) {
+        EXPECT_TRUE(insertIntoRanges(list, finder, low, high, making(rule)));
+        ++made;
+    }
+
+    RangeList<PlainEntry>* list = nullptr;
+    RangeFinder<RangeBucket<PlainEntry>> finder;
+    size_t made = 0;
+    std::vector<uint32_t> freed;
+};
+
+TEST_F(RangeListTest, KeepsRangesInOrderOfTheirFirstUse) {
+    add(address(0), address(9), 1);
+    add(address(0), address(5), 2);
+    add(address(0), address(9), 3);
+    add(address(1), address(9), 4);
+    EXPECT_THAT(lines(), ElementsAre("ranges6 20010db8:0:0:0-20010db8:0:0:9 #1",
+                                     "ranges6 20010db8:0:0:0-20010db8:0:0:9 #3",
+                                     "ranges6 20010db8:0:0:0-20010db8:0:0:5 #2",
+                                     "ranges6 20010db8:0:0:1-20010db8:0:0:9 #4"));
+    EXPECT_EQ(4, list->count);
+    EXPECT_THAT(freeAll(), ElementsAre(1, 3, 2, 4));
+    EXPECT_EQ(nullptr, list);
+}
+
+TEST_F(RangeListTest, LetsTheFirstRangeThatAnswersWin) {
+    add(address(0), address(9), 1);
+    add(address(0), address(5), 2);
+    add(address(0), address(9), 3);
+    const auto takeLater = [](const PlainEntry& entry) { return entry.ruleIndex >= 2 ? 1 : 0; };
+    EXPECT_EQ(3, scanRanges(list, address(4), takeLater).entry->ruleIndex);
+    EXPECT_EQ(2, scanRanges(list, address(4), taking(2)).entry->ruleIndex);
+    EXPECT_EQ(0, scanRanges(list, address(6), taking(2)).status);
+    EXPECT_EQ(1, scanRanges(list, address(0), takeAny).entry->ruleIndex);
+    EXPECT_EQ(1, scanRanges(list, address(9), takeAny).entry->ruleIndex);
+    EXPECT_EQ(0, scanRanges(list, address(10), takeAny).status);
+    EXPECT_EQ(0, scanRanges(list, {{0x20010db7, ~0U, ~0U, ~0U}}, takeAny).status);
+}
+
+TEST_F(RangeListTest, IsWalkedRangeByRangeUpToTheFirstStatusButZero) {
+    add(address(0), address(9), 1);
+    add(address(0), address(5), 2);
+    add(address(0), address(9), 3);
+    EXPECT_EQ(1, scanAllRanges(list, taking(3)));
+    EXPECT_EQ(0, scanAllRanges(list, taking(4)));
+    EXPECT_EQ(1, scanAllRanges(list, failingAt(2))) << "rule 3 comes first";
+    EXPECT_EQ(RULE_ERR_FAILED, scanAllRanges(list, failingAt(1)));
+}
+
+TEST_F(RangeListTest, HasNoAnswerWhileItIsMissing) {
+    EXPECT_EQ(0, scanRanges(list, address(1), takeAny).status);
+    EXPECT_EQ(0, scanAllRanges(list, takeAny));
+    EXPECT_THAT(lines(), IsEmpty());
+}
+
+// What is there stays when no entry can be made.
+TEST_F(RangeListTest, EntersNothingWithoutAnEntry) {
+    add(address(0), address(1), 4);
+    EXPECT_FALSE(insertIntoRanges(list, finder, address(0), address(1), makeNothing));
+    EXPECT_FALSE(insertIntoRanges(list, finder, address(2), address(3), makeNothing));
+    EXPECT_THAT(lines(), ElementsAre("ranges6 20010db8:0:0:0-20010db8:0:0:1 #4"));
+    EXPECT_EQ(1, list->count);
+}
+
+}  // namespace
+
+}  // namespace rs::test
