@@ -1,9 +1,9 @@
-// Compiled IP:Port rules + endpoints -> MatchResult.
-#include <ruleset_static.h>
+#include "ipport/ip_port_match.h"
 
-#include "core/rule_group.h"
+#include "core/port_list.h"
+#include "core/range_node.h"
 #include "endpoint/entry_walk.h"
-#include "ipport/ip_port_index.h"
+#include "ipport/address_list.h"
 
 namespace rs {
 
@@ -40,47 +40,30 @@ struct SecondEndpointTest {
     }
 };
 
-bool canMatch(const RuleGroup* group) noexcept {
-    return group != nullptr && group->ipPortIndex != nullptr;
-}
-
 }  // namespace
 
-int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
+int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress, uint32_t firstPort,
                          uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
-                         MatchResult* result) noexcept {
-    if (!canMatch(group) || result == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpPortIndex& index = *group->ipPortIndex;
+                         MatchResult& result) noexcept {
     const PairTest test{lookupPort(firstPort), ipv4Form(secondAddress), lookupPort(secondPort),
                         mask};
     return combineAnswers(
-        *result, [&]() noexcept { return scanList(index.anyFirst4, test); },
+        result, [&]() noexcept { return scanList(index.anyFirst4, test); },
         [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact4, firstAddress, test); },
         [&]() noexcept { return scanBlocks(index.blocks4, firstAddress, test); });
 }
 
-int32_t matchIpPortPair6(const RuleGroup* group, const AddressWords& firstAddress,
-                         uint32_t firstPort, const AddressWords& secondAddress, uint32_t secondPort,
-                         uint32_t mask, MatchResult* result) noexcept {
-    if (!canMatch(group) || result == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpPortIndex& index = *group->ipPortIndex;
-    const Address128 first{firstAddress};
-    const PairTest test{lookupPort(firstPort), {secondAddress}, lookupPort(secondPort), mask};
+int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddress,
+                         uint32_t firstPort, const Address128& secondAddress, uint32_t secondPort,
+                         uint32_t mask, MatchResult& result) noexcept {
+    const PairTest test{lookupPort(firstPort), secondAddress, lookupPort(secondPort), mask};
     return combineAnswers(
-        *result, [&]() noexcept { return scanList(index.anyFirst6, test); },
-        [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact6, first, test); },
-        [&]() noexcept { return scanRanges(index.ranges6, first, test); });
+        result, [&]() noexcept { return scanList(index.anyFirst6, test); },
+        [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact6, firstAddress, test); },
+        [&]() noexcept { return scanRanges(index.ranges6, firstAddress, test); });
 }
 
-int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t port) noexcept {
-    if (!canMatch(group)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpPortIndex& index = *group->ipPortIndex;
+int32_t matchSecondEndpoint4(const IpPortIndex& index, uint32_t address, uint32_t port) noexcept {
     const SecondEndpointTest test{ipv4Form(address), lookupPort(port)};
     return firstStatus(
         [&]() noexcept { return scanList(index.anyFirst4, test).status; },
@@ -88,13 +71,9 @@ int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t 
         [&]() noexcept { return scanAllBlocks(index.blocks4, test); });
 }
 
-int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address,
+int32_t matchSecondEndpoint6(const IpPortIndex& index, const Address128& address,
                              uint32_t port) noexcept {
-    if (!canMatch(group)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const IpPortIndex& index = *group->ipPortIndex;
-    const SecondEndpointTest test{{address}, lookupPort(port)};
+    const SecondEndpointTest test{address, lookupPort(port)};
     return firstStatus(
         [&]() noexcept { return scanList(index.anyFirst6, test).status; },
         [&]() noexcept { return scanAllExact<CompiledIpPortRule, Address128>(index.exact6, test); },

@@ -1,9 +1,7 @@
-// Compiled packet filter rules + endpoints -> MatchResult.
-#include <ruleset_static.h>
+#include "packetfilter/packet_filter_match.h"
 
-#include "core/rule_group.h"
+#include "core/port_list.h"
 #include "endpoint/entry_walk.h"
-#include "packetfilter/packet_filter_index.h"
 
 namespace rs {
 
@@ -41,40 +39,26 @@ struct FilterTest {
     }
 };
 
-bool canMatch(const RuleGroup* group, const MatchResult* result) noexcept {
-    return group != nullptr && result != nullptr && group->packetFilterTable != nullptr;
-}
-
 }  // namespace
 
-int32_t matchPacketFilter4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
-                           uint32_t secondAddress, uint32_t secondPort,
-                           MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const PacketFilterTable& table = *group->packetFilterTable;
+int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress,
+                           uint32_t firstPort, uint32_t secondAddress, uint32_t secondPort,
+                           MatchResult& result) noexcept {
     const FilterTest<uint32_t> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
     return combineAnswers(
-        *result, [&]() noexcept { return scanList(table.ipv4AnyList, test); },
+        result, [&]() noexcept { return scanList(table.ipv4AnyList, test); },
         [&]() noexcept { return scanExact<FilterEntry>(table.ipv4HostTable, firstAddress, test); },
         [&]() noexcept { return scanBlocks(table.ipv4BlockIndex, firstAddress, test); });
 }
 
-int32_t matchPacketFilter6(const RuleGroup* group, const AddressWords& firstAddress,
-                           uint32_t firstPort, const AddressWords& secondAddress,
-                           uint32_t secondPort, MatchResult* result) noexcept {
-    if (!canMatch(group, result)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    const PacketFilterTable& table = *group->packetFilterTable;
-    const Address128 first{firstAddress};
-    const FilterTest<Address128> test{
-        lookupPort(firstPort), {secondAddress}, lookupPort(secondPort)};
+int32_t matchPacketFilter6(const PacketFilterTable& table, const Address128& firstAddress,
+                           uint32_t firstPort, const Address128& secondAddress, uint32_t secondPort,
+                           MatchResult& result) noexcept {
+    const FilterTest<Address128> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
     return combineAnswers(
-        *result, [&]() noexcept { return scanList(table.ipv6AnyList, test); },
-        [&]() noexcept { return scanExact<FilterEntry>(table.ipv6HostTable, first, test); },
-        [&]() noexcept { return scanRanges(table.ipv6RangeList, first, test); });
+        result, [&]() noexcept { return scanList(table.ipv6AnyList, test); },
+        [&]() noexcept { return scanExact<FilterEntry>(table.ipv6HostTable, firstAddress, test); },
+        [&]() noexcept { return scanRanges(table.ipv6RangeList, firstAddress, test); });
 }
 
 }  // namespace rs

@@ -77,22 +77,6 @@ TEST(IpPortMatch, TakesTheFirstRangeThatAnswers) {
     EXPECT_EQ(3, hit.ruleIndex);
 }
 
-TEST(IpPortMatch, AsksForArguments) {
-    const RuleGroupHandle group = makeIpPortGroup({{"*;*;*;*;1"}});
-    const RuleGroupHandle other = buildRuleGroup(*makeRuleSet(RULE_TYPE_IP, {{"10.0.0.1"}}));
-    MatchResult hit{};
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair4(nullptr, 1, 1, 1, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair4(group.get(), 1, 1, 1, 1, 1, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair4(other.get(), 1, 1, 1, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair6(other.get(), {}, 1, {}, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair6(nullptr, {}, 1, {}, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchIpPortPair6(group.get(), {}, 1, {}, 1, 1, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchSecondEndpoint4(nullptr, 1, 1));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchSecondEndpoint4(other.get(), 1, 1));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchSecondEndpoint6(other.get(), {}, 1));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchSecondEndpoint6(nullptr, {}, 1));
-}
-
 TEST(IpPortMatch, FindsNothingInAnEmptyIndex) {
     const RuleGroupHandle empty = makeIpPortGroup({});
     MatchResult hit{};

@@ -54,13 +54,6 @@ TEST(PacketFilterMatch, ReportsTheEarliestRule) {
     EXPECT_EQ(5, winner(*group, 0x0B000002, 1, 1, 1));
 }
 
-TEST(PacketFilterMatch, AsksForArguments) {
-    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(group.get(), 1, 1, 1, 1, nullptr));
-    MatchResult hit{};
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(nullptr, {}, 1, {}, 1, &hit));
-}
-
 TEST(PacketFilterMatch, AnswersAlikeWhenBuiltTwice) {
     const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;*;*;10.0.0.1;*"},
                                                        {"tcp;10.0.0.0/8;80;*;*"},
@@ -184,18 +177,6 @@ TEST(PacketFilterMatch, AsksLaterRangesWhenTheFirstDoesNotAnswer) {
         makePacketFilterGroup({{"tcp;10.0.0.0/8;9;*;*"}, {"tcp;10.0.0.0/16;80;*;*"}});
     EXPECT_EQ(2, winner(*group, 0x0A000001, 80, 6, 7));
     EXPECT_EQ(0, winner(*group, 0x0A010001, 80, 6, 7));
-}
-
-TEST(PacketFilterMatch, RefusesMissingArgumentsAndOtherGroups) {
-    const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}});
-    const RuleGroupHandle other = buildRuleGroup(*makeRuleSet(RULE_TYPE_IP, {{"10.0.0.1"}}));
-    MatchResult hit = UNTOUCHED;
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(nullptr, 1, 1, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(other.get(), 1, 1, 1, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter4(group.get(), 1, 1, 1, 1, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(other.get(), {}, 1, {}, 1, &hit));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, matchPacketFilter6(group.get(), {}, 1, {}, 1, nullptr));
-    EXPECT_EQ(UNTOUCHED, hit);
 }
 
 TEST(PacketFilterMatch, FindsNothingInAnEmptyTable) {

@@ -1,0 +1,41 @@
+// Lookups in compiled IP:Port rules: index + endpoints -> MatchResult.
+//
+//     10.0.0.1 port 80 to 192.168.1.1 port 443, mask 4
+//       first address     finds the entries: anyFirst4, exact4, blocks4 or anyFirst6, exact6, ranges6
+//       all the rest      is tested against each entry found
+//
+// Of a port only the low 16 bits count. Both lookups of a pair return 1 with the winning rule in
+// result, or 0 with result left alone. RULE_ERR_INVALID_ARG for an index with an entry that misses
+// one of its lists; result may then hold what earlier structures answered.
+//
+// Ownership:  result borrows userData from the index.
+// Threads:    lookups only read; any number of threads may look up in one index.
+// Cost:       one hash probe, and a walk over the entries of one /16 block or over all ranges.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+
+#include "ipport/ip_port_index.h"
+#include "syntax/address128.h"
+
+namespace rs {
+
+[[nodiscard]] int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress,
+                                       uint32_t firstPort, uint32_t secondAddress,
+                                       uint32_t secondPort, uint32_t mask,
+                                       MatchResult& result) noexcept;
+[[nodiscard]] int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddress,
+                                       uint32_t firstPort, const Address128& secondAddress,
+                                       uint32_t secondPort, uint32_t mask,
+                                       MatchResult& result) noexcept;
+
+// Whether the second endpoint of any rule covers an address and port: 1, 0, or RULE_ERR_INVALID_ARG
+// as above. A walk over all entries.
+[[nodiscard]] int32_t matchSecondEndpoint4(const IpPortIndex& index, uint32_t address,
+                                           uint32_t port) noexcept;
+[[nodiscard]] int32_t matchSecondEndpoint6(const IpPortIndex& index, const Address128& address,
+                                           uint32_t port) noexcept;
+
+}  // namespace rs

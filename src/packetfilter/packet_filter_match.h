@@ -1,0 +1,33 @@
+// Lookups in compiled packet filter rules: table + endpoints -> MatchResult.
+//
+//     10.0.0.1 port 80 to 192.168.1.1 port 443
+//       first address     finds the entries, in the three structures of its width
+//       all the rest      is tested against each entry found
+//
+// Of a port only the low 16 bits count; the protocol is not asked for. Return 1 with the winning rule
+// in result, or 0 with result left alone. RULE_ERR_INVALID_ARG for a table with an entry that misses
+// one of its lists; result may then hold what earlier structures answered.
+//
+// Ownership:  result borrows userData from the table.
+// Threads:    lookups only read; any number of threads may look up in one table.
+// Cost:       one hash probe, and a walk over the entries of one /16 block or over all ranges.
+#pragma once
+
+#include <ruleset.h>
+
+#include <cstdint>
+
+#include "packetfilter/packet_filter_index.h"
+#include "syntax/address128.h"
+
+namespace rs {
+
+[[nodiscard]] int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress,
+                                         uint32_t firstPort, uint32_t secondAddress,
+                                         uint32_t secondPort, MatchResult& result) noexcept;
+[[nodiscard]] int32_t matchPacketFilter6(const PacketFilterTable& table,
+                                         const Address128& firstAddress, uint32_t firstPort,
+                                         const Address128& secondAddress, uint32_t secondPort,
+                                         MatchResult& result) noexcept;
+
+}  // namespace rs
