@@ -12,7 +12,7 @@
 #include "domain/domain_rule.h"
 #include "ip/ip_compile.h"
 #include "ip/ip_rule.h"
-#include "ipport/ip_port_index.h"
+#include "ipport/ip_port_compile.h"
 #include "ipport/ip_port_rule.h"
 #include "packetfilter/packet_filter_index.h"
 #include "packetfilter/packet_filter_rule.h"
@@ -98,7 +98,7 @@ constexpr RuleType RULE_TYPES[] = {
             &RuleGroup::packetFilterTable, buildPacketFilterTable, releasePacketFilterTable>(
         bit(RULE_TYPE_PACKET_FILTER), &RuleSet::packetFilterRules),
     makeRow<IpPortRule, makeIpPortRule, freeIpPortRule, &RuleGroup::ipPortIndex, buildIpPortIndex,
-            destroyIpPortIndex>(bit(RULE_TYPE_IP_PORT), &RuleSet::ipPortRules),
+            releaseIpPortIndex>(bit(RULE_TYPE_IP_PORT), &RuleSet::ipPortRules),
     makeRow<CompoundRuleRecord, makeCompoundRule, freeCompoundRecord, &RuleGroup::compoundTable,
             buildCompoundTable, releaseCompoundTable>(bit(RULE_TYPE_COMPOUND),
                                                       &RuleSet::compoundRules),

@@ -1,31 +1,39 @@
 // The compiled form of a list of IP:Port rules.
 //
-//   anyFirst4   anyFirst6   every first address
-//   exact4      exact6      one first address, by hash           structures of
-//   blocks4                 a range of IPv4 first addresses      endpoint/
-//               ranges6     a range of 128-bit first addresses
+//     IpPortIndex
+//       anyFirst4   anyFirst6   EntryList                every first address
+//       exact4      exact6      table of exact addresses one first address
+//       blocks4                 BlockIndex               a range of IPv4 first addresses
+//                   ranges6     RangeList                a range of 128-bit first addresses
 //
-// Each rule stands in the 128-bit structures, IPv4 addresses in mapped form, and as far as its
-// addresses are IPv4 ones or "*" in the IPv4 structures too. Each item of its first address field
-// makes an entry of its own, which carries the rest of the rule.
+//     10.0.0.1;80,90-99;5.6.7.8;443;6  at position 4
+//       exact4   10.0.0.1         -> entry  firstPorts       90-99 -> 80-80
+//                                           secondAddresses  5.6.7.8 in IPv4 form
+//                                           secondPorts      443-443
+//                                           ruleMask 6  ruleIndex 4 ...
+//       exact6   ::ffff:10.0.0.1  -> entry  the same, 5.6.7.8 in mapped form
 //
-// Ownership:  the index owns everything below it. A rule's userData is released by one entry only,
-//             the first one made, whose releaseOwner has bit 0 set.
+// Invariants: each rule has entries in the 128-bit structures, IPv4 addresses in mapped form, and as
+//             far as its addresses are IPv4 ones or "*" in the IPv4 structures too. An entry has all
+//             three lists. ip_port_compile.h says where each first address goes.
+// Ownership:  the index owns its structures, and these their entries. A rule's userData is released
+//             by one entry only, the first one made, whose releaseOwner has bit 0 set.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a range of IPv4 first addresses makes an entry for each /16 block that it touches.
+// Cost:       each item of a rule's first address field makes an entry, and a range of IPv4 first
+//             addresses one for each /16 block that it touches. Every entry has lists of its own.
 #pragma once
 
 #include <cstdint>
 
 #include "core/port_list.h"
+#include "core/range_node.h"
 #include "core/release.h"
-#include "core/rule_group.h"
-#include "core/rule_set.h"
 #include "endpoint/block_index.h"
+#include "endpoint/endpoint_entry.h"
 #include "endpoint/entry_list.h"
-#include "endpoint/exact_table.h"
 #include "endpoint/range_list.h"
-#include "ipport/address_list.h"
+#include "ipport/ip_port_rule.h"
+#include "lookup/hash_table.h"
 
 namespace rs {
 
@@ -52,12 +60,13 @@ struct IpPortIndex {
     uint32_t refCount;
 };
 
-// Compiles the IP:Port rules of a set, stores the index in the group's slot and returns it; null,
-// with null in the slot, when memory is out. What had entered the unfinished index then hands its
-// userData back through the set's callback.
-IpPortIndex* buildIpPortIndex(RuleSet* set, RuleGroup* group) noexcept;
+// A new entry with what a rule says beside its first address, and a copy of a list of second
+// addresses; null when memory is out. It owns the rule's userData when it is the first for the rule.
+[[nodiscard]] CompiledIpPortRule* makeIpPortEntry(const EntrySource<const IpPortRule>& source,
+                                                  const AddressRange* secondAddresses) noexcept;
 
-// Clears *slot and drops one reference; the last one frees the index and hands userData back.
-void destroyIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept;
+// Clears *slot and drops one reference; the last one frees the index and hands userData back. A null
+// slot or an empty one is left alone.
+void releaseIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept;
 
 }  // namespace rs

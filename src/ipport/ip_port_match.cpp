@@ -3,6 +3,7 @@
 #include "core/port_list.h"
 #include "core/range_node.h"
 #include "endpoint/entry_walk.h"
+#include "endpoint/exact_table.h"
 #include "ipport/address_list.h"
 
 namespace rs {

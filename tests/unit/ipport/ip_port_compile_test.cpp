@@ -1,4 +1,6 @@
 // Lists of IP:Port rules and the structures that they are compiled into.
+#include "ipport/ip_port_compile.h"
+
 #include <ruleset.h>
 
 #include <algorithm>
@@ -15,7 +17,6 @@
 #include "core/list.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
-#include "ipport/ip_port_index.h"
 #include "ipport/ip_port_rule.h"
 #include "support/endpoint_text.h"
 #include "support/release_recorder.h"

@@ -9,6 +9,7 @@
 
 #include "core/release.h"
 #include "core/rule_group.h"
+#include "ipport/ip_port_compile.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 
@@ -62,15 +63,15 @@ TEST(IpPortRelease, WaitsForTheLastReference) {
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
     IpPortIndex* other = group->ipPortIndex;
     ++other->refCount;
-    destroyIpPortIndex(&group->ipPortIndex, &info);
+    releaseIpPortIndex(&group->ipPortIndex, &info);
     EXPECT_EQ(nullptr, group->ipPortIndex);
     EXPECT_EQ(1, other->refCount);
     EXPECT_THAT(recorder.order(), IsEmpty());
-    destroyIpPortIndex(&other, &info);
+    releaseIpPortIndex(&other, &info);
     EXPECT_EQ(nullptr, other);
     EXPECT_THAT(recorder.order(), ElementsAre(&userData));
-    destroyIpPortIndex(&other, &info);
-    destroyIpPortIndex(nullptr, &info);
+    releaseIpPortIndex(&other, &info);
+    releaseIpPortIndex(nullptr, &info);
     EXPECT_EQ(1, recorder.order().size());
 }
 
@@ -80,7 +81,7 @@ TEST(IpPortRelease, NeedsACallback) {
     RuleGroup group{};
     ASSERT_NE(nullptr, buildIpPortIndex(set.get(), &group));
     const ReleaseInfo info{};
-    destroyIpPortIndex(&group.ipPortIndex, &info);
+    releaseIpPortIndex(&group.ipPortIndex, &info);
     EXPECT_EQ(nullptr, group.ipPortIndex);
 }
 
