@@ -14,7 +14,7 @@
 #include "ip/ip_rule.h"
 #include "ipport/ip_port_compile.h"
 #include "ipport/ip_port_rule.h"
-#include "packetfilter/packet_filter_index.h"
+#include "packetfilter/packet_filter_compile.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "url/url_compile.h"
 #include "url/url_index.h"

@@ -1,32 +1,55 @@
 #include "packetfilter/packet_filter_index.h"
 
+#include "core/entry.h"
 #include "core/memory.h"
-#include "core/reference_count.h"
+#include "core/structure.h"
+#include "endpoint/exact_table.h"
 
 namespace rs {
 
+namespace {
+
+// Frees an entry, whole or not; one that owns userData hands it back.
+void freeEntry(FilterEntry* entry, const ReleaseInfo& info) noexcept {
+    freeRangeList(&entry->firstPorts);
+    freeRangeList(&entry->secondPorts);
+    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
+                        entry->entryFlags);
+    freeMemory(entry);
+}
+
+void freeUnfinishedEntry(FilterEntry* entry) noexcept {
+    freeEntry(entry, {});
+}
+
+}  // namespace
+
+FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept {
+    Owned<FilterEntry, freeUnfinishedEntry> entry(allocateRecord<FilterEntry>());
+    if (!entry || !readPorts(source.rule, *entry)) {
+        return nullptr;
+    }
+    entry->secondAddressStart = source.rule.fields.secondAddressStart;
+    entry->secondAddressEnd = source.rule.fields.secondAddressEnd;
+    entry->protocol = source.rule.fields.protocol;
+    fillEntry(source.rule, source.ruleIndex, *entry);
+    claimUserData(source, entry->entryFlags);
+    return entry.release();
+}
+
 void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info) noexcept {
-    if (slot == nullptr || *slot == nullptr) {
+    PacketFilterTable* table = dropFromSlot(slot);
+    if (table == nullptr) {
         return;
     }
-    PacketFilterTable* table = *slot;
-    *slot = nullptr;
-    if (!dropReference(table->refCount)) {
-        return;
-    }
-    const auto freeEntry = [info](FilterEntry* entry) noexcept {
-        freeRangeList(&entry->firstPorts);
-        freeRangeList(&entry->secondPorts);
-        callReleaseCallback(info->releaseCallback, info->releaseContext, entry->userData,
-                            entry->entryFlags);
-        freeMemory(entry);
-    };
-    freeExactTable<FilterEntry, uint32_t>(table->ipv4HostTable, freeEntry);
-    freeBlockIndex(table->ipv4BlockIndex, freeEntry);
-    freeEntryList(table->ipv4AnyList, freeEntry);
-    freeExactTable<FilterEntry, Address128>(table->ipv6HostTable, freeEntry);
-    freeRangeBuckets(table->ipv6RangeList, freeEntry);
-    freeEntryList(table->ipv6AnyList, freeEntry);
+    const auto freeOne = [info](FilterEntry* entry) noexcept { freeEntry(entry, *info); };
+    // Hosts see this order: it is the one in which userData goes back.
+    freeExactTable<FilterEntry, uint32_t>(table->ipv4HostTable, freeOne);
+    freeBlockIndex(table->ipv4BlockIndex, freeOne);
+    freeEntryList(table->ipv4AnyList, freeOne);
+    freeExactTable<FilterEntry, Address128>(table->ipv6HostTable, freeOne);
+    freeRangeBuckets(table->ipv6RangeList, freeOne);
+    freeEntryList(table->ipv6AnyList, freeOne);
     freeMemory(table);
 }
 

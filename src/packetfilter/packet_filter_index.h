@@ -1,29 +1,39 @@
 // The compiled form of a list of packet filter rules.
 //
-//   ipv4AnyList     ipv6AnyList     every first address
-//   ipv4HostTable   ipv6HostTable   one first address, by hash           structures of
-//   ipv4BlockIndex                  a range of IPv4 first addresses      endpoint/
-//                   ipv6RangeList   a range of 128-bit first addresses
+//     PacketFilterTable
+//       ipv4AnyList     ipv6AnyList     EntryList                every first address
+//       ipv4HostTable   ipv6HostTable   table of exact addresses one first address
+//       ipv4BlockIndex                  BlockIndex               a range of IPv4 first addresses
+//                       ipv6RangeList   RangeList                a range of 128-bit first addresses
 //
-// IPv4 rules stand in both views, in the 128-bit one in mapped form; IPv6 rules stand in the IPv4 one
-// only where they are mapped. Every rule makes an entry of its own: equal ones are all kept.
+//     tcp;10.0.0.1;80,90-99;5.6.7.8;443  at position 4
+//       ipv4HostTable   10.0.0.1         -> entry  firstPorts   90-99 -> 80-80
+//       ipv6HostTable   ::ffff:10.0.0.1  -> entry  second address  5.6.7.8-5.6.7.8, mapped
+//                                                  secondPorts  443-443
+//                                                  ruleIndex 4 ...
 //
-// Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
-//             the one that carries ENTRY_RELEASES_USER_DATA.
+// Invariants: IPv4 rules have entries in the structures of both widths, in those of 128 bits with
+//             the first address in mapped form; IPv6 rules in the IPv4 structures only where they
+//             are mapped. An entry has both lists. Every rule has entries of its own: equal rules
+//             are all kept. packet_filter_compile.h says where each first address goes.
+// Ownership:  the table owns its structures, and these their entries. A rule's userData is released
+//             by one entry only, the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a range of IPv4 first addresses makes an entry for each /16 block that it touches.
+//             Every entry has lists of its own.
 #pragma once
 
 #include <cstdint>
 
 #include "core/port_list.h"
 #include "core/release.h"
-#include "core/rule_group.h"
-#include "core/rule_set.h"
 #include "endpoint/block_index.h"
+#include "endpoint/endpoint_entry.h"
 #include "endpoint/entry_list.h"
-#include "endpoint/exact_table.h"
 #include "endpoint/range_list.h"
+#include "lookup/hash_table.h"
+#include "packetfilter/packet_filter_rule.h"
+#include "syntax/address128.h"
 
 namespace rs {
 
@@ -51,15 +61,12 @@ struct PacketFilterTable {
     EntryList<FilterEntry>* ipv6AnyList;
 };
 
-// Compiles the packet filter rules of a set, stores the table in the group's slot and returns it;
-// null, with null in the slot, when memory is out. What had entered the unfinished table then hands
-// its userData back through the set's callback.
-//
-// Deliberate: the build rewrites addresses in the set's records, as its second pass says; a later
-// build of the set sees the rewritten records, and answers alike.
-PacketFilterTable* buildPacketFilterTable(RuleSet* set, RuleGroup* group) noexcept;
+// A new entry with what a rule says beside its first address; null when memory is out. It owns the
+// rule's userData when it is the first for the rule.
+[[nodiscard]] FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept;
 
-// Clears *slot and drops one reference; the last one frees the table and hands userData back.
+// Clears *slot and drops one reference; the last one frees the table and hands userData back. A null
+// slot or an empty one is left alone.
 void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info) noexcept;
 
 }  // namespace rs

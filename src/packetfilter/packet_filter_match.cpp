@@ -2,6 +2,7 @@
 
 #include "core/port_list.h"
 #include "endpoint/entry_walk.h"
+#include "endpoint/exact_table.h"
 
 namespace rs {
 

@@ -1,4 +1,6 @@
 // Lists of packet filter rules and the structures that they are compiled into.
+#include "packetfilter/packet_filter_compile.h"
+
 #include <ruleset.h>
 #include <ruleset_static.h>
 
@@ -12,7 +14,6 @@
 #include "core/list.h"
 #include "core/rule_group.h"
 #include "core/rule_set.h"
-#include "packetfilter/packet_filter_index.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "support/endpoint_text.h"
 #include "support/release_recorder.h"

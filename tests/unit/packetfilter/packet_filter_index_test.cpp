@@ -9,6 +9,7 @@
 
 #include "core/release.h"
 #include "core/rule_group.h"
+#include "packetfilter/packet_filter_compile.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
 
