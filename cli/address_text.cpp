@@ -117,13 +117,13 @@ bool looksLikeIpv6(std::string_view address) {
 bool parseAddress(std::string_view text, ParsedAddress& out) {
     text = trimmed(text);
     const auto length = static_cast<uint32_t>(text.size());
-    if (rs::parseIPv4Address(text.data(), length, &out.ipv4) == RULE_OK) {
+    if (rs::parseIPv4Address({text.data(), length}, &out.ipv4) == RULE_OK) {
         out.isIpv4 = true;
         out.address = rs::mappedAddress(out.ipv4);
         return true;
     }
     rs::Ipv6Groups groups;
-    if (rs::parseIPv6Address(text.data(), length, &groups) != RULE_OK) {
+    if (rs::parseIPv6Address({text.data(), length}, &groups) != RULE_OK) {
         return false;
     }
     out.isIpv4 = false;

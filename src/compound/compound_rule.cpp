@@ -149,7 +149,7 @@ int32_t parseAddresses(const char* text, int32_t length, AddressRange** head) no
     const int32_t listStatus =
         forEachListItem(text, length, [&chain](const char* item, uint32_t itemLength) noexcept {
             AddressSpec address{};
-            const int32_t status = parseIpRule(item, itemLength, &address);
+            const int32_t status = parseIpRule({item, itemLength}, &address);
             if (status == RULE_OK) {
                 return appendRange(chain, address.startAddress, address.endAddress);
             }

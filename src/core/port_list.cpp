@@ -18,20 +18,18 @@ PortRange* pushRange(PortPair ports, PortRange** head) noexcept {
     return node;
 }
 
-int32_t parseItem(const char* text, uint32_t length, PortRange** head) noexcept {
+int32_t parseItem(Text text, PortRange** head) noexcept {
     PortPair ports{};
-    if (parsePortPair(text, length, &ports) != RULE_OK) {
+    if (parsePortPair(text, &ports) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
     return pushRange(ports, head) != nullptr ? RULE_OK : RULE_ERR_NO_MEMORY;
 }
 
-int32_t parseItems(const char* text, uint32_t length, PortRange** out) noexcept {
+int32_t parseItems(Text list, PortRange** out) noexcept {
     PortRange* head = nullptr;
     const int32_t status =
-        forEachItem(text, length, [&head](const char* item, uint32_t itemLength) noexcept {
-            return parseItem(item, itemLength, &head);
-        });
+        forEachItem(list, [&head](Text item) noexcept { return parseItem(item, &head); });
     if (status == RULE_OK) {
         *out = head;
     } else {
@@ -47,7 +45,7 @@ int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexce
         return RULE_ERR_INVALID_ARG;
     }
     if (text[0] != '*') {
-        return parseItems(text, length, out);
+        return parseItems({text, length}, out);
     }
     if (length != 1) {
         return RULE_ERR_BAD_RULE;
@@ -61,7 +59,7 @@ int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexce
 }
 
 PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept {
-    return head != nullptr && parseItem(text, length, head) == RULE_OK ? *head : nullptr;
+    return head != nullptr && parseItem({text, length}, head) == RULE_OK ? *head : nullptr;
 }
 
 }  // namespace rs

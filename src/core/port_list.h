@@ -18,11 +18,12 @@ using PortRange = RangeNode<uint16_t>;
 // Parses a whole field into a new list, which the caller frees with freeRangeList. *out is written
 // on success only. RULE_ERR_INVALID_ARG for a null argument or an empty text, RULE_ERR_BAD_RULE for
 // a bad one, RULE_ERR_NO_MEMORY.
-int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexcept;
+[[nodiscard]] int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexcept;
 
 // Parses one item and pushes its node at the front of *head; null, with the list left alone, when
 // the text is bad or memory is out.
-PortRange* parsePortListItem(const char* text, uint32_t length, PortRange** head) noexcept;
+[[nodiscard]] PortRange* parsePortListItem(const char* text, uint32_t length,
+                                           PortRange** head) noexcept;
 
 // What counts of a port that a lookup is given.
 constexpr uint16_t lookupPort(uint32_t port) noexcept {

@@ -11,6 +11,7 @@
 #include "core/list.h"
 #include "core/rule_set.h"
 #include "syntax/ip_range.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -25,7 +26,7 @@ struct IpRule {
 
 // Reads the text of a rule. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_RULE for a bad
 // text; *record is then unspecified.
-int32_t parseIpRule(const char* text, uint32_t length, AddressSpec* record) noexcept;
+[[nodiscard]] int32_t parseIpRule(Text text, AddressSpec* record) noexcept;
 
 // Parses a rule into a new record, which the caller frees with freeIpRule; null, with a status, for a
 // text that parseIpRule refuses (RULE_ERR_BAD_RULE) and when memory is out (RULE_ERR_NO_MEMORY).

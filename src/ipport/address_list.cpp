@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "syntax/fields.h"
 #include "syntax/ip_range.h"
 #include "syntax/items.h"
 
@@ -25,13 +26,13 @@ bool push(const Address128& low, const Address128& high, OwnedAddressList& list)
     return true;
 }
 
-bool parseItem(const char* text, uint32_t length, bool isWide, OwnedAddressList& list) noexcept {
+bool parseItem(Text text, bool isWide, OwnedAddressList& list) noexcept {
     AddressSpec item{};
-    if (parseIPv4Range(text, length, &item) == RULE_OK) {
+    if (parseIPv4Range(text, &item) == RULE_OK) {
         return isWide ? push(item.startAddress, item.endAddress, list)
                       : push(ipv4FormOf(item.startAddress), ipv4FormOf(item.endAddress), list);
     }
-    return isWide && parseIPv6Range(text, length, &item) == RULE_OK &&
+    return isWide && parseIPv6Range(text, &item) == RULE_OK &&
            push(item.startAddress, item.endAddress, list);
 }
 
@@ -39,14 +40,13 @@ bool parseItem(const char* text, uint32_t length, bool isWide, OwnedAddressList&
 
 bool parseAddressList(const char* text, uint32_t length, bool isWide,
                       OwnedAddressList& out) noexcept {
-    OwnedAddressList list;
-    if (length == 1 && text[0] == '*') {
+    if (isStar({text, length})) {
         return push(FIRST_ADDRESS, LAST_ADDRESS, out);
     }
-    const int32_t status =
-        forEachItem(text, length, [&](const char* item, uint32_t itemLength) noexcept {
-            return parseItem(item, itemLength, isWide, list) ? RULE_OK : RULE_ERR_FAILED;
-        });
+    OwnedAddressList list;
+    const int32_t status = forEachItem({text, length}, [&](Text item) noexcept {
+        return parseItem(item, isWide, list) ? RULE_OK : RULE_ERR_FAILED;
+    });
     out = std::move(list);
     return status == RULE_OK;
 }

@@ -12,21 +12,25 @@
 #include "syntax/fields.h"
 #include "syntax/ip_range.h"
 #include "syntax/items.h"
+#include "syntax/number.h"
 #include "syntax/port.h"
-#include "syntax/text_scan.h"
 
 namespace rs {
 
 namespace {
 
 constexpr uint32_t FIELD_COUNT = 5;
-constexpr uint32_t MAX_MASK_LENGTH = 10;
+
+// Ten bytes at most in either form, the "0x" included.
+constexpr Text HEX_MARK = literalText("0x");
+constexpr NumberForm HEX_MASK{.base = 16, .maxLength = 8, .minValue = 1};
+constexpr NumberForm DECIMAL_MASK{.maxLength = 10, .minValue = 1};
 
 // What a form takes as an address field.
 struct RuleForm {
     bool isWide;
     bool (*mayBeEnd)(char byte) noexcept;  // for the first and the last byte
-    int32_t (*checkList)(const char* text, uint32_t length) noexcept;
+    int32_t (*checkList)(Text list) noexcept;
 };
 
 constexpr RuleForm DEFAULT_FORM{false, isDigitByte, checkIPv4AddressList};
@@ -39,15 +43,14 @@ struct RuleReader {
     IpPortRuleFields& fields;
 };
 
-bool readAddressField(RuleReader& reader, const Field& field, uint32_t wildcardFlag,
-                      uint32_t& offset, uint32_t& length, uint32_t& wide) noexcept {
-    if (field.isStar()) {
+bool readAddressField(RuleReader& reader, Text field, uint32_t wildcardFlag, uint32_t& offset,
+                      uint32_t& length, uint32_t& wide) noexcept {
+    if (isStar(field)) {
         reader.fields.wildcardFlags |= wildcardFlag;
-    } else if (!field.hasEnds(reader.form.mayBeEnd) ||
-               reader.form.checkList(field.text, field.length) != RULE_OK) {
+    } else if (!hasEnds(field, reader.form.mayBeEnd) || reader.form.checkList(field) != RULE_OK) {
         return false;
     }
-    offset = field.offsetFrom(reader.text);
+    offset = textBetween(reader.text, field.text).length;
     length = field.length;
     if (reader.form.isWide) {
         wide = 1;
@@ -55,26 +58,25 @@ bool readAddressField(RuleReader& reader, const Field& field, uint32_t wildcardF
     return true;
 }
 
-bool readPortField(const RuleReader& reader, const Field& field, uint32_t& offset,
+bool readPortField(const RuleReader& reader, Text field, uint32_t& offset,
                    uint32_t& length) noexcept {
-    if (checkPortField(field.text, field.length) != RULE_OK) {
+    if (checkPortField(field) != RULE_OK) {
         return false;
     }
-    offset = field.offsetFrom(reader.text);
+    offset = textBetween(reader.text, field.text).length;
     length = field.length;
     return true;
 }
 
 int32_t readRule(const char* text, uint32_t length, const RuleForm& form,
                  IpPortRuleFields* out) noexcept {
-    const char* rule = nullptr;
-    uint32_t ruleLength = 0;
-    if (out == nullptr || trimWhitespace(text, length, &rule, &ruleLength) != RULE_OK) {
+    if (out == nullptr || text == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    Field fields[FIELD_COUNT];
-    if (ruleLength == 0 || ruleLength > MAX_ITEM_LENGTH ||
-        std::any_of(rule, rule + ruleLength, isBlank) || !splitFields(rule, ruleLength, fields)) {
+    const Text rule = trimBlanks({text, length});
+    Text fields[FIELD_COUNT];
+    if (rule.isEmpty() || rule.length > MAX_ITEM_LENGTH ||
+        std::any_of(rule.begin(), rule.end(), isBlank) || !splitFields(rule, fields)) {
         return RULE_ERR_BAD_RULE;
     }
     RuleReader reader{text, form, *out};
@@ -85,62 +87,44 @@ int32_t readRule(const char* text, uint32_t length, const RuleForm& form,
         readAddressField(reader, fields[2], WILDCARD_SECOND_ADDRESS, out->secondAddressOffset,
                          out->secondAddressLength, out->secondAddressWide) &&
         readPortField(reader, fields[3], out->secondPortsOffset, out->secondPortsLength) &&
-        parseRuleMask(fields[4].text, fields[4].length, &out->ruleMask) == RULE_OK;
+        parseRuleMask(fields[4], &out->ruleMask) == RULE_OK;
     return isGood ? RULE_OK : RULE_ERR_BAD_RULE;
 }
 
-int32_t checkIpv4Item(const char* text, uint32_t length) noexcept {
-    AddressSpec item{};
-    return parseIPv4Range(text, length, &item);
+int32_t checkIpv4Item(Text item) noexcept {
+    AddressSpec range{};
+    return parseIPv4Range(item, &range);
 }
 
-int32_t checkItem(const char* text, uint32_t length) noexcept {
-    AddressSpec item{};
-    return checkIpv4Item(text, length) == RULE_OK ? RULE_OK : parseIPv6Range(text, length, &item);
+int32_t checkItem(Text item) noexcept {
+    AddressSpec range{};
+    return checkIpv4Item(item) == RULE_OK ? RULE_OK : parseIPv6Range(item, &range);
 }
 
-int32_t checkList(const char* text, uint32_t length,
-                  int32_t (*check)(const char* text, uint32_t length) noexcept) noexcept {
+int32_t checkList(Text list, int32_t (*check)(Text item) noexcept) noexcept {
     const bool isGood =
-        text != nullptr && length != 0 && forEachItem(text, length, check) == RULE_OK;
+        list.text != nullptr && !list.isEmpty() && forEachItem(list, check) == RULE_OK;
     return isGood ? RULE_OK : RULE_ERR_BAD_RULE;
-}
-
-// The value of a digit in a base; base or above for a byte that is none.
-uint32_t digitValue(char byte, uint32_t base) noexcept {
-    const uint32_t value = hexDigitValue(byte);
-    return value < base ? value : base;
 }
 
 }  // namespace
 
-int32_t checkIPv4AddressList(const char* text, uint32_t length) noexcept {
-    return checkList(text, length, checkIpv4Item);
+int32_t checkIPv4AddressList(Text list) noexcept {
+    return checkList(list, checkIpv4Item);
 }
 
-int32_t checkAddressList(const char* text, uint32_t length) noexcept {
-    return checkList(text, length, checkItem);
+int32_t checkAddressList(Text list) noexcept {
+    return checkList(list, checkItem);
 }
 
-int32_t parseRuleMask(const char* text, uint32_t length, uint32_t* out) noexcept {
-    if (text == nullptr || length == 0 || length > MAX_MASK_LENGTH) {
+int32_t parseRuleMask(Text text, uint32_t* out) noexcept {
+    if (text.text == nullptr) {
         return RULE_ERR_BAD_RULE;
     }
-    const bool isHex = length >= 3 && text[0] == '0' && text[1] == 'x';
-    const uint32_t base = isHex ? 16 : 10;
-    uint64_t value = 0;
-    for (uint32_t i = isHex ? 2 : 0; i < length; ++i) {
-        const uint32_t digit = digitValue(text[i], base);
-        if (digit == base) {
-            return RULE_ERR_BAD_RULE;
-        }
-        value = value * base + digit;
-    }
-    if (value == 0 || value > UINT32_MAX) {
-        return RULE_ERR_BAD_RULE;
-    }
-    *out = static_cast<uint32_t>(value);
-    return RULE_OK;
+    const bool isMask = text.startsWith(HEX_MARK)
+                            ? readNumber<HEX_MASK>(text.from(HEX_MARK.length), *out)
+                            : readNumber<DECIMAL_MASK>(text, *out);
+    return isMask ? RULE_OK : RULE_ERR_BAD_RULE;
 }
 
 int32_t parseIpPortRuleDefault(const char* text, uint32_t length,

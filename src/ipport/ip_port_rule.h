@@ -16,6 +16,7 @@
 
 #include "core/list.h"
 #include "core/rule_set.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -50,19 +51,22 @@ struct IpPortRule {
 
 // Checks a rule and fills *fields, which the caller has zero-filled. RULE_ERR_INVALID_ARG for a null
 // argument, RULE_ERR_BAD_RULE for a bad text, both with *fields possibly written in part.
-int32_t parseIpPortRule(const char* text, uint32_t length, IpPortRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parseIpPortRule(const char* text, uint32_t length,
+                                      IpPortRuleFields* fields) noexcept;
 
 // The two forms; the same but for what they take as addresses.
-int32_t parseIpPortRuleDefault(const char* text, uint32_t length,
-                               IpPortRuleFields* fields) noexcept;
-int32_t parseIpPortRuleWide(const char* text, uint32_t length, IpPortRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parseIpPortRuleDefault(const char* text, uint32_t length,
+                                             IpPortRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parseIpPortRuleWide(const char* text, uint32_t length,
+                                          IpPortRuleFields* fields) noexcept;
 
 // RULE_OK for a list of IPv4 items, or of items of either family, none of them empty;
 // RULE_ERR_BAD_RULE otherwise.
-int32_t checkIPv4AddressList(const char* text, uint32_t length) noexcept;
-int32_t checkAddressList(const char* text, uint32_t length) noexcept;
+[[nodiscard]] int32_t checkIPv4AddressList(Text list) noexcept;
+[[nodiscard]] int32_t checkAddressList(Text list) noexcept;
 
-int32_t parseRuleMask(const char* text, uint32_t length, uint32_t* out) noexcept;
+// RULE_OK with the value of a mask, or RULE_ERR_BAD_RULE with *out left alone.
+[[nodiscard]] int32_t parseRuleMask(Text text, uint32_t* out) noexcept;
 
 // Parses a rule into a new record with a copy of its text, which the caller frees with
 // freeIpPortRule; null with RULE_ERR_BAD_RULE or RULE_ERR_NO_MEMORY otherwise.

@@ -6,21 +6,21 @@
 #include "core/library_option.h"
 #include "core/memory.h"
 #include "core/text_rule.h"
-#include "syntax/ascii.h"
 #include "syntax/fields.h"
 #include "syntax/ip_range.h"
 #include "syntax/port.h"
-#include "syntax/text_scan.h"
 
 namespace rs {
 
 namespace {
 
 constexpr uint32_t FIELD_COUNT = 5;
+constexpr Text TCP = literalText("tcp");
+
 // What a form takes as an address.
 struct RuleForm {
     bool (*mayBeEnd)(char byte) noexcept;  // for the first and the last byte
-    int32_t (*parseItem)(const char* text, uint32_t length, AddressSpec* out) noexcept;
+    int32_t (*parseItem)(Text text, AddressSpec* out) noexcept;
 };
 
 constexpr RuleForm DEFAULT_FORM{isDigitByte, parseIPv4Range};
@@ -36,17 +36,16 @@ struct EndpointFields {
     uint32_t wildcardFlag;
 };
 
-bool readAddress(const RuleForm& form, const Field& field, const EndpointFields& endpoint,
+bool readAddress(const RuleForm& form, Text field, const EndpointFields& endpoint,
                  uint32_t& wildcardFlags) noexcept {
-    if (field.isStar()) {
+    if (isStar(field)) {
         wildcardFlags |= endpoint.wildcardFlag;
         endpoint.start = FIRST_ADDRESS;
         endpoint.end = LAST_ADDRESS;
         return true;
     }
     AddressSpec item{};
-    if (!field.hasEnds(form.mayBeEnd) ||
-        form.parseItem(field.text, field.length, &item) != RULE_OK) {
+    if (!hasEnds(field, form.mayBeEnd) || form.parseItem(field, &item) != RULE_OK) {
         return false;
     }
     endpoint.start = item.startAddress;
@@ -55,24 +54,23 @@ bool readAddress(const RuleForm& form, const Field& field, const EndpointFields&
     return true;
 }
 
-bool readPorts(const char* text, const Field& field, const EndpointFields& endpoint) noexcept {
-    if (checkPortField(field.text, field.length) != RULE_OK) {
+bool readPorts(const char* text, Text field, const EndpointFields& endpoint) noexcept {
+    if (checkPortField(field) != RULE_OK) {
         return false;
     }
-    endpoint.portsOffset = field.offsetFrom(text);
+    endpoint.portsOffset = textBetween(text, field.text).length;
     endpoint.portsLength = field.length;
     return true;
 }
 
 int32_t readRule(const char* text, uint32_t length, const RuleForm& form,
                  PacketFilterRuleFields* out) noexcept {
-    const char* rule = nullptr;
-    uint32_t ruleLength = 0;
-    if (out == nullptr || trimWhitespace(text, length, &rule, &ruleLength) != RULE_OK) {
+    if (out == nullptr || text == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    Field fields[FIELD_COUNT];
-    if (ruleLength == 0 || ruleLength > MAX_ITEM_LENGTH || !splitFields(rule, ruleLength, fields)) {
+    const Text rule = trimBlanks({text, length});
+    Text fields[FIELD_COUNT];
+    if (rule.isEmpty() || rule.length > MAX_ITEM_LENGTH || !splitFields(rule, fields)) {
         return RULE_ERR_BAD_RULE;
     }
     const EndpointFields first{out->firstAddressStart, out->firstAddressEnd,
@@ -81,20 +79,18 @@ int32_t readRule(const char* text, uint32_t length, const RuleForm& form,
     const EndpointFields second{out->secondAddressStart, out->secondAddressEnd,
                                 out->secondAddressFlags, out->secondPortsOffset,
                                 out->secondPortsLength,  FILTER_ANY_SECOND_ADDRESS};
-    const bool isGood =
-        parseProtocolName(fields[0].text, fields[0].length, &out->protocol) == RULE_OK &&
-        readAddress(form, fields[1], first, out->wildcardFlags) &&
-        readPorts(text, fields[2], first) &&
-        readAddress(form, fields[3], second, out->wildcardFlags) &&
-        readPorts(text, fields[4], second);
+    const bool isGood = parseProtocolName(fields[0], &out->protocol) == RULE_OK &&
+                        readAddress(form, fields[1], first, out->wildcardFlags) &&
+                        readPorts(text, fields[2], first) &&
+                        readAddress(form, fields[3], second, out->wildcardFlags) &&
+                        readPorts(text, fields[4], second);
     return isGood ? RULE_OK : RULE_ERR_BAD_RULE;
 }
 
 }  // namespace
 
-int32_t parseProtocolName(const char* text, uint32_t length, uint32_t* out) noexcept {
-    if (length != 3 || lowerAscii(text[0]) != 't' || lowerAscii(text[1]) != 'c' ||
-        lowerAscii(text[2]) != 'p') {
+int32_t parseProtocolName(Text text, uint32_t* out) noexcept {
+    if (!equalsLowered(text, TCP)) {
         return RULE_ERR_BAD_RULE;
     }
     *out = PROTOCOL_TCP;

@@ -17,6 +17,7 @@
 #include "core/list.h"
 #include "core/rule_set.h"
 #include "syntax/address128.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -54,17 +55,17 @@ struct PacketFilterRule {
 
 // Checks a rule and fills *fields, which the caller has zero-filled. RULE_ERR_INVALID_ARG for a null
 // argument, RULE_ERR_BAD_RULE for a bad text, both with *fields possibly written in part.
-int32_t parsePacketFilterRule(const char* text, uint32_t length,
-                              PacketFilterRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parsePacketFilterRule(const char* text, uint32_t length,
+                                            PacketFilterRuleFields* fields) noexcept;
 
 // The two forms; the same but for what they take as addresses.
-int32_t parsePacketFilterRuleDefault(const char* text, uint32_t length,
-                                     PacketFilterRuleFields* fields) noexcept;
-int32_t parsePacketFilterRuleWide(const char* text, uint32_t length,
-                                  PacketFilterRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parsePacketFilterRuleDefault(const char* text, uint32_t length,
+                                                   PacketFilterRuleFields* fields) noexcept;
+[[nodiscard]] int32_t parsePacketFilterRuleWide(const char* text, uint32_t length,
+                                                PacketFilterRuleFields* fields) noexcept;
 
 // The number of a protocol. RULE_ERR_BAD_RULE for any name but that of TCP.
-int32_t parseProtocolName(const char* text, uint32_t length, uint32_t* out) noexcept;
+[[nodiscard]] int32_t parseProtocolName(Text name, uint32_t* out) noexcept;
 
 // Parses a rule into a new record with a copy of its text, which the caller frees with
 // freePacketFilterRule; null with RULE_ERR_BAD_RULE or RULE_ERR_NO_MEMORY otherwise.

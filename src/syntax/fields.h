@@ -1,28 +1,35 @@
 // Fields of rule texts between semicolons.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 
 #include "syntax/ascii.h"
+#include "syntax/text.h"
 
 namespace rs {
 
-struct Field {
-    const char* text;
-    uint32_t length;
-
-    [[nodiscard]] bool isStar() const noexcept { return length == 1 && text[0] == '*'; }
-
-    // Whether the field is not empty, and its first and last byte are what mayBeEnd takes.
-    [[nodiscard]] bool hasEnds(bool (*mayBeEnd)(char byte) noexcept) const noexcept {
-        return length != 0 && mayBeEnd(text[0]) && mayBeEnd(text[length - 1]);
+// Cuts a text at every ';'. False unless that gives exactly count fields.
+template <uint32_t count>
+[[nodiscard]] bool splitFields(Text text, Text (&fields)[count]) noexcept {
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t length = text.find(';');
+        fields[i] = text.first(length);
+        if (length == text.length) {
+            return i + 1 == count;
+        }
+        text = text.from(length + 1);
     }
+    return false;
+}
 
-    [[nodiscard]] uint32_t offsetFrom(const char* start) const noexcept {
-        return static_cast<uint32_t>(text - start);
-    }
-};
+[[nodiscard]] constexpr bool isStar(Text field) noexcept {
+    return field.length == 1 && *field.text == '*';
+}
+
+// Whether a field is not empty, and its first and last byte are what mayBeEnd takes.
+[[nodiscard]] inline bool hasEnds(Text field, bool (*mayBeEnd)(char byte) noexcept) noexcept {
+    return !field.isEmpty() && mayBeEnd(*field.text) && mayBeEnd(field.end()[-1]);
+}
 
 // Tests for the ends of an address field.
 inline bool isDigitByte(char byte) noexcept {
@@ -30,22 +37,6 @@ inline bool isDigitByte(char byte) noexcept {
 }
 inline bool isNotBlankByte(char byte) noexcept {
     return !isBlank(byte);
-}
-
-// Cuts a text at every ';'. False unless that gives exactly count fields.
-template <uint32_t count>
-bool splitFields(const char* text, uint32_t length, Field (&fields)[count]) noexcept {
-    const char* const end = text + length;
-    const char* start = text;
-    for (uint32_t i = 0; i < count; ++i) {
-        const char* const fieldEnd = std::find(start, end, ';');
-        fields[i] = {start, static_cast<uint32_t>(fieldEnd - start)};
-        if (fieldEnd == end) {
-            return i + 1 == count;
-        }
-        start = fieldEnd + 1;
-    }
-    return false;
 }
 
 }  // namespace rs

@@ -4,13 +4,18 @@
 
 #include <algorithm>
 
-#include "syntax/ascii.h"
-#include "syntax/text_scan.h"
+#include "syntax/number.h"
 
 namespace rs {
 
 namespace {
 
+constexpr NumberForm QUAD_FIELD{
+    .maxLength = 3, .maxValue = 255, .leadingZeros = LeadingZeros::REFUSED};
+constexpr NumberForm HEX_GROUP{.base = 16, .maxLength = 4};
+
+constexpr uint32_t QUAD_FIELD_COUNT = 4;
+constexpr Text GAP = literalText("::");
 constexpr uint32_t NO_GAP = IPV6_GROUP_COUNT;
 
 // The groups read so far, in text order, and how many of them stand before "::".
@@ -22,21 +27,20 @@ struct GroupReader {
     [[nodiscard]] bool hasGap() const noexcept { return gap != NO_GAP; }
 };
 
-bool appendGroup(GroupReader& reader, const char* text, uint32_t length) noexcept {
-    if (length == 0 || length > 4 || reader.count == IPV6_GROUP_COUNT) {
-        return false;
-    }
-    if (parseHexGroup(text, length, &reader.groups[reader.count]) != RULE_OK) {
+bool appendGroup(GroupReader& reader, Text text) noexcept {
+    if (reader.count == IPV6_GROUP_COUNT ||
+        !readNumber<HEX_GROUP>(text, reader.groups[reader.count])) {
         return false;
     }
     ++reader.count;
     return true;
 }
 
-bool appendDottedQuad(GroupReader& reader, const char* text, uint32_t length) noexcept {
+bool appendDottedQuad(GroupReader& reader, Text text) noexcept {
+    // A quad is two groups, and "::" stands for one group at least.
     const uint32_t mostBefore = reader.hasGap() ? 5 : 6;
     uint32_t address = 0;
-    if (reader.count > mostBefore || parseIPv4Address(text, length, &address) != RULE_OK) {
+    if (reader.count > mostBefore || parseIPv4Address(text, &address) != RULE_OK) {
         return false;
     }
     reader.groups[reader.count++] = static_cast<uint16_t>(address >> 16U);
@@ -44,39 +48,33 @@ bool appendDottedQuad(GroupReader& reader, const char* text, uint32_t length) no
     return true;
 }
 
-// Length of the piece at the start of text that ends before the first ':' or at the end.
-uint32_t pieceLength(const char* text, uint32_t length) noexcept {
-    return static_cast<uint32_t>(std::find(text, text + length, ':') - text);
-}
-
-bool readGroups(const char* text, uint32_t length, GroupReader& reader) noexcept {
-    uint32_t i = 0;
-    if (length >= 2 && text[0] == ':' && text[1] == ':') {
+bool readGroups(Text rest, GroupReader& reader) noexcept {
+    if (rest.startsWith(GAP)) {
         reader.gap = 0;
-        i = 2;
+        rest = rest.from(GAP.length);
     }
-    while (i < length) {
-        const uint32_t piece = pieceLength(text + i, length - i);
-        const bool isLast = i + piece == length;
-        if (isLast && std::find(text + i, text + length, '.') != text + length) {
-            return appendDottedQuad(reader, text + i, piece);
+    while (!rest.isEmpty()) {
+        const Text piece = rest.first(rest.find(':'));
+        const bool isLast = piece.length == rest.length;
+        if (isLast && piece.find('.') != piece.length) {
+            return appendDottedQuad(reader, piece);
         }
-        if (!appendGroup(reader, text + i, piece)) {
+        if (!appendGroup(reader, piece)) {
             return false;
         }
         if (isLast) {
             return true;
         }
-        i += piece + 1;
-        if (i == length) {
+        rest = rest.from(piece.length + 1);
+        if (rest.isEmpty()) {
             return false;  // a single ':' ends no address
         }
-        if (text[i] == ':') {
+        if (*rest.text == ':') {
             if (reader.hasGap()) {
                 return false;
             }
             reader.gap = reader.count;
-            ++i;
+            rest = rest.from(1);
         }
     }
     return reader.hasGap();
@@ -84,38 +82,30 @@ bool readGroups(const char* text, uint32_t length, GroupReader& reader) noexcept
 
 }  // namespace
 
-int32_t parseIPv4Address(const char* text, uint32_t length, uint32_t* out) noexcept {
+int32_t parseIPv4Address(Text text, uint32_t* out) noexcept {
     uint32_t address = 0;
-    uint32_t fieldStart = 0;
-    uint32_t dots = 0;
-    for (uint32_t i = 0; i <= length; ++i) {
-        if (i < length && text[i] != '.') {
-            if (!isDecimalDigit(text[i]) || i - fieldStart == 3) {
-                return RULE_ERR_BAD_RULE;
-            }
-            continue;
-        }
+    for (uint32_t i = 0; i < QUAD_FIELD_COUNT; ++i) {
+        const bool isLast = i + 1 == QUAD_FIELD_COUNT;
+        const uint32_t fieldLength = isLast ? text.length : text.find('.');
         uint32_t field = 0;
-        if (parseDecimalField(text + fieldStart, i - fieldStart, &field) != RULE_OK ||
-            field > 255) {
+        if (!readNumber<QUAD_FIELD>(text.first(fieldLength), field)) {
             return RULE_ERR_BAD_RULE;
         }
         address = (address << 8U) | field;
-        if (i < length && ++dots > 3) {
-            return RULE_ERR_BAD_RULE;
+        if (!isLast) {
+            if (fieldLength == text.length) {
+                return RULE_ERR_BAD_RULE;
+            }
+            text = text.from(fieldLength + 1);
         }
-        fieldStart = i + 1;
-    }
-    if (dots != 3) {
-        return RULE_ERR_BAD_RULE;
     }
     *out = address;
     return RULE_OK;
 }
 
-int32_t parseIPv6Address(const char* text, uint32_t length, Ipv6Groups* out) noexcept {
+int32_t parseIPv6Address(Text text, Ipv6Groups* out) noexcept {
     GroupReader reader;
-    if (length == 0 || !readGroups(text, length, reader)) {
+    if (text.isEmpty() || !readGroups(text, reader)) {
         return RULE_ERR_FAILED;
     }
     if (!reader.hasGap()) {

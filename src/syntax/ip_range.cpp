@@ -4,33 +4,37 @@
 
 #include <cstddef>
 
-#include "syntax/ascii.h"
 #include "syntax/ip_address.h"
-#include "syntax/text_scan.h"
+#include "syntax/number.h"
 
 namespace rs {
 
 namespace {
 
-struct Piece {
-    const char* text;
-    uint32_t length;
-};
+constexpr NumberForm IPV6_PREFIX{.maxLength = 3, .minValue = 1, .maxValue = 128};
+// Deliberate: digits are not checked, so that the value may wrap before it is judged.
+constexpr NumberForm IPV4_PREFIX{.maxLength = 3,
+                                 .minValue = 1,
+                                 .maxValue = 32,
+                                 .leadingZeros = LeadingZeros::REFUSED,
+                                 .digits = Digits::UNCHECKED,
+                                 .overflow = Overflow::WRAPS};
 
 // An item cut at its first '/' or '-'.
 struct RangePieces {
-    Piece address;
-    Piece second;    // empty without a separator
+    Text address;
+    Text second;     // empty without a separator
     char separator;  // '/', '-', or 0 for a single address
 };
 
-RangePieces splitRange(const char* text, uint32_t length) noexcept {
-    for (uint32_t i = 0; i < length; ++i) {
-        if (text[i] == '/' || text[i] == '-') {
-            return {{text, i}, {text + i + 1, length - i - 1}, text[i]};
+RangePieces splitRange(Text item) noexcept {
+    for (uint32_t i = 0; i < item.length; ++i) {
+        const char byte = item.text[i];
+        if (byte == '/' || byte == '-') {
+            return {item.first(i), item.from(i + 1), byte};
         }
     }
-    return {{text, length}, {text + length, 0}, 0};
+    return {item, item.from(item.length), 0};
 }
 
 void setIpv4Range(AddressSpec& spec, uint32_t start, uint32_t end) noexcept {
@@ -41,19 +45,18 @@ void setIpv4Range(AddressSpec& spec, uint32_t start, uint32_t end) noexcept {
     }
 }
 
-int32_t readIpv4Dash(uint32_t start, Piece second, AddressSpec& spec) noexcept {
+int32_t readIpv4Dash(uint32_t start, Text second, AddressSpec& spec) noexcept {
     uint32_t end = 0;
-    if (parseIPv4Address(second.text, second.length, &end) != RULE_OK || start > end) {
+    if (parseIPv4Address(second, &end) != RULE_OK || start > end) {
         return RULE_ERR_BAD_RULE;
     }
     setIpv4Range(spec, start, end);
     return RULE_OK;
 }
 
-int32_t readIpv4Prefix(uint32_t address, Piece second, AddressSpec& spec) noexcept {
+int32_t readIpv4Prefix(uint32_t address, Text second, AddressSpec& spec) noexcept {
     uint32_t prefix = 0;
-    if (parseDecimalField(second.text, second.length, &prefix) != RULE_OK || prefix == 0 ||
-        prefix > 32) {
+    if (!readNumber<IPV4_PREFIX>(second, prefix)) {
         return RULE_ERR_BAD_RULE;
     }
     const auto hostBits = static_cast<uint32_t>((uint64_t{1} << (32 - prefix)) - 1);
@@ -61,9 +64,9 @@ int32_t readIpv4Prefix(uint32_t address, Piece second, AddressSpec& spec) noexce
     return RULE_OK;
 }
 
-bool readIpv6Address(Piece piece, Address128& out) noexcept {
+bool readIpv6Address(Text text, Address128& out) noexcept {
     Ipv6Groups groups;
-    if (parseIPv6Address(piece.text, piece.length, &groups) != RULE_OK) {
+    if (parseIPv6Address(text, &groups) != RULE_OK) {
         return false;
     }
     for (size_t i = 0; i < out.words.size(); ++i) {
@@ -78,28 +81,13 @@ void setIpv6Range(AddressSpec& spec, const Address128& start, const Address128& 
     spec.addressFlags = ADDRESS_FLAG_IPV6 | (start == end ? ADDRESS_FLAG_SINGLE : 0U);
 }
 
-int32_t readIpv6Dash(const Address128& start, Piece second, AddressSpec& spec) noexcept {
+int32_t readIpv6Dash(const Address128& start, Text second, AddressSpec& spec) noexcept {
     Address128 end{};
     if (!readIpv6Address(second, end) || start > end) {
         return RULE_ERR_BAD_RULE;
     }
     setIpv6Range(spec, start, end);
     return RULE_OK;
-}
-
-bool readIpv6PrefixLength(Piece piece, uint32_t& out) noexcept {
-    if (piece.length == 0 || piece.length > 3) {
-        return false;
-    }
-    uint32_t value = 0;
-    for (uint32_t i = 0; i < piece.length; ++i) {
-        if (!isDecimalDigit(piece.text[i])) {
-            return false;
-        }
-        value = value * 10 + static_cast<uint32_t>(piece.text[i] - '0');
-    }
-    out = value;
-    return value >= 1 && value <= 128;
 }
 
 // The one bits of a prefix that fall into one word, where bits is how many are left from that word
@@ -111,9 +99,9 @@ uint32_t wordMask(uint32_t bits) noexcept {
     return bits >= 32 ? 0xFFFFFFFFU : ~(0xFFFFFFFFU >> bits);
 }
 
-int32_t readIpv6Prefix(const Address128& address, Piece second, AddressSpec& spec) noexcept {
+int32_t readIpv6Prefix(const Address128& address, Text second, AddressSpec& spec) noexcept {
     uint32_t prefix = 0;
-    if (!readIpv6PrefixLength(second, prefix)) {
+    if (!readNumber<IPV6_PREFIX>(second, prefix)) {
         return RULE_ERR_BAD_RULE;
     }
     Address128 start{};
@@ -131,15 +119,13 @@ int32_t readIpv6Prefix(const Address128& address, Piece second, AddressSpec& spe
 
 }  // namespace
 
-int32_t parseIPv4Range(const char* text, uint32_t length, AddressSpec* out) noexcept {
-    const char* item = nullptr;
-    uint32_t itemLength = 0;
-    if (out == nullptr || trimWhitespace(text, length, &item, &itemLength) != RULE_OK) {
+int32_t parseIPv4Range(Text text, AddressSpec* out) noexcept {
+    if (out == nullptr || text.text == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const RangePieces pieces = splitRange(item, itemLength);
+    const RangePieces pieces = splitRange(trimBlanks(text));
     uint32_t address = 0;
-    if (parseIPv4Address(pieces.address.text, pieces.address.length, &address) != RULE_OK) {
+    if (parseIPv4Address(pieces.address, &address) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
     if (pieces.separator == '-') {
@@ -152,16 +138,15 @@ int32_t parseIPv4Range(const char* text, uint32_t length, AddressSpec* out) noex
     return RULE_OK;
 }
 
-int32_t parseIPv6Range(const char* text, uint32_t length, AddressSpec* out) noexcept {
-    const char* item = nullptr;
-    uint32_t itemLength = 0;
-    if (out == nullptr || trimWhitespace(text, length, &item, &itemLength) != RULE_OK) {
+int32_t parseIPv6Range(Text text, AddressSpec* out) noexcept {
+    if (out == nullptr || text.text == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    if (itemLength == 0 || itemLength > MAX_ITEM_LENGTH) {
+    const Text item = trimBlanks(text);
+    if (item.isEmpty() || item.length > MAX_ITEM_LENGTH) {
         return RULE_ERR_BAD_RULE;
     }
-    const RangePieces pieces = splitRange(item, itemLength);
+    const RangePieces pieces = splitRange(item);
     Address128 address{};
     if (!readIpv6Address(pieces.address, address)) {
         return RULE_ERR_BAD_RULE;

@@ -10,6 +10,7 @@
 #include <cstdint>
 
 #include "syntax/address128.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -28,14 +29,14 @@ struct AddressSpec {
 
 // Reads an IPv4 item; the length of a prefix is 1 to 32, and address bits below it are cleared.
 // Sets ADDRESS_FLAG_SINGLE where it applies and leaves the other flags alone: the caller clears
-// them first. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_RULE for a bad text, both with
+// them first. RULE_ERR_INVALID_ARG for a null text or out, RULE_ERR_BAD_RULE for a bad text, both with
 // *out left alone.
 //
 // Deliberate: the length of a prefix is not checked for digits ("10.0.0.0/1:" has length 20).
-int32_t parseIPv4Range(const char* text, uint32_t length, AddressSpec* out) noexcept;
+[[nodiscard]] int32_t parseIPv4Range(Text text, AddressSpec* out) noexcept;
 
 // Reads an IPv6 item; the length of a prefix is 1 to 128 in one to three digits, leading zeros
 // allowed. Writes addressFlags whole. Statuses as for parseIPv4Range.
-int32_t parseIPv6Range(const char* text, uint32_t length, AddressSpec* out) noexcept;
+[[nodiscard]] int32_t parseIPv6Range(Text text, AddressSpec* out) noexcept;
 
 }  // namespace rs

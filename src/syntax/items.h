@@ -3,23 +3,23 @@
 
 #include <ruleset.h>
 
-#include <algorithm>
 #include <cstdint>
+
+#include "syntax/text.h"
 
 namespace rs {
 
-// Calls take(item, itemLength) for the items of a list from left to right, empty ones included, up
-// to the first that it does not answer RULE_OK for, and returns that answer.
+// Calls take(item) for the items of a list from left to right, empty ones included, up to the first
+// that it does not answer RULE_OK for, and returns that answer.
 template <typename Take>
-int32_t forEachItem(const char* text, uint32_t length, const Take& take) noexcept {
-    const char* const end = text + length;
-    for (const char* item = text;; ++item) {
-        const char* const comma = std::find(item, end, ',');
-        const int32_t status = take(item, static_cast<uint32_t>(comma - item));
-        if (status != RULE_OK || comma == end) {
+[[nodiscard]] int32_t forEachItem(Text list, const Take& take) noexcept {
+    for (;;) {
+        const uint32_t length = list.find(',');
+        const int32_t status = take(list.first(length));
+        if (status != RULE_OK || length == list.length) {
             return status;
         }
-        item = comma;
+        list = list.from(length + 1);
     }
 }
 

@@ -64,7 +64,7 @@ int32_t normalizeIpLiteralHost(const char* host, uint32_t length, char* out,
     }
     Ipv6Groups groups;
     if (length < 3 || host[0] != '[' || host[length - 1] != ']' ||
-        parseIPv6Address(host + 1, length - 2, &groups) != RULE_OK) {
+        parseIPv6Address({host + 1, length - 2}, &groups) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
     const LiteralText literal = isMapped(groups) ? printDottedQuad(groups) : printGroups(groups);

@@ -74,7 +74,7 @@ void checkText(std::string_view content) {
     expectSame(convertedRange(range), converted);
 
     AddressSpec record{};
-    const int32_t status = parseIpRule(text.data(), text.size(), &record);
+    const int32_t status = parseIpRule({text.data(), text.size()}, &record);
     EXPECT_EQ(range ? RULE_OK : RULE_ERR_BAD_RULE, status);
     if (range) {
         const uint32_t flags = (range->writtenAsIpv6 ? ADDRESS_FLAG_IPV6 : 0U) |

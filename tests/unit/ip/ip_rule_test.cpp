@@ -73,7 +73,7 @@ void expectRow(const RuleRow& row) {
     const ExactText text(row.text);
     AddressSpec record{};
     record.addressFlags = 0xFFFFFFFF;  // cleared by the parser
-    ASSERT_EQ(RULE_OK, parseIpRule(text.data(), text.size(), &record));
+    ASSERT_EQ(RULE_OK, parseIpRule({text.data(), text.size()}, &record));
     EXPECT_EQ(row.start, record.startAddress);
     EXPECT_EQ(row.end, record.endAddress);
     EXPECT_EQ(row.flags, record.addressFlags);
@@ -99,7 +99,7 @@ TEST_F(IpRuleText, RefusesIpv6WhileItIsDisabled) {
     for (const RuleRow& row : IPV6_ROWS) {
         SCOPED_TRACE(row.text);
         AddressSpec record{};
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpRule(row.text.data(), size32(row.text), &record));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpRule({row.text.data(), size32(row.text)}, &record));
         EXPECT_EQ(RULE_ERR_BAD_RULE, rs_validateRule_IP(row.text.data(), size32(row.text)));
     }
     setLibraryOption(RULE_OPTION_IPV6, 7);
@@ -113,7 +113,7 @@ TEST_F(IpRuleText, RefusesBadTexts) {
             SCOPED_TRACE(row);
             const ExactText text(row);
             AddressSpec record{};
-            EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpRule(text.data(), text.size(), &record));
+            EXPECT_EQ(RULE_ERR_BAD_RULE, parseIpRule({text.data(), text.size()}, &record));
             EXPECT_EQ(RULE_ERR_BAD_RULE, rs_validateRule_IP(text.data(), text.size()));
         }
     }
@@ -123,9 +123,9 @@ TEST_F(IpRuleText, TellsNullTextsFromBadOnes) {
     for (const int32_t enabled : {1, 0}) {
         setLibraryOption(RULE_OPTION_IPV6, enabled);
         AddressSpec record{};
-        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule(nullptr, 0, &record));
-        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule(nullptr, 8, &record));
-        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule("10.0.0.1", 8, nullptr));
+        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule({nullptr, 0}, &record));
+        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule({nullptr, 8}, &record));
+        EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIpRule({"10.0.0.1", 8}, nullptr));
         // The exported check does not.
         EXPECT_EQ(RULE_ERR_BAD_RULE, rs_validateRule_IP(nullptr, 8));
     }

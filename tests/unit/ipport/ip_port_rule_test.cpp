@@ -243,16 +243,16 @@ TEST(IpPortRule, TakesTheListedPortForms) {
 }
 
 TEST(AddressListCheck, TakesTheFamiliesOfItsForm) {
-    EXPECT_EQ(RULE_OK, checkIPv4AddressList("1.2.3.4,10.0.0.0/8,1.1.1.1-1.1.1.2", 34));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList("1.2.3.4,::1", 11));
-    EXPECT_EQ(RULE_OK, checkAddressList("1.2.3.4,::1,2001:db8::/32", 25));
+    EXPECT_EQ(RULE_OK, checkIPv4AddressList({"1.2.3.4,10.0.0.0/8,1.1.1.1-1.1.1.2", 34}));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList({"1.2.3.4,::1", 11}));
+    EXPECT_EQ(RULE_OK, checkAddressList({"1.2.3.4,::1,2001:db8::/32", 25}));
     for (const std::string_view list : {"", ",", "1.2.3.4,", ",1.2.3.4", "1.2.3.4,,1.2.3.5", "*",
                                         "1.2.3.4,*", "1.1.1.2-1.1.1.1"}) {
-        EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList(list.data(), size32(list))) << list;
-        EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList(list.data(), size32(list))) << list;
+        EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList({list.data(), size32(list)})) << list;
+        EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList({list.data(), size32(list)})) << list;
     }
-    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList(nullptr, 1));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList(nullptr, 1));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkIPv4AddressList({nullptr, 1}));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, checkAddressList({nullptr, 1}));
 }
 
 TEST(IpPortRuleRecord, KeepsTheTextAsGivenAndTheValues) {
@@ -307,7 +307,7 @@ TEST(RuleMask, ReadsDecimalAndHexadecimal) {
     for (const auto& row : ROWS) {
         SCOPED_TRACE(row.text);
         uint32_t value = 0;
-        EXPECT_EQ(row.status, parseRuleMask(row.text.data(), size32(row.text), &value));
+        EXPECT_EQ(row.status, parseRuleMask({row.text.data(), size32(row.text)}, &value));
         EXPECT_EQ(row.value, value);
     }
 }

@@ -124,9 +124,9 @@ TEST(PacketFilterRule, TakesTheOneProtocolInAnyLetterCase) {
         parsed(std::string(protocol) + ";*;*;*;*", RULE_ERR_BAD_RULE);
     }
     uint32_t protocol = 99;
-    EXPECT_EQ(RULE_ERR_BAD_RULE, parseProtocolName("udp", 3, &protocol));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, parseProtocolName({"udp", 3}, &protocol));
     EXPECT_EQ(99, protocol);
-    EXPECT_EQ(RULE_OK, parseProtocolName("tcpx", 3, &protocol));
+    EXPECT_EQ(RULE_OK, parseProtocolName({"tcpx", 3}, &protocol));
     EXPECT_EQ(6, protocol);
 }
 

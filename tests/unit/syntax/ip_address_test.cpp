@@ -32,7 +32,7 @@ TEST(IPv4Address, ReadsDottedQuads) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         uint32_t value = 99;
-        EXPECT_EQ(RULE_OK, parseIPv4Address(text.data(), text.size(), &value));
+        EXPECT_EQ(RULE_OK, parseIPv4Address({text.data(), text.size()}, &value));
         EXPECT_EQ(row.value, value);
     }
 }
@@ -84,7 +84,7 @@ TEST(IPv4Address, RefusesEverythingElse) {
         SCOPED_TRACE(::testing::PrintToString(row));
         const ExactText text(row);
         uint32_t value = 0;
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv4Address(text.data(), text.size(), &value));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv4Address({text.data(), text.size()}, &value));
     }
 }
 
@@ -117,7 +117,7 @@ TEST(IPv6Address, ReadsEveryForm) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         Ipv6Groups groups{9, 9, 9, 9, 9, 9, 9, 9};
-        EXPECT_EQ(RULE_OK, parseIPv6Address(text.data(), text.size(), &groups));
+        EXPECT_EQ(RULE_OK, parseIPv6Address({text.data(), text.size()}, &groups));
         EXPECT_EQ(row.groups, groups);
     }
 }
@@ -186,7 +186,7 @@ TEST(IPv6Address, RefusesEverythingElse) {
         const ExactText text(row);
         const Ipv6Groups before{9, 9, 9, 9, 9, 9, 9, 9};
         Ipv6Groups groups = before;
-        EXPECT_EQ(RULE_ERR_FAILED, parseIPv6Address(text.data(), text.size(), &groups));
+        EXPECT_EQ(RULE_ERR_FAILED, parseIPv6Address({text.data(), text.size()}, &groups));
         EXPECT_EQ(before, groups);
     }
 }

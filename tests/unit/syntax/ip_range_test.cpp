@@ -47,7 +47,7 @@ TEST(IPv4Range, ReadsAddressesRangesAndPrefixes) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         AddressSpec spec{};
-        ASSERT_EQ(RULE_OK, parseIPv4Range(text.data(), text.size(), &spec));
+        ASSERT_EQ(RULE_OK, parseIPv4Range({text.data(), text.size()}, &spec));
         EXPECT_EQ(mappedAddress(row.start), spec.startAddress);
         EXPECT_EQ(mappedAddress(row.end), spec.endAddress);
         EXPECT_EQ(row.flags, spec.addressFlags);
@@ -97,7 +97,7 @@ TEST(IPv4Range, RefusesBadTexts) {
         SCOPED_TRACE(::testing::PrintToString(row));
         const ExactText text(row);
         AddressSpec spec{};
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv4Range(text.data(), text.size(), &spec));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv4Range({text.data(), text.size()}, &spec));
         EXPECT_EQ(Address128{}, spec.startAddress);
         EXPECT_EQ(Address128{}, spec.endAddress);
     }
@@ -127,7 +127,7 @@ TEST(IPv4Range, ReadsPrefixLengthsThatAreNoDigits) {
         SCOPED_TRACE(::testing::PrintToString(row.text));
         const ExactText text(row.text);
         AddressSpec spec{};
-        const int32_t status = parseIPv4Range(text.data(), text.size(), &spec);
+        const int32_t status = parseIPv4Range({text.data(), text.size()}, &spec);
         if (row.prefix == 0) {
             EXPECT_EQ(RULE_ERR_BAD_RULE, status);
             continue;
@@ -144,7 +144,7 @@ TEST(IPv4Range, CoversTwoToThePowerOfTheRemainingBits) {
         const std::string text = "165.165.165.165/" + std::to_string(prefix);
         SCOPED_TRACE(text);
         AddressSpec spec{};
-        ASSERT_EQ(RULE_OK, parseIPv4Range(text.data(), size32(text), &spec));
+        ASSERT_EQ(RULE_OK, parseIPv4Range({text.data(), size32(text)}, &spec));
         const uint64_t size = uint64_t{1} << (32 - prefix);
         const uint32_t start = spec.startAddress.words[3];
         EXPECT_EQ(0, start % size);
@@ -157,20 +157,20 @@ TEST(IPv4Range, CoversTwoToThePowerOfTheRemainingBits) {
 TEST(IPv4Range, OnlyRaisesTheSingleFlag) {
     AddressSpec spec{};
     spec.addressFlags = 0x80000001;
-    ASSERT_EQ(RULE_OK, parseIPv4Range("1.2.3.4", 7, &spec));
+    ASSERT_EQ(RULE_OK, parseIPv4Range({"1.2.3.4", 7}, &spec));
     EXPECT_EQ(0x80000001 | ADDRESS_FLAG_SINGLE, spec.addressFlags);
 
     spec.addressFlags = ADDRESS_FLAG_SINGLE;
-    ASSERT_EQ(RULE_OK, parseIPv4Range("1.2.3.0/24", 10, &spec));
+    ASSERT_EQ(RULE_OK, parseIPv4Range({"1.2.3.0/24", 10}, &spec));
     EXPECT_EQ(ADDRESS_FLAG_SINGLE, spec.addressFlags);
 }
 
 TEST(IPv4Range, RefusesNullArguments) {
     AddressSpec spec{};
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range(nullptr, 0, &spec));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range(nullptr, 7, &spec));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range("1.2.3.4", 7, nullptr));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range("bad", 3, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range({nullptr, 0}, &spec));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range({nullptr, 7}, &spec));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range({"1.2.3.4", 7}, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv4Range({"bad", 3}, nullptr));
 }
 
 TEST(IPv6Range, ReadsAddressesRangesAndPrefixes) {
@@ -216,7 +216,7 @@ TEST(IPv6Range, ReadsAddressesRangesAndPrefixes) {
         const ExactText text(row.text);
         AddressSpec spec{};
         spec.addressFlags = 0xFFFFFFFF;  // written whole
-        ASSERT_EQ(RULE_OK, parseIPv6Range(text.data(), text.size(), &spec));
+        ASSERT_EQ(RULE_OK, parseIPv6Range({text.data(), text.size()}, &spec));
         EXPECT_EQ(row.start, spec.startAddress);
         EXPECT_EQ(row.end, spec.endAddress);
         EXPECT_EQ(row.flags, spec.addressFlags);
@@ -266,7 +266,7 @@ TEST(IPv6Range, RefusesBadTexts) {
         SCOPED_TRACE(::testing::PrintToString(row));
         const ExactText text(row);
         AddressSpec spec{{{1, 2, 3, 4}}, {{5, 6, 7, 8}}, 0x55};
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv6Range(text.data(), text.size(), &spec));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv6Range({text.data(), text.size()}, &spec));
         EXPECT_EQ((Address128{{1, 2, 3, 4}}), spec.startAddress);
         EXPECT_EQ((Address128{{5, 6, 7, 8}}), spec.endAddress);
         EXPECT_EQ(0x55, spec.addressFlags);
@@ -276,10 +276,10 @@ TEST(IPv6Range, RefusesBadTexts) {
 TEST(IPv6Range, LimitsTheItemButNotTheBlanksAroundIt) {
     AddressSpec spec{};
     const std::string blanks = std::string(5000, ' ') + "::1" + std::string(5000, '\n');
-    EXPECT_EQ(RULE_OK, parseIPv6Range(blanks.data(), size32(blanks), &spec));
+    EXPECT_EQ(RULE_OK, parseIPv6Range({blanks.data(), size32(blanks)}, &spec));
     for (const size_t length : {MAX_ITEM_LENGTH, MAX_ITEM_LENGTH + 1}) {
         const std::string text = "::1/" + std::string(length - 4, '0');
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv6Range(text.data(), size32(text), &spec)) << length;
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parseIPv6Range({text.data(), size32(text)}, &spec)) << length;
     }
 }
 
@@ -289,7 +289,7 @@ TEST(IPv6Range, MasksEveryPrefixLength) {
             "a5a5:a5a5:a5a5:a5a5:a5a5:a5a5:a5a5:a5a5/" + std::to_string(prefix);
         SCOPED_TRACE(text);
         AddressSpec spec{};
-        ASSERT_EQ(RULE_OK, parseIPv6Range(text.data(), size32(text), &spec));
+        ASSERT_EQ(RULE_OK, parseIPv6Range({text.data(), size32(text)}, &spec));
         for (uint32_t bit = 0; bit < 128; ++bit) {
             const uint32_t mask = 0x80000000U >> (bit % 32);
             const bool written = (0xA5A5A5A5U & mask) != 0;
@@ -303,9 +303,9 @@ TEST(IPv6Range, MasksEveryPrefixLength) {
 
 TEST(IPv6Range, RefusesNullArguments) {
     AddressSpec spec{};
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range(nullptr, 0, &spec));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range(nullptr, 3, &spec));
-    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range("::1", 3, nullptr));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range({nullptr, 0}, &spec));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range({nullptr, 3}, &spec));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parseIPv6Range({"::1", 3}, nullptr));
 }
 
 }  // namespace

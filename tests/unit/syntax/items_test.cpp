@@ -18,9 +18,8 @@ using ::testing::ElementsAre;
 std::vector<std::string> itemsOf(std::string_view list) {
     const ExactText text(list);
     std::vector<std::string> items;
-    EXPECT_EQ(RULE_OK,
-              forEachItem(text.data(), text.size(), [&](const char* item, uint32_t length) {
-                  items.emplace_back(item, length);
+    EXPECT_EQ(RULE_OK, forEachItem({text.data(), text.size()}, [&](Text item) {
+                  items.emplace_back(item.text, item.length);
                   return RULE_OK;
               }));
     return items;
@@ -42,18 +41,15 @@ TEST(Items, MayBeEmpty) {
 TEST(Items, EndAtTheFirstThatIsRefused) {
     std::vector<std::string> seen;
     const std::string_view list = "a,b,c";
-    EXPECT_EQ(RULE_ERR_EXISTS,
-              forEachItem(list.data(), size32(list), [&](const char* item, uint32_t length) {
-                  seen.emplace_back(item, length);
+    EXPECT_EQ(RULE_ERR_EXISTS, forEachItem({list.data(), size32(list)}, [&](Text item) {
+                  seen.emplace_back(item.text, item.length);
                   return seen.size() == 2 ? RULE_ERR_EXISTS : RULE_OK;
               }));
     EXPECT_THAT(seen, ElementsAre("a", "b"));
 }
 
 TEST(Items, AnswerForTheLastOne) {
-    EXPECT_EQ(RULE_ERR_FAILED, forEachItem("a", 1, [](const char* /*item*/, uint32_t /*length*/) {
-                  return RULE_ERR_FAILED;
-              }));
+    EXPECT_EQ(RULE_ERR_FAILED, forEachItem({"a", 1}, [](Text) { return RULE_ERR_FAILED; }));
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ TEST(Port, ReadsOneToFiveDigits) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         uint16_t value = 0;
-        EXPECT_EQ(RULE_OK, parsePort(text.data(), text.size(), &value));
+        EXPECT_EQ(RULE_OK, parsePort({text.data(), text.size()}, &value));
         EXPECT_EQ(row.value, value);
     }
 }
@@ -40,15 +40,15 @@ TEST(Port, RefusesEverythingElse) {
         SCOPED_TRACE(::testing::PrintToString(row));
         const ExactText text(row);
         uint16_t value = 7;
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort(text.data(), text.size(), &value));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort({text.data(), text.size()}, &value));
         EXPECT_EQ(7, value);
     }
 }
 
 TEST(Port, RefusesNullText) {
     uint16_t value = 7;
-    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort(nullptr, 0, &value));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort(nullptr, 2, &value));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort({nullptr, 0}, &value));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePort({nullptr, 2}, &value));
 }
 
 TEST(PortPair, ReadsOnePortOrTwo) {
@@ -64,7 +64,7 @@ TEST(PortPair, ReadsOnePortOrTwo) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         PortPair pair{};
-        EXPECT_EQ(RULE_OK, parsePortPair(text.data(), text.size(), &pair));
+        EXPECT_EQ(RULE_OK, parsePortPair({text.data(), text.size()}, &pair));
         EXPECT_EQ(row.low, pair.low);
         EXPECT_EQ(row.high, pair.high);
     }
@@ -76,7 +76,7 @@ TEST(PortPair, SplitsAtTheLastDash) {
         SCOPED_TRACE(row);
         const ExactText text(row);
         PortPair pair{};
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair(text.data(), text.size(), &pair));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair({text.data(), text.size()}, &pair));
     }
 }
 
@@ -86,12 +86,12 @@ TEST(PortPair, RefusesEverythingElse) {
         SCOPED_TRACE(row);
         const ExactText text(row);
         PortPair pair{7, 7};
-        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair(text.data(), text.size(), &pair));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair({text.data(), text.size()}, &pair));
         EXPECT_EQ(7, pair.low);
         EXPECT_EQ(7, pair.high);
     }
     PortPair pair{};
-    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair(nullptr, 2, &pair));
+    EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortPair({nullptr, 2}, &pair));
 }
 
 }  // namespace
