@@ -87,7 +87,7 @@ void checkRule(const rs::test::ExactText& text, std::string_view rule, bool allo
 void checkNumber(const rs::test::ExactText& text, std::string_view digits) {
     const std::optional<uint32_t> expected = rs::test::readCompoundNumber(digits);
     uint32_t number = 0;
-    const int32_t status = rs::parseCompoundNumber(text.data(), text.size(), &number);
+    const int32_t status = rs::parseCompoundNumber({text.data(), text.size()}, &number);
     check(status == (expected ? RULE_OK : RULE_ERR_FAILED), "the status of a number");
     check(!expected || number == *expected, "the number");
 }

@@ -10,53 +10,36 @@
 #include "core/text_rule.h"
 #include "ip/ip_rule.h"
 #include "syntax/ascii.h"
+#include "syntax/fields.h"
 #include "syntax/ip_range.h"
-#include "syntax/text_scan.h"
+#include "syntax/items.h"
+#include "syntax/number.h"
 
 namespace rs {
 
 namespace {
 
-// A walk over the bytes of an item or number.
-struct Cursor {
-    const char* at;
-    const char* end;
+constexpr NumberForm DECIMAL{.overflow = Overflow::SEEN_WHEN_SMALLER};
+// Deliberate: letters count from 0, not from 10.
+constexpr NumberForm HEX{.base = 16, .overflow = Overflow::SEEN_WHEN_SMALLER, .letterValue = 0};
+constexpr Text HEX_MARK = literalText("0x");
 
-    [[nodiscard]] bool isAtEnd() const noexcept { return at == end; }
-    [[nodiscard]] bool isAt(char byte) const noexcept { return at != end && *at == byte; }
-    [[nodiscard]] bool isAtDigit() const noexcept { return at != end && isDecimalDigit(*at); }
-
-    void skipBlanks() noexcept {
-        while (at != end && isBlank(*at)) {
-            ++at;
-        }
-    }
-};
-
-// Adds a digit. False when that makes the value smaller, which is all that is asked.
-template <typename Number>
-bool addDigit(Number& value, uint32_t base, uint32_t digit) noexcept {
-    const auto next = static_cast<Number>(value * base + digit);
-    if (next < value) {
+// Takes a byte off the front of a text. False when it does not begin with that byte.
+bool takeByte(Text& rest, char byte) noexcept {
+    if (rest.isEmpty() || *rest.text != byte) {
         return false;
     }
-    value = next;
+    rest = rest.from(1);
     return true;
 }
 
-// Reads the digits at the cursor, of which there is one at least.
+// Takes the digits off the front of a text, of which there is one at least.
 template <typename Number>
-bool readDecimal(Cursor& cursor, Number& out) noexcept {
-    if (!cursor.isAtDigit()) {
-        return false;
-    }
-    out = 0;
-    for (; cursor.isAtDigit(); ++cursor.at) {
-        if (!addDigit(out, 10, static_cast<uint32_t>(*cursor.at - '0'))) {
-            return false;
-        }
-    }
-    return true;
+bool takeDecimal(Text& rest, Number& out) noexcept {
+    const Text digits =
+        textBetween(rest.begin(), std::find_if_not(rest.begin(), rest.end(), isDecimalDigit));
+    rest = rest.from(digits.length);
+    return readNumber<DECIMAL>(digits, out);
 }
 
 template <typename Number>
@@ -67,29 +50,25 @@ struct NumberRange {
 
 // "*", "5", "5-9" or "5*", with blanks around it.
 template <typename Number>
-bool readRange(Cursor cursor, NumberRange<Number>& out) noexcept {
+bool readRange(Text item, NumberRange<Number>& out) noexcept {
     constexpr Number LARGEST = std::numeric_limits<Number>::max();
-    cursor.skipBlanks();
-    if (cursor.isAt('*')) {
-        ++cursor.at;
+    Text rest = trimBlanks(item);
+    if (takeByte(rest, '*')) {
         out = {0, LARGEST};
     } else {
-        if (!readDecimal(cursor, out.low)) {
+        if (!takeDecimal(rest, out.low)) {
             return false;
         }
         out.high = out.low;
     }
-    if (cursor.isAt('-')) {
-        ++cursor.at;
-        if (!readDecimal(cursor, out.high)) {
+    if (takeByte(rest, '-')) {
+        if (!takeDecimal(rest, out.high)) {
             return false;
         }
-    } else if (cursor.isAt('*')) {
-        ++cursor.at;
+    } else if (takeByte(rest, '*')) {
         out.high = LARGEST;
     }
-    cursor.skipBlanks();
-    return cursor.isAtEnd() && out.low <= out.high;
+    return rest.isEmpty() && out.low <= out.high;
 }
 
 // Appends a range to a chain.
@@ -103,83 +82,52 @@ int32_t appendRange(Chain<RangeNode<Bound>>& chain, const Bound& low, const Boun
     return RULE_OK;
 }
 
-// Takes the items of a field one after the other, each with its separator; an empty one fails, and
-// so does the nothing behind a separator at the end.
-template <typename Take>
-int32_t forEachListItem(const char* text, int32_t length, const Take& take) noexcept {
-    for (;;) {
-        const int32_t itemLength = fieldLength(text, length, ',');
-        if (itemLength == 0) {
-            return RULE_ERR_FAILED;
-        }
-        const int32_t status = take(text, static_cast<uint32_t>(itemLength));
-        if (status != RULE_OK || itemLength == length) {
-            return status;
-        }
-        text += itemLength + 1;
-        length -= itemLength + 1;
-    }
-}
-
 // Whatever was read is in *head, also after a failure.
 template <typename Number>
-int32_t parseRanges(const char* text, int32_t length, RangeNode<Number>** head) noexcept {
+int32_t parseRanges(Text field, RangeNode<Number>** head) noexcept {
     Chain<RangeNode<Number>> chain{};
-    const int32_t status =
-        forEachListItem(text, length, [&chain](const char* item, uint32_t itemLength) noexcept {
-            NumberRange<Number> range{};
-            if (!readRange<Number>({item, item + itemLength}, range)) {
-                return RULE_ERR_FAILED;
-            }
-            return appendRange(chain, range.low, range.high);
-        });
+    const int32_t status = forEachItem(field, [&chain](Text item) noexcept {
+        NumberRange<Number> range{};
+        if (!readRange(item, range)) {
+            return RULE_ERR_FAILED;
+        }
+        return appendRange(chain, range.low, range.high);
+    });
     *head = chain.first;
     return status;
 }
 
-bool isStar(const char* text, uint32_t length) noexcept {
-    const char* item = nullptr;
-    uint32_t itemLength = 0;
-    trimWhitespace(text, length, &item, &itemLength);
-    return itemLength == 1 && *item == '*';
-}
-
-int32_t parseAddresses(const char* text, int32_t length, AddressRange** head) noexcept {
+int32_t parseAddresses(Text field, AddressRange** head) noexcept {
     Chain<AddressRange> chain{};
-    const int32_t listStatus =
-        forEachListItem(text, length, [&chain](const char* item, uint32_t itemLength) noexcept {
-            AddressSpec address{};
-            const int32_t status = parseIpRule({item, itemLength}, &address);
-            if (status == RULE_OK) {
-                return appendRange(chain, address.startAddress, address.endAddress);
-            }
-            return isStar(item, itemLength) ? appendRange(chain, FIRST_ADDRESS, LAST_ADDRESS)
-                                            : status;
-        });
+    const int32_t listStatus = forEachItem(field, [&chain](Text item) noexcept {
+        if (item.isEmpty()) {
+            return RULE_ERR_FAILED;  // but an item of blanks has the status of the IP rule
+        }
+        AddressSpec address{};
+        const int32_t status = parseIpRule(item, &address);
+        if (status == RULE_OK) {
+            return appendRange(chain, address.startAddress, address.endAddress);
+        }
+        return isStar(trimBlanks(item)) ? appendRange(chain, FIRST_ADDRESS, LAST_ADDRESS) : status;
+    });
     *head = chain.first;
     return listStatus;
 }
 
 constexpr uint32_t FIELD_COUNT = 6;
 
-struct TextField {
-    const char* text;
-    int32_t length;
-};
-
-// Cuts a text into its six fields, none of them empty; the last one runs to the end.
-bool cutFields(const char* text, int32_t length, TextField (&fields)[FIELD_COUNT]) noexcept {
+// Cuts a text into its six fields, none of them empty. The last one runs to the end, so that a
+// further ';' makes a bad number of it.
+bool cutFields(Text rest, Text (&fields)[FIELD_COUNT]) noexcept {
     for (uint32_t i = 0; i + 1 < FIELD_COUNT; ++i) {
-        const int32_t own = fieldLength(text, length, ';');
-        if (own == 0 || own == length) {
+        fields[i] = rest.first(rest.find(';'));
+        if (fields[i].isEmpty() || fields[i].length == rest.length) {
             return false;
         }
-        fields[i] = {text, own};
-        text += own + 1;
-        length -= own + 1;
+        rest = rest.from(fields[i].length + 1);
     }
-    fields[FIELD_COUNT - 1] = {text, length};
-    return length != 0;
+    fields[FIELD_COUNT - 1] = rest;
+    return !rest.isEmpty();
 }
 
 template <typename Range, typename Bound>
@@ -194,65 +142,18 @@ bool letsEverythingThrough(const CompoundRule& rule) noexcept {
            rule.numberB == 0;
 }
 
-// Deliberate: letters count from 0, not from 10.
-bool readHexDigit(char byte, uint32_t& out) noexcept {
-    const uint32_t value = hexDigitValue(byte);
-    if (value == NOT_A_HEX_DIGIT) {
-        return false;
-    }
-    out = value >= 10 ? value - 10 : value;
-    return true;
-}
-
-bool readHex(Cursor& cursor, uint32_t& out) noexcept {
-    uint32_t digit = 0;
-    if (cursor.isAtEnd() || !readHexDigit(*cursor.at, digit)) {
-        return false;
-    }
-    for (; !cursor.isAtEnd() && readHexDigit(*cursor.at, digit); ++cursor.at) {
-        if (!addDigit(out, 16, digit)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool readNumber(Cursor& cursor, uint32_t& out) noexcept {
-    const char* const start = cursor.at;
-    if (!readDecimal(cursor, out)) {
-        return false;
-    }
-    const bool isHex =
-        cursor.at - start == 1 && *start == '0' && (cursor.isAt('x') || cursor.isAt('X'));
-    if (!isHex) {
-        return true;
-    }
-    ++cursor.at;
-    return readHex(cursor, out);
-}
-
 }  // namespace
 
-int32_t fieldLength(const char* text, int32_t length, char separator) noexcept {
-    return length < 1 ? 0 : static_cast<int32_t>(std::find(text, text + length, separator) - text);
-}
-
-bool isAllBlank(const char* text, int32_t length) noexcept {
-    return length < 1 || std::all_of(text, text + length, isBlank);
-}
-
-int32_t parseCompoundNumber(const char* text, uint32_t length, uint32_t* out) noexcept {
-    if (text == nullptr || std::all_of(text, text + length, isBlank)) {
+int32_t parseCompoundNumber(Text text, uint32_t* out) noexcept {
+    if (text.text == nullptr) {
         return RULE_ERR_FAILED;
     }
-    Cursor cursor{text, text + length};
+    const Text number = trimBlanks(text);
     uint32_t value = 0;
-    cursor.skipBlanks();
-    if (!readNumber(cursor, value)) {
-        return RULE_ERR_FAILED;
-    }
-    cursor.skipBlanks();
-    if (!cursor.isAtEnd()) {
+    const bool isNumber = startsLowered(number, HEX_MARK)
+                              ? readNumber<HEX>(number.from(HEX_MARK.length), value)
+                              : readNumber<DECIMAL>(number, value);
+    if (!isNumber) {
         return RULE_ERR_FAILED;
     }
     if (out != nullptr) {
@@ -262,33 +163,29 @@ int32_t parseCompoundNumber(const char* text, uint32_t length, uint32_t* out) no
 }
 
 int32_t parseCompoundRule(const char* text, uint32_t length, CompoundRule* record) noexcept {
-    const char* rule = nullptr;
-    uint32_t ruleLength = 0;
-    if (record == nullptr || trimWhitespace(text, length, &rule, &ruleLength) != RULE_OK) {
+    if (record == nullptr || text == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    TextField fields[FIELD_COUNT];
-    if (ruleLength > MAX_ITEM_LENGTH ||
-        !cutFields(rule, static_cast<int32_t>(ruleLength), fields)) {
+    const Text rule = trimBlanks({text, length});
+    Text fields[FIELD_COUNT];
+    if (rule.length > MAX_ITEM_LENGTH || !cutFields(rule, fields)) {
         return RULE_ERR_BAD_RULE;
     }
-    int32_t status = parseRanges<uint32_t>(fields[0].text, fields[0].length, &record->rangeListA);
+    int32_t status = parseRanges<uint32_t>(fields[0], &record->rangeListA);
     if (status == RULE_OK) {
-        status = parseRanges<uint32_t>(fields[1].text, fields[1].length, &record->rangeListB);
+        status = parseRanges<uint32_t>(fields[1], &record->rangeListB);
     }
     if (status == RULE_OK) {
-        status = parseAddresses(fields[2].text, fields[2].length, &record->addressList);
+        status = parseAddresses(fields[2], &record->addressList);
     }
     if (status == RULE_OK) {
-        status = parseRanges<uint16_t>(fields[3].text, fields[3].length, &record->rangeList16);
+        status = parseRanges<uint16_t>(fields[3], &record->rangeList16);
     }
     if (status == RULE_OK) {
-        status = parseCompoundNumber(fields[4].text, static_cast<uint32_t>(fields[4].length),
-                                     &record->numberA);
+        status = parseCompoundNumber(fields[4], &record->numberA);
     }
     if (status == RULE_OK) {
-        status = parseCompoundNumber(fields[5].text, static_cast<uint32_t>(fields[5].length),
-                                     &record->numberB);
+        status = parseCompoundNumber(fields[5], &record->numberB);
     }
     if (status == RULE_OK) {
         record->matchesAll = letsEverythingThrough(*record) ? 1 : 0;

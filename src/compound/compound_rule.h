@@ -20,6 +20,7 @@
 #include "core/port_list.h"
 #include "core/rule_set.h"
 #include "syntax/address128.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -48,17 +49,11 @@ struct CompoundRuleRecord {
 // Parses a rule into *record, whose lists the caller has cleared and frees, also after a failure:
 // RULE_ERR_BAD_RULE for a text that is too long or lacks a field, RULE_ERR_FAILED for a bad range or
 // number, the status of the IP rule parser for a bad address, RULE_ERR_NO_MEMORY.
-int32_t parseCompoundRule(const char* text, uint32_t length, CompoundRule* record) noexcept;
+[[nodiscard]] int32_t parseCompoundRule(const char* text, uint32_t length,
+                                        CompoundRule* record) noexcept;
 
 // Reads a number with blanks around it; out may be null. RULE_ERR_FAILED for a bad one.
-int32_t parseCompoundNumber(const char* text, uint32_t length, uint32_t* out) noexcept;
-
-// The number of characters before the first separator, length when there is none; 0 for a length
-// below 1.
-int32_t fieldLength(const char* text, int32_t length, char separator) noexcept;
-
-// Whether there is nothing but blanks.
-bool isAllBlank(const char* text, int32_t length) noexcept;
+[[nodiscard]] int32_t parseCompoundNumber(Text text, uint32_t* out) noexcept;
 
 // Parses a rule into a new record with a copy of its text, which the caller frees with
 // freeCompoundRecord; null with RULE_ERR_BAD_RULE or RULE_ERR_NO_MEMORY otherwise.

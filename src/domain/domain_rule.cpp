@@ -6,33 +6,37 @@
 
 #include "core/text_rule.h"
 #include "domain/host_name.h"
-#include "syntax/text_scan.h"
+#include "syntax/text.h"
 
 namespace rs {
 
 namespace {
 
+constexpr Text WILDCARD = literalText("*.");
+
 // Recognises the wildcard in front of a host. *outLength is its length in the rule and in the
 // canonical text alike: 0 for none, 1 for "*" alone, 2 for "*.".
-int32_t readWildcard(const char* text, uint32_t length, uint32_t* outLength) noexcept {
-    const auto stars = std::count(text, text + length, '*');
+int32_t readWildcard(Text rule, uint32_t* outLength) noexcept {
+    const auto stars = std::count(rule.begin(), rule.end(), '*');
     if (stars == 0) {
         *outLength = 0;
         return RULE_OK;
     }
-    if (stars > 1 || text[0] != '*' || length == 2 || (length > 2 && text[1] != '.')) {
+    const bool isAlone = rule.length == 1;
+    const bool isBeforeHost = rule.length > WILDCARD.length && rule.startsWith(WILDCARD);
+    if (stars > 1 || *rule.text != '*' || !(isAlone || isBeforeHost)) {
         return RULE_ERR_BAD_RULE;
     }
-    *outLength = length == 1 ? 1 : WILDCARD_LENGTH;
+    *outLength = isAlone ? 1 : WILDCARD.length;
     return RULE_OK;
 }
 
 // Writes the wildcard; a host behind it needs a byte at least.
 int32_t writeWildcard(uint32_t wildcardLength, char* out, uint32_t capacity) noexcept {
-    if (capacity < (wildcardLength == 1 ? 1 : WILDCARD_LENGTH + 1)) {
+    if (capacity < (wildcardLength == 1 ? 1 : WILDCARD.length + 1)) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    std::copy_n("*.", wildcardLength, out);
+    std::copy_n(WILDCARD.text, wildcardLength, out);
     return RULE_OK;
 }
 
@@ -44,11 +48,9 @@ int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* 
         return RULE_ERR_INVALID_ARG;
     }
     *record = {};
-    const char* rule = nullptr;
-    uint32_t ruleLength = 0;
-    trimWhitespace(text, length, &rule, &ruleLength);
+    const Text rule = trimBlanks({text, length});
     uint32_t wildcardLength = 0;
-    if (ruleLength == 0 || readWildcard(rule, ruleLength, &wildcardLength) != RULE_OK) {
+    if (rule.isEmpty() || readWildcard(rule, &wildcardLength) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
     if (wildcardLength != 0) {
@@ -60,8 +62,9 @@ int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* 
     uint32_t hostLength = 0;
     if (wildcardLength != 1) {
         hostLength = *inOutCapacity - wildcardLength;
-        const int32_t status = normalizeRuleHost(rule + wildcardLength, ruleLength - wildcardLength,
-                                                 out + wildcardLength, &hostLength);
+        const Text host = rule.from(wildcardLength);
+        const int32_t status =
+            normalizeRuleHost(host.text, host.length, out + wildcardLength, &hostLength);
         if (status != RULE_OK) {
             return status;
         }

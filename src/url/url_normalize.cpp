@@ -6,7 +6,7 @@
 #include "core/library_option.h"
 #include "domain/host_name.h"
 #include "syntax/ascii.h"
-#include "syntax/text_scan.h"
+#include "syntax/text.h"
 #include "url/ip_literal_host.h"
 #include "url/url_path.h"
 #include "url/url_split.h"
@@ -112,12 +112,10 @@ int32_t normalizeUrl(const char* text, uint32_t length, NormalizedUrl* record) n
     if (text == nullptr || length == 0 || record == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const char* url = nullptr;
-    uint32_t urlLength = 0;
-    trimWhitespace(text, length, &url, &urlLength);
+    const Text url = trimBlanks({text, length});
     UrlParts parts{};
     const char* portColon = nullptr;
-    if (urlLength == 0 || splitUrl(url, urlLength, &parts, &portColon) != RULE_OK) {
+    if (url.isEmpty() || splitUrl(url.text, url.length, &parts, &portColon) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
     int32_t status = writeScheme(parts.scheme, *record);

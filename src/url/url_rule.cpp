@@ -9,7 +9,7 @@
 #include "core/text_rule.h"
 #include "syntax/ascii.h"
 #include "syntax/ip_range.h"
-#include "syntax/text_scan.h"
+#include "syntax/text.h"
 #include "url/ip_literal_host.h"
 #include "url/url_path.h"
 
@@ -149,16 +149,14 @@ int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inO
     if (text == nullptr || out == nullptr || inOutCapacity == nullptr || record == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const char* rule = nullptr;
-    uint32_t ruleLength = 0;
-    trimWhitespace(text, length, &rule, &ruleLength);
-    if (ruleLength == 0 || ruleLength > MAX_ITEM_LENGTH) {
+    const Text rule = trimBlanks({text, length});
+    if (rule.isEmpty() || rule.length > MAX_ITEM_LENGTH) {
         return RULE_ERR_BAD_RULE;
     }
     *record = {};
     UrlParts parts{};
     const char* portColon = nullptr;
-    splitUrl(rule, ruleLength, &parts, &portColon);
+    splitUrl(rule.text, rule.length, &parts, &portColon);
     if (*inOutCapacity == 0) {
         return RULE_ERR_BUFFER_SMALL;
     }

@@ -291,7 +291,7 @@ TEST(CompoundTextProperty, NumbersReadAlike) {
         const std::optional<uint32_t> expected = readCompoundNumber(text);
         uint32_t value = 77;
         EXPECT_EQ(expected ? RULE_OK : RULE_ERR_FAILED,
-                  parseCompoundNumber(exact.data(), exact.size(), &value))
+                  parseCompoundNumber({exact.data(), exact.size()}, &value))
             << ::testing::PrintToString(text);
         EXPECT_EQ(expected.value_or(77), value) << ::testing::PrintToString(text);
         accepted += expected ? 1 : 0;

@@ -92,9 +92,9 @@ void expectNumbers(const std::vector<NumberRow>& rows) {
         SCOPED_TRACE(row.text);
         const ExactText text(row.text);
         uint32_t value = 77;
-        EXPECT_EQ(row.status, parseCompoundNumber(text.data(), text.size(), &value));
+        EXPECT_EQ(row.status, parseCompoundNumber({text.data(), text.size()}, &value));
         EXPECT_EQ(row.status == RULE_OK ? row.value : 77, value);
-        EXPECT_EQ(row.status, parseCompoundNumber(text.data(), text.size(), nullptr));
+        EXPECT_EQ(row.status, parseCompoundNumber({text.data(), text.size()}, nullptr));
     }
 }
 
@@ -449,38 +449,6 @@ TEST(CompoundRecord, IsFreedWithTheListsThatItHas) {
         EXPECT_EQ(nullptr, makeCompoundRule(text.data(), text.size(), {0, 1, nullptr}, &status));
         EXPECT_EQ(RULE_ERR_BAD_RULE, status) << rule;
     }
-}
-
-TEST(CompoundField, RunsToTheFirstSeparator) {
-    constexpr struct {
-        std::string_view text;
-        int32_t length;
-    } ROWS[] = {{"", 0},    {";", 0},  {";ab", 0},  {"a;b", 1}, {"ab;", 2}, {"ab;c;d", 2},
-                {"abc", 3}, {" ;", 1}, {"a,b;", 3}, {"a", 1},   {"a;;", 1}};
-    for (const auto& row : ROWS) {
-        const ExactText text(row.text);
-        EXPECT_EQ(row.length, fieldLength(text.data(), static_cast<int32_t>(text.size()), ';'))
-            << row.text;
-    }
-    EXPECT_EQ(0, fieldLength("ab", -1, ';'));
-    EXPECT_EQ(2, fieldLength("a;b,c", 2, ','));
-}
-
-TEST(CompoundField, IsBlankWithoutOtherCharacters) {
-    constexpr struct {
-        std::string_view text;
-        bool isBlank;
-    } ROWS[] = {{"", true},    {" ", true},   {" \t\r\n", true}, {"x", false},   {" x", false},
-                {"x ", false}, {"\v", false}, {"\f", false},     {" \v", false}, {"\xA0", false}};
-    for (const auto& row : ROWS) {
-        const ExactText text(row.text);
-        EXPECT_EQ(row.isBlank, isAllBlank(text.data(), static_cast<int32_t>(text.size())))
-            << ::testing::PrintToString(std::string(row.text));
-    }
-    EXPECT_TRUE(isAllBlank("x", 0));
-    EXPECT_TRUE(isAllBlank("x", -1));
-    const char nul = '\0';
-    EXPECT_FALSE(isAllBlank(&nul, 1));
 }
 
 }  // namespace
