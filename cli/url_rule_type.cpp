@@ -15,29 +15,27 @@ int32_t matchUrl(const RuleGroup* group, std::string_view key, const LookupOptio
     return rs_matchUrlWithRuleGroup(group, key.data(), static_cast<uint32_t>(key.size()), result);
 }
 
-std::string_view viewOf(const rs::UrlPiece& piece) {
+std::string_view viewOf(rs::Text piece) {
     return {piece.text, piece.length};
 }
 
 std::string whyBadUrlRule(std::string_view rule, int32_t status) {
     rule = trimmed(rule);
-    rs::UrlParts parts{};
-    const char* portColon = nullptr;
     if (status == RULE_ERR_BAD_SCHEME) {
         return "a scheme other than http and https";
     }
     if (status == RULE_ERR_NO_MEMORY) {
         return whyCanonicalFormTooLong();
     }
-    if (rs::splitUrl(rule.data(), static_cast<uint32_t>(rule.size()), &parts, &portColon) !=
-        RULE_OK) {
+    if (rule.empty()) {
         return "empty rule";
     }
+    const rs::UrlParts parts = rs::splitUrl({rule.data(), static_cast<uint32_t>(rule.size())});
     std::string_view host = viewOf(parts.host);
     if (host.empty()) {
         return "no host";
     }
-    if (parts.port == 0 && portColon != nullptr) {
+    if (parts.port == 0 && parts.portColon != nullptr) {
         if (!host.ends_with(":*")) {
             return "no port from 1 to 65535, and no '*', behind ':'";
         }

@@ -14,7 +14,7 @@
 
 namespace {
 
-std::string_view viewOf(const rs::UrlPiece& piece) {
+std::string_view viewOf(rs::Text piece) {
     return {piece.text, piece.length};
 }
 

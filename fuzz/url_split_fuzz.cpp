@@ -18,18 +18,16 @@ namespace {
 
 void checkSplit(const rs::test::ExactText& text, std::string_view url) {
     const rs::test::SplitUrl expected = rs::test::splitUrlText(url);
-    rs::UrlParts parts{};
-    const char* portColon = nullptr;
-    const int32_t status = rs::splitUrl(text.data(), text.size(), &parts, &portColon);
-    rs::fuzz::check(status == RULE_OK, "the status of the splitter");
+    const rs::UrlParts parts = rs::splitUrl({text.data(), text.size()});
     rs::fuzz::check(expected.scheme == rs::test::textOf(parts.scheme), "the scheme");
     rs::fuzz::check(expected.userInfo == rs::test::textOf(parts.userInfo), "the user information");
     rs::fuzz::check(expected.host == rs::test::textOf(parts.host), "the host");
     rs::fuzz::check(expected.portText == rs::test::textOf(parts.portText), "the port text");
     rs::fuzz::check(expected.port == parts.port, "the port");
     rs::fuzz::check(expected.rest == rs::test::textOf(parts.rest), "the rest");
-    rs::fuzz::check(portColon == (expected.portColon ? text.data() + *expected.portColon : nullptr),
-                    "the port colon");
+    rs::fuzz::check(
+        parts.portColon == (expected.portColon ? text.data() + *expected.portColon : nullptr),
+        "the port colon");
 }
 
 void checkKey(const rs::test::ExactText& text, std::string_view url, size_t capacity) {

@@ -6,7 +6,7 @@
 
 #include "core/text_rule.h"
 #include "domain/host_name.h"
-#include "syntax/text.h"
+#include "syntax/text_writer.h"
 
 namespace rs {
 
@@ -31,15 +31,6 @@ int32_t readWildcard(Text rule, uint32_t* outLength) noexcept {
     return RULE_OK;
 }
 
-// Writes the wildcard; a host behind it needs a byte at least.
-int32_t writeWildcard(uint32_t wildcardLength, char* out, uint32_t capacity) noexcept {
-    if (capacity < (wildcardLength == 1 ? 1 : WILDCARD.length + 1)) {
-        return RULE_ERR_BUFFER_SMALL;
-    }
-    std::copy_n(WILDCARD.text, wildcardLength, out);
-    return RULE_OK;
-}
-
 }  // namespace
 
 int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
@@ -53,23 +44,24 @@ int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* 
     if (rule.isEmpty() || readWildcard(rule, &wildcardLength) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
-    if (wildcardLength != 0) {
-        const int32_t status = writeWildcard(wildcardLength, out, *inOutCapacity);
+    TextWriter writer(out, *inOutCapacity);
+    if (!writer.put(rule.first(wildcardLength))) {
+        return RULE_ERR_BUFFER_SMALL;
+    }
+    const Text host = rule.from(wildcardLength);
+    if (!host.isEmpty()) {
+        // Asked here, because a normalizer without any room says what else is wrong with a host.
+        if (wildcardLength != 0 && writer.room() == 0) {
+            return RULE_ERR_BUFFER_SMALL;
+        }
+        const int32_t status = writer.append([host](char* end, uint32_t* inOutRoom) noexcept {
+            return normalizeRuleHost(host.text, host.length, end, inOutRoom);
+        });
         if (status != RULE_OK) {
             return status;
         }
     }
-    uint32_t hostLength = 0;
-    if (wildcardLength != 1) {
-        hostLength = *inOutCapacity - wildcardLength;
-        const Text host = rule.from(wildcardLength);
-        const int32_t status =
-            normalizeRuleHost(host.text, host.length, out + wildcardLength, &hostLength);
-        if (status != RULE_OK) {
-            return status;
-        }
-    }
-    const uint32_t total = wildcardLength + hostLength;
+    const uint32_t total = writer.length();
     if (total == 0 || total > MAX_HOST_LENGTH) {
         return RULE_ERR_BAD_RULE;
     }

@@ -2,12 +2,11 @@
 
 #include <ruleset.h>
 
-#include <algorithm>
-
 #include "domain/punycode.h"
 #include "domain/utf8.h"
 #include "syntax/ascii.h"
 #include "syntax/percent.h"
+#include "syntax/text_writer.h"
 
 namespace rs {
 
@@ -36,10 +35,10 @@ int32_t copyAsciiLabel(const char* decoded, uint32_t length, char* out,
     if (length > MAX_LABEL_LENGTH) {
         return RULE_ERR_BAD_RULE;
     }
-    if (length > *inOutCapacity) {
+    TextWriter writer(out, *inOutCapacity);
+    if (!writer.put(Text{decoded, length})) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    std::copy(decoded, decoded + length, out);
     *inOutCapacity = length;
     return RULE_OK;
 }
@@ -55,52 +54,33 @@ int32_t encodeUnicodeLabel(const char* decoded, uint32_t length, char* out,
     return punycodeEncode(codePoints, count, out, inOutCapacity, true, false);
 }
 
-// What is written of a name so far.
-struct NameWriter {
-    char* out;
-    uint32_t capacity;
-    uint32_t length = 0;
-
-    [[nodiscard]] bool isFull() const noexcept { return length == capacity; }
-    void put(char byte) noexcept { out[length++] = byte; }
-};
-
-int32_t appendLabel(NameWriter& writer, const char* label, uint32_t length,
-                    bool nonAscii) noexcept {
-    uint32_t room = writer.capacity - writer.length;
-    const int32_t status =
-        normalizeHostLabel(label, length, writer.out + writer.length, &room, nonAscii);
-    if (status == RULE_OK) {
-        writer.length += room;
-    }
-    return status;
+int32_t appendLabel(TextWriter& writer, Text label, bool nonAscii) noexcept {
+    return writer.append([label, nonAscii](char* out, uint32_t* inOutCapacity) noexcept {
+        return normalizeHostLabel(label.text, label.length, out, inOutCapacity, nonAscii);
+    });
 }
 
 // Ends a label at a '.' of the name.
-int32_t appendLabelAndDot(NameWriter& writer, const char* label, uint32_t length,
-                          bool nonAscii) noexcept {
-    const int32_t status = appendLabel(writer, label, length, nonAscii);
+int32_t appendLabelAndDot(TextWriter& writer, Text label, bool nonAscii) noexcept {
+    const int32_t status = appendLabel(writer, label, nonAscii);
     if (status != RULE_OK) {
         return status;
     }
-    if (writer.isFull()) {
-        return RULE_ERR_BUFFER_SMALL;
-    }
-    writer.put('.');
-    return RULE_OK;
+    return writer.put('.') ? RULE_OK : RULE_ERR_BUFFER_SMALL;
 }
 
-// Ends the name: with its last label, or behind a trailing dot, which is dropped.
-int32_t finishName(NameWriter& writer, const char* label, uint32_t length, bool nonAscii) noexcept {
-    if (length == 0) {
-        --writer.length;
+// Ends the name: with its last label, or behind a trailing dot, which is dropped. A dot is written
+// then: the name has a byte at least, and a label before a dot is never empty.
+int32_t finishName(TextWriter& writer, Text label, bool nonAscii) noexcept {
+    if (label.isEmpty()) {
+        writer.dropLast();
     } else {
-        const int32_t status = appendLabel(writer, label, length, nonAscii);
+        const int32_t status = appendLabel(writer, label, nonAscii);
         if (status != RULE_OK) {
             return status;
         }
     }
-    return writer.length <= MAX_HOST_LENGTH ? RULE_OK : RULE_ERR_BAD_RULE;
+    return writer.length() <= MAX_HOST_LENGTH ? RULE_OK : RULE_ERR_BAD_RULE;
 }
 
 bool isForbiddenInRules(char byte) noexcept {
@@ -108,7 +88,7 @@ bool isForbiddenInRules(char byte) noexcept {
 }
 
 // The literal copy of a rule's host, see normalizeRuleHost.
-int32_t copyRuleHost(const char* name, uint32_t length, NameWriter& writer) noexcept {
+int32_t copyRuleHost(const char* name, uint32_t length, TextWriter& writer) noexcept {
     uint32_t labelLength = 0;
     for (uint32_t i = 0; i < length;) {
         if (name[i] == '.') {
@@ -121,24 +101,22 @@ int32_t copyRuleHost(const char* name, uint32_t length, NameWriter& writer) noex
         } else {
             ++labelLength;
         }
-        if (writer.isFull()) {
+        const PercentByte next = readPercentByte(name + i, length - i, 0);
+        if (!writer.put(next.byte)) {
             return RULE_ERR_BUFFER_SMALL;
         }
-        const PercentByte next = readPercentByte(name + i, length - i, 0);
-        writer.put(next.byte);
         i += next.length;
     }
     return labelLength <= MAX_LABEL_LENGTH ? RULE_OK : RULE_ERR_BAD_RULE;
 }
 
 // The literal copy of a name to be matched.
-int32_t copyMatchHost(const char* name, uint32_t length, NameWriter& writer) noexcept {
+int32_t copyMatchHost(const char* name, uint32_t length, TextWriter& writer) noexcept {
     for (uint32_t i = 0; i < length;) {
-        if (writer.isFull()) {
+        const PercentByte next = readPercentByte(name + i, length - i, 0);
+        if (!writer.put(next.byte)) {
             return RULE_ERR_BUFFER_SMALL;
         }
-        const PercentByte next = readPercentByte(name + i, length - i, 0);
-        writer.put(next.byte);
         i += next.length;
     }
     return RULE_OK;
@@ -148,7 +126,7 @@ uint32_t lengthWithoutLastDot(const char* name, uint32_t length) noexcept {
     return length > 0 && name[length - 1] == '.' ? length - 1 : length;
 }
 
-using CopyHost = int32_t (*)(const char* name, uint32_t length, NameWriter& writer) noexcept;
+using CopyHost = int32_t (*)(const char* name, uint32_t length, TextWriter& writer) noexcept;
 
 // The strict form, or a literal copy of what that refuses. The length still counts a last dot.
 int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* inOutCapacity,
@@ -164,10 +142,10 @@ int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* 
     if (status != RULE_ERR_BAD_RULE) {
         return status;
     }
-    NameWriter writer{out, *inOutCapacity};
+    TextWriter writer(out, *inOutCapacity);
     status = copyHost(name, length, writer);
     if (status == RULE_OK) {
-        *inOutCapacity = writer.length;
+        *inOutCapacity = writer.length();
     }
     return status;
 }
@@ -176,22 +154,21 @@ int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* 
 
 int32_t percentDecodeLower(const char* label, uint32_t length, char* out, uint32_t* inOutCapacity,
                            bool* inOutNonAscii) noexcept {
-    uint32_t count = 0;
-    for (uint32_t i = 0; i < length; ++count) {
-        if (count == *inOutCapacity) {
-            return RULE_ERR_BUFFER_SMALL;
-        }
+    TextWriter writer(out, *inOutCapacity);
+    for (uint32_t i = 0; i < length;) {
         const PercentByte next = readPercentByte(label + i, length - i, 0);
+        if (!writer.put(next.byte)) {
+            return RULE_ERR_BUFFER_SMALL;  // also when the escape is bad
+        }
         if (label[i] == '%') {
             if (next.length == 1) {
                 return RULE_ERR_BAD_RULE;
             }
             *inOutNonAscii = *inOutNonAscii || !isAscii(next.byte);
         }
-        out[count] = next.byte;
         i += next.length;
     }
-    *inOutCapacity = count;
+    *inOutCapacity = writer.length();
     return RULE_OK;
 }
 
@@ -217,7 +194,7 @@ int32_t normalizeHostName(const char* name, uint32_t length, char* out,
     if (name == nullptr || length == 0 || out == nullptr || inOutCapacity == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    NameWriter writer{out, *inOutCapacity};
+    TextWriter writer(out, *inOutCapacity);
     uint32_t labelStart = 0;
     bool nonAscii = false;
     for (uint32_t i = 0; i < length; ++i) {
@@ -230,16 +207,16 @@ int32_t normalizeHostName(const char* name, uint32_t length, char* out,
             continue;
         }
         const int32_t status =
-            appendLabelAndDot(writer, name + labelStart, i - labelStart, nonAscii);
+            appendLabelAndDot(writer, {name + labelStart, i - labelStart}, nonAscii);
         if (status != RULE_OK) {
             return status;
         }
         labelStart = i + 1;
         nonAscii = false;
     }
-    const int32_t status = finishName(writer, name + labelStart, length - labelStart, nonAscii);
+    const int32_t status = finishName(writer, {name + labelStart, length - labelStart}, nonAscii);
     if (status == RULE_OK) {
-        *inOutCapacity = writer.length;
+        *inOutCapacity = writer.length();
     }
     return status;
 }

@@ -3,9 +3,9 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "syntax/ascii.h"
+#include "syntax/text_writer.h"
 
 namespace rs {
 
@@ -18,39 +18,18 @@ constexpr uint32_t SKEW = 38;
 constexpr uint32_t DAMP = 700;
 constexpr uint32_t INITIAL_BIAS = 72;
 constexpr uint32_t INITIAL_N = 128;
-constexpr std::string_view PREFIX = "xn--";
+constexpr Text PREFIX = literalText("xn--");
 
 bool isBasic(uint32_t codePoint) noexcept {
     return codePoint < INITIAL_N;
 }
-
-// The output, which refuses what it has no room for.
-class LabelWriter {
-public:
-    LabelWriter(char* out, uint32_t capacity) noexcept : out_(out), capacity_(capacity) {}
-
-    bool put(char byte) noexcept {
-        if (length_ == capacity_) {
-            return false;
-        }
-        out_[length_++] = byte;
-        return true;
-    }
-
-    [[nodiscard]] uint32_t length() const noexcept { return length_; }
-
-private:
-    char* out_;
-    uint32_t capacity_;
-    uint32_t length_ = 0;
-};
 
 // Delta and its like are kept in 31 bits: a value beyond is an overflow.
 bool overflows(uint32_t value) noexcept {
     return static_cast<int32_t>(value) < 0;
 }
 
-int32_t putDelta(LabelWriter& writer, uint32_t delta, uint32_t bias) noexcept {
+int32_t putDelta(TextWriter& writer, uint32_t delta, uint32_t bias) noexcept {
     uint32_t rest = delta;
     for (uint32_t k = BASE;; k += BASE) {
         const uint32_t threshold = k <= bias ? T_MIN : std::min(k - bias, T_MAX);
@@ -81,7 +60,7 @@ struct Encoder {
 
 // Writes the deltas of all occurrences of code point n.
 int32_t encodeOccurrences(const uint32_t* codePoints, uint32_t count, Encoder& state,
-                          LabelWriter& writer) noexcept {
+                          TextWriter& writer) noexcept {
     for (uint32_t i = 0; i < count; ++i) {
         if (codePoints[i] < state.n && (++state.delta == 0 || overflows(state.delta))) {
             return RULE_ERR_BAD_RULE;
@@ -102,7 +81,7 @@ int32_t encodeOccurrences(const uint32_t* codePoints, uint32_t count, Encoder& s
 }
 
 int32_t encodeNonBasic(const uint32_t* codePoints, uint32_t count, uint32_t basicCount,
-                       LabelWriter& writer) noexcept {
+                       TextWriter& writer) noexcept {
     Encoder state{.handled = basicCount, .basicCount = basicCount};
     while (state.handled < count) {
         uint32_t next = UINT32_MAX;
@@ -128,7 +107,7 @@ int32_t encodeNonBasic(const uint32_t* codePoints, uint32_t count, uint32_t basi
     return RULE_OK;
 }
 
-int32_t encodeLabel(const uint32_t* codePoints, uint32_t count, LabelWriter& writer,
+int32_t encodeLabel(const uint32_t* codePoints, uint32_t count, TextWriter& writer,
                     bool lowerBasic) noexcept {
     uint32_t basicCount = 0;
     for (uint32_t i = 0; i < count; ++i) {
@@ -147,19 +126,12 @@ int32_t encodeLabel(const uint32_t* codePoints, uint32_t count, LabelWriter& wri
     return encodeNonBasic(codePoints, count, basicCount, writer);
 }
 
-// A label that needs no encoding; its room is already checked.
-void copyBasic(const uint32_t* codePoints, uint32_t count, LabelWriter& writer) noexcept {
+// A label that needs no encoding.
+int32_t copyBasic(const uint32_t* codePoints, uint32_t count, TextWriter& writer) noexcept {
     for (uint32_t i = 0; i < count; ++i) {
-        writer.put(static_cast<char>(codePoints[i]));
-    }
-}
-
-int32_t putPrefix(LabelWriter& writer, uint32_t capacity) noexcept {
-    if (capacity <= PREFIX.size()) {
-        return RULE_ERR_BUFFER_SMALL;
-    }
-    for (const char byte : PREFIX) {
-        writer.put(byte);
+        if (!writer.put(static_cast<char>(codePoints[i]))) {
+            return RULE_ERR_BUFFER_SMALL;
+        }
     }
     return RULE_OK;
 }
@@ -174,17 +146,14 @@ int32_t punycodeEncode(const uint32_t* codePoints, uint32_t count, char* out,
     if (count > *inOutCapacity) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    LabelWriter writer(out, *inOutCapacity);
+    TextWriter writer(out, *inOutCapacity);
     int32_t status = RULE_OK;
     if (std::all_of(codePoints, codePoints + count, isBasic)) {
-        copyBasic(codePoints, count, writer);
+        status = copyBasic(codePoints, count, writer);
+    } else if (addPrefix && (writer.room() <= PREFIX.length || !writer.put(PREFIX))) {
+        status = RULE_ERR_BUFFER_SMALL;  // a byte at least follows the prefix
     } else {
-        if (addPrefix) {
-            status = putPrefix(writer, *inOutCapacity);
-        }
-        if (status == RULE_OK) {
-            status = encodeLabel(codePoints, count, writer, lowerBasic);
-        }
+        status = encodeLabel(codePoints, count, writer, lowerBasic);
     }
     if (status != RULE_OK) {
         return status;

@@ -3,15 +3,13 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <charconv>
 
 #include "syntax/ip_address.h"
+#include "syntax/text_writer.h"
 
 namespace rs {
 
 namespace {
-
-constexpr uint32_t MAX_LITERAL_LENGTH = 41;  // of "[ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff]"
 
 bool isMapped(const Ipv6Groups& groups) noexcept {
     return std::all_of(groups.begin(), groups.begin() + 5,
@@ -19,40 +17,21 @@ bool isMapped(const Ipv6Groups& groups) noexcept {
            groups[5] == 0xFFFF;
 }
 
-// A literal being written; there is room for the longest.
-struct LiteralText {
-    char bytes[MAX_LITERAL_LENGTH];
-    uint32_t length = 0;
-
-    void put(char byte) noexcept { bytes[length++] = byte; }
-
-    void putNumber(uint32_t number, int base) noexcept {
-        const auto result = std::to_chars(bytes + length, bytes + MAX_LITERAL_LENGTH, number, base);
-        length = static_cast<uint32_t>(result.ptr - bytes);
-    }
-};
-
-LiteralText printDottedQuad(const Ipv6Groups& groups) noexcept {
-    LiteralText text;
-    const uint32_t fields[] = {uint32_t{groups[6]} >> 8U, groups[6] & 0xFFU,
-                               uint32_t{groups[7]} >> 8U, groups[7] & 0xFFU};
-    for (const uint32_t field : fields) {
-        if (text.length != 0) {
-            text.put('.');
-        }
-        text.putNumber(field, 10);
-    }
-    return text;
+bool putDottedQuad(const Ipv6Groups& groups, TextWriter& writer) noexcept {
+    const uint32_t high = groups[6];
+    const uint32_t low = groups[7];
+    return writer.putNumber(high >> 8U, 10) && writer.put('.') &&
+           writer.putNumber(high & 0xFFU, 10) && writer.put('.') &&
+           writer.putNumber(low >> 8U, 10) && writer.put('.') && writer.putNumber(low & 0xFFU, 10);
 }
 
-LiteralText printGroups(const Ipv6Groups& groups) noexcept {
-    LiteralText text;
+bool putGroups(const Ipv6Groups& groups, TextWriter& writer) noexcept {
     for (const uint16_t group : groups) {
-        text.put(text.length == 0 ? '[' : ':');
-        text.putNumber(group, 16);
+        if (!writer.put(writer.length() == 0 ? '[' : ':') || !writer.putNumber(group, 16)) {
+            return false;
+        }
     }
-    text.put(']');
-    return text;
+    return writer.put(']');
 }
 
 }  // namespace
@@ -67,12 +46,11 @@ int32_t normalizeIpLiteralHost(const char* host, uint32_t length, char* out,
         parseIPv6Address({host + 1, length - 2}, &groups) != RULE_OK) {
         return RULE_ERR_BAD_RULE;
     }
-    const LiteralText literal = isMapped(groups) ? printDottedQuad(groups) : printGroups(groups);
-    if (*inOutCapacity < literal.length) {
+    TextWriter writer(out, *inOutCapacity);
+    if (!(isMapped(groups) ? putDottedQuad(groups, writer) : putGroups(groups, writer))) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    std::copy_n(literal.bytes, literal.length, out);
-    *inOutCapacity = literal.length;
+    *inOutCapacity = writer.length();
     return RULE_OK;
 }
 

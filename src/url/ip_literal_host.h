@@ -13,7 +13,7 @@ namespace rs {
 //
 // *inOutCapacity is the capacity in and the length out. RULE_ERR_INVALID_ARG for null or zero
 // arguments, RULE_ERR_BAD_RULE for any other text, RULE_ERR_BUFFER_SMALL.
-int32_t normalizeIpLiteralHost(const char* host, uint32_t length, char* out,
-                               uint32_t* inOutCapacity) noexcept;
+[[nodiscard]] int32_t normalizeIpLiteralHost(const char* host, uint32_t length, char* out,
+                                             uint32_t* inOutCapacity) noexcept;
 
 }  // namespace rs

@@ -24,7 +24,7 @@ void freeNode(UrlHostNode* node) noexcept {
 using OwnedHostNode = Owned<UrlHostNode, freeNode>;
 
 // An owned copy; null for an empty piece.
-char* copyPiece(const UrlPiece& piece) noexcept {
+char* copyPiece(const Text& piece) noexcept {
     char* copy = piece.length == 0 ? nullptr : allocateBytes(piece.length);
     if (copy != nullptr) {
         std::copy_n(piece.text, piece.length, copy);
@@ -34,14 +34,14 @@ char* copyPiece(const UrlPiece& piece) noexcept {
 
 // The place of a rule: its scheme, and its host without wildcard.
 struct HostPlace {
-    UrlPiece scheme;
-    UrlPiece host;
+    Text scheme;
+    Text host;
     uint32_t hash;
 };
 
 HostPlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
     const DomainRuleText& host = rule.rule.host;
-    const UrlPiece key{host.text + skipped, host.length - skipped};
+    const Text key{host.text + skipped, host.length - skipped};
     return {rule.rule.scheme, key, urlHostHash(key.text, key.length)};
 }
 

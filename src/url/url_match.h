@@ -27,11 +27,11 @@ namespace rs {
 // A URL in the canonical forms that rules are stored in; its pieces lie in the buffer that it was
 // parsed into.
 struct UrlMatchKey {
-    UrlPiece scheme;    // lower case, with "://"; empty for "//" and for none
-    UrlPiece userInfo;  // as written; not used by lookups
-    UrlPiece host;
-    UrlPiece portText;  // ':' and digits of a valid port
-    UrlPiece path;
+    Text scheme;    // lower case, with "://"; empty for "//" and for none
+    Text userInfo;  // as written; not used by lookups
+    Text host;
+    Text portText;  // ':' and digits of a valid port
+    Text path;
 };
 
 inline constexpr uint32_t MAX_URL_SCRATCH = 4096;

@@ -1,10 +1,8 @@
 // URL -> UrlMatchKey.
 #include <ruleset.h>
 
-#include <algorithm>
-
 #include "domain/host_name.h"
-#include "syntax/ascii.h"
+#include "syntax/text_writer.h"
 #include "url/ip_literal_host.h"
 #include "url/url_match.h"
 #include "url/url_path.h"
@@ -13,74 +11,56 @@ namespace rs {
 
 namespace {
 
-// The scratch buffer, filled from its start.
-class KeyWriter {
-public:
-    KeyWriter(char* out, uint32_t capacity) noexcept : out_(out), capacity_(capacity) {}
-
-    [[nodiscard]] char* end() const noexcept { return out_ + length_; }
-    [[nodiscard]] uint32_t room() const noexcept { return capacity_ - length_; }
-    [[nodiscard]] uint32_t length() const noexcept { return length_; }
-
-    // The length bytes behind the end become a piece.
-    UrlPiece take(uint32_t length) noexcept {
-        const UrlPiece piece{end(), length};
-        length_ += length;
-        return piece;
-    }
-
-private:
-    char* out_;
-    uint32_t capacity_;
-    uint32_t length_ = 0;
-};
-
-int32_t copyPiece(const UrlPiece& piece, bool lowerCase, KeyWriter& writer,
-                  UrlPiece& out) noexcept {
-    if (piece.length > writer.room()) {
+// Writes a piece as it is, which the key then points to.
+int32_t copyPiece(Text piece, TextWriter& writer, Text& out) noexcept {
+    const uint32_t start = writer.length();
+    if (!writer.put(piece)) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    if (lowerCase) {
-        std::transform(piece.text, piece.text + piece.length, writer.end(), lowerAscii);
-    } else {
-        std::copy_n(piece.text, piece.length, writer.end());
-    }
-    out = writer.take(piece.length);
+    out = writer.from(start);
     return RULE_OK;
 }
 
-int32_t writeScheme(const UrlPiece& scheme, KeyWriter& writer, UrlMatchKey& key) noexcept {
-    // "//" is shorter than the shortest scheme, "://".
-    return scheme.length <= 2 ? RULE_OK : copyPiece(scheme, true, writer, key.scheme);
+int32_t writeScheme(Text scheme, TextWriter& writer, UrlMatchKey& key) noexcept {
+    if (scheme.length <= 2) {
+        return RULE_OK;  // "//" is shorter than the shortest scheme, "://"
+    }
+    if (!writer.putLower(scheme)) {
+        return RULE_ERR_BUFFER_SMALL;
+    }
+    key.scheme = writer.from(0);
+    return RULE_OK;
 }
 
-int32_t writeHost(const UrlParts& parts, KeyWriter& writer, UrlMatchKey& key) noexcept {
-    if (parts.host.length == 0) {
+int32_t writeHost(const UrlParts& parts, TextWriter& writer, UrlMatchKey& key) noexcept {
+    if (parts.host.isEmpty()) {
         const bool isPathOnly =
-            parts.rest.length != 0 && parts.scheme.length == 0 && parts.portText.length == 0;
+            !parts.rest.isEmpty() && parts.scheme.isEmpty() && parts.portText.isEmpty();
         return isPathOnly ? RULE_OK : RULE_ERR_BAD_RULE;
     }
-    uint32_t length = writer.room();
-    int32_t status =
-        normalizeIpLiteralHost(parts.host.text, parts.host.length, writer.end(), &length);
-    if (status != RULE_OK) {
-        status = normalizeMatchHost(parts.host.text, parts.host.length, writer.end(), &length);
-    }
+    const Text host = parts.host;
+    const uint32_t start = writer.length();
+    const int32_t status = writer.append([host](char* out, uint32_t* inOutCapacity) noexcept {
+        // Deliberate: a literal without room for its canonical form is taken as it is written.
+        return normalizeIpLiteralHost(host.text, host.length, out, inOutCapacity) == RULE_OK
+                   ? RULE_OK
+                   : normalizeMatchHost(host.text, host.length, out, inOutCapacity);
+    });
     if (status != RULE_OK) {
         return status;
     }
-    key.host = writer.take(length);
-    return copyPiece(parts.portText, false, writer, key.portText);
+    key.host = writer.from(start);
+    return copyPiece(parts.portText, writer, key.portText);
 }
 
-int32_t writePath(const UrlPiece& rest, KeyWriter& writer, UrlMatchKey& key) noexcept {
-    if (rest.length == 0) {
+int32_t writePath(Text rest, TextWriter& writer, UrlMatchKey& key) noexcept {
+    if (rest.isEmpty()) {
         return RULE_OK;
     }
-    uint32_t length = writer.room();
-    const int32_t status = normalizeUrlPath(rest.text, rest.length, writer.end(), &length, false);
+    const uint32_t start = writer.length();
+    const int32_t status = UrlPathCopier(writer, false).begin(rest);
     if (status == RULE_OK) {
-        key.path = writer.take(length);
+        key.path = writer.from(start);
     }
     return status;
 }
@@ -95,16 +75,15 @@ int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32
     if (*inOutCapacity == 0) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    UrlParts parts{};
-    const char* portColon = nullptr;
-    if (splitUrl(url, length, &parts, &portColon) != RULE_OK) {
+    if (length == 0) {
         return RULE_ERR_INVALID_ARG;
     }
+    const UrlParts parts = splitUrl({url, length});
     *key = {};
-    KeyWriter writer(scratch, *inOutCapacity);
+    TextWriter writer(scratch, *inOutCapacity);
     int32_t status = writeScheme(parts.scheme, writer, *key);
     if (status == RULE_OK) {
-        status = copyPiece(parts.userInfo, false, writer, key->userInfo);
+        status = copyPiece(parts.userInfo, writer, key->userInfo);
     }
     if (status == RULE_OK) {
         status = writeHost(parts, writer, *key);

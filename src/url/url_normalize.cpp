@@ -1,12 +1,8 @@
 #include "url/url_normalize.h"
 
-#include <algorithm>
-#include <string_view>
-
 #include "core/library_option.h"
 #include "domain/host_name.h"
-#include "syntax/ascii.h"
-#include "syntax/text.h"
+#include "syntax/text_writer.h"
 #include "url/ip_literal_host.h"
 #include "url/url_path.h"
 #include "url/url_split.h"
@@ -21,7 +17,7 @@ constexpr uint8_t SHORT_HOST = 2;
 constexpr uint8_t SHORT_PATH = 3;
 
 constexpr uint8_t KEEP_PATH_CASE = 1;
-constexpr std::string_view SCHEME_END = "://";
+constexpr Text SCHEME_END = literalText("://");
 
 int32_t reportShort(NormalizedUrl& record, uint8_t field, int32_t status) noexcept {
     if (status == RULE_ERR_BUFFER_SMALL) {
@@ -30,8 +26,8 @@ int32_t reportShort(NormalizedUrl& record, uint8_t field, int32_t status) noexce
     return status;
 }
 
-int32_t writeScheme(const UrlPiece& scheme, NormalizedUrl& record) noexcept {
-    if (scheme.length <= SCHEME_END.size()) {
+int32_t writeScheme(Text scheme, NormalizedUrl& record) noexcept {
+    if (scheme.length <= SCHEME_END.length) {
         record.schemeLength = 0;
         // Absent, or "//"; "://" has no name in front.
         return scheme.length == 0 || scheme.length == 2 ? RULE_OK : RULE_ERR_BAD_RULE;
@@ -39,16 +35,15 @@ int32_t writeScheme(const UrlPiece& scheme, NormalizedUrl& record) noexcept {
     if (record.scheme == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const uint32_t length = scheme.length - static_cast<uint32_t>(SCHEME_END.size());
-    if (length > record.schemeLength) {
+    TextWriter writer(record.scheme, record.schemeLength);
+    if (!writer.putLower(scheme.first(scheme.length - SCHEME_END.length))) {
         return reportShort(record, SHORT_SCHEME, RULE_ERR_BUFFER_SMALL);
     }
-    std::transform(scheme.text, scheme.text + length, record.scheme, lowerAscii);
-    record.schemeLength = length;
+    record.schemeLength = writer.length();
     return RULE_OK;
 }
 
-int32_t writeHostName(const UrlPiece& host, NormalizedUrl& record) noexcept {
+int32_t writeHostName(Text host, NormalizedUrl& record) noexcept {
     uint32_t length = record.hostLength;
     int32_t status = normalizeIpLiteralHost(host.text, host.length, record.host, &length);
     if (status == RULE_OK && ipv6Enabled == 0) {
@@ -67,14 +62,14 @@ int32_t writeHostName(const UrlPiece& host, NormalizedUrl& record) noexcept {
     return RULE_OK;
 }
 
-int32_t writeHost(const UrlParts& parts, const char* portColon, NormalizedUrl& record) noexcept {
+int32_t writeHost(const UrlParts& parts, NormalizedUrl& record) noexcept {
     if (parts.host.length == 0) {
         record.hostLength = 0;
         record.port = 0;
         return RULE_OK;
     }
     record.port = static_cast<uint16_t>(parts.port);
-    if (parts.port == 0 && portColon != nullptr) {
+    if (parts.port == 0 && parts.portColon != nullptr) {
         return RULE_ERR_BAD_RULE;
     }
     if (record.host == nullptr) {
@@ -84,7 +79,7 @@ int32_t writeHost(const UrlParts& parts, const char* portColon, NormalizedUrl& r
 }
 
 bool isFileScheme(const NormalizedUrl& record) noexcept {
-    return std::string_view(record.scheme, record.schemeLength) == "file";
+    return Text{record.scheme, record.schemeLength} == literalText("file");
 }
 
 int32_t writePath(const UrlParts& parts, NormalizedUrl& record) noexcept {
@@ -99,7 +94,7 @@ int32_t writePath(const UrlParts& parts, NormalizedUrl& record) noexcept {
     if (record.path == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const UrlPiece path = parts.rest.length != 0 ? parts.rest : UrlPiece{"/", 1};
+    const Text path = parts.rest.length != 0 ? parts.rest : literalText("/");
     const bool keepCase = (record.keepPathCase & KEEP_PATH_CASE) != 0;
     const int32_t status =
         normalizeUrlPath(path.text, path.length, record.path, &record.pathLength, keepCase);
@@ -113,14 +108,13 @@ int32_t normalizeUrl(const char* text, uint32_t length, NormalizedUrl* record) n
         return RULE_ERR_INVALID_ARG;
     }
     const Text url = trimBlanks({text, length});
-    UrlParts parts{};
-    const char* portColon = nullptr;
-    if (url.isEmpty() || splitUrl(url.text, url.length, &parts, &portColon) != RULE_OK) {
+    if (url.isEmpty()) {
         return RULE_ERR_BAD_RULE;
     }
+    const UrlParts parts = splitUrl(url);
     int32_t status = writeScheme(parts.scheme, *record);
     if (status == RULE_OK) {
-        status = writeHost(parts, portColon, *record);
+        status = writeHost(parts, *record);
     }
     return status == RULE_OK ? writePath(parts, *record) : status;
 }

@@ -8,6 +8,7 @@
 namespace rs {
 
 // See rs_normalize_URL.
-int32_t normalizeUrl(const char* text, uint32_t length, NormalizedUrl* record) noexcept;
+[[nodiscard]] int32_t normalizeUrl(const char* text, uint32_t length,
+                                   NormalizedUrl* record) noexcept;
 
 }  // namespace rs

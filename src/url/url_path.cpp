@@ -6,14 +6,6 @@
 
 namespace rs {
 
-bool UrlPathCopier::put(char byte) noexcept {
-    if (length_ == capacity_) {
-        return false;
-    }
-    out_[length_++] = byte;
-    return true;
-}
-
 void UrlPathCopier::enterState(char byte) noexcept {
     if (byte == '#') {
         state_ = State::FRAGMENT;
@@ -22,28 +14,31 @@ void UrlPathCopier::enterState(char byte) noexcept {
     }
 }
 
-int32_t UrlPathCopier::begin(const char* text, uint32_t length) noexcept {
-    if (text[0] != '/') {
-        if (text[0] != '?' && text[0] != '#') {
+int32_t UrlPathCopier::begin(Text piece) noexcept {
+    const char first = *piece.text;
+    if (first != '/') {
+        if (first != '?' && first != '#') {
             return RULE_ERR_BAD_RULE;
         }
-        if (!put('/')) {
+        if (!out_.put('/')) {
             return RULE_ERR_BUFFER_SMALL;
         }
     }
-    return append(text, length);
+    return append(piece);
 }
 
-int32_t UrlPathCopier::append(const char* text, uint32_t length) noexcept {
+int32_t UrlPathCopier::append(Text piece) noexcept {
     const uint32_t rawFlag = keepCase_ ? PERCENT_KEEP_CASE : 0;
-    for (uint32_t i = 0; i < length;) {
-        const PercentByte next = readPercentByte(text + i, length - i, rawFlag);
-        const bool isSpace = text[i] == '+' && state_ == State::QUERY;
-        if (!put(isSpace ? ' ' : next.byte)) {
+    while (!piece.isEmpty()) {
+        const char byte = *piece.text;
+        const PercentByte next = readPercentByte(piece.text, piece.length, rawFlag);
+        const bool isSpace = byte == '+' && state_ == State::QUERY;
+        if (!out_.put(isSpace ? ' ' : next.byte)) {
             return RULE_ERR_BUFFER_SMALL;
         }
-        enterState(text[i]);
-        i += next.length;
+        // The byte as it stands in the URL: a decoded '?' begins no query.
+        enterState(byte);
+        piece = piece.from(next.length);
     }
     return RULE_OK;
 }
@@ -53,10 +48,10 @@ int32_t normalizeUrlPath(const char* rest, uint32_t length, char* out, uint32_t*
     if (rest == nullptr || length == 0 || out == nullptr || inOutCapacity == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    UrlPathCopier copier(out, *inOutCapacity, keepCase);
-    const int32_t status = copier.begin(rest, length);
+    TextWriter writer(out, *inOutCapacity);
+    const int32_t status = UrlPathCopier(writer, keepCase).begin({rest, length});
     if (status == RULE_OK) {
-        *inOutCapacity = copier.length();
+        *inOutCapacity = writer.length();
     }
     return status;
 }

@@ -9,33 +9,29 @@
 
 #include <cstdint>
 
+#include "syntax/text_writer.h"
+
 namespace rs {
 
 // Copies a path piece by piece: the state, path, query or fragment, goes on from one piece to the
 // next.
 class UrlPathCopier {
 public:
-    UrlPathCopier(char* out, uint32_t capacity, bool keepCase) noexcept
-        : out_(out), capacity_(capacity), keepCase_(keepCase) {}
+    UrlPathCopier(TextWriter& out, bool keepCase) noexcept : out_(out), keepCase_(keepCase) {}
 
     // Copies the first piece, which has a byte at least: '/', or '?' or '#', before which a '/' is
     // written. RULE_ERR_BAD_RULE for any other first byte, RULE_ERR_BUFFER_SMALL.
-    int32_t begin(const char* text, uint32_t length) noexcept;
+    [[nodiscard]] int32_t begin(Text piece) noexcept;
 
     // Copies a further piece. RULE_ERR_BUFFER_SMALL.
-    int32_t append(const char* text, uint32_t length) noexcept;
-
-    [[nodiscard]] uint32_t length() const noexcept { return length_; }
+    [[nodiscard]] int32_t append(Text piece) noexcept;
 
 private:
     enum class State : uint8_t { PATH, QUERY, FRAGMENT };
 
-    bool put(char byte) noexcept;
     void enterState(char byte) noexcept;
 
-    char* out_;
-    uint32_t capacity_;
-    uint32_t length_ = 0;
+    TextWriter& out_;
     bool keepCase_;
     State state_ = State::PATH;
 };
@@ -43,7 +39,7 @@ private:
 // Copies a whole path. keepCase keeps letters and decoded bytes as they are. *inOutCapacity is the
 // capacity in and the length out. RULE_ERR_INVALID_ARG for null or zero arguments, otherwise as
 // UrlPathCopier::begin.
-int32_t normalizeUrlPath(const char* rest, uint32_t length, char* out, uint32_t* inOutCapacity,
-                         bool keepCase) noexcept;
+[[nodiscard]] int32_t normalizeUrlPath(const char* rest, uint32_t length, char* out,
+                                       uint32_t* inOutCapacity, bool keepCase) noexcept;
 
 }  // namespace rs

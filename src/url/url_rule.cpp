@@ -3,40 +3,30 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <string_view>
 
 #include "core/library_option.h"
 #include "core/text_rule.h"
-#include "syntax/ascii.h"
 #include "syntax/ip_range.h"
-#include "syntax/text.h"
+#include "syntax/text_writer.h"
 #include "url/ip_literal_host.h"
 #include "url/url_path.h"
+#include "url/url_split.h"
 
 namespace rs {
 
 namespace {
 
-constexpr std::string_view HTTPS = "https";
+constexpr Text HTTP = literalText("http");
+constexpr Text HTTPS = literalText("https");
+constexpr Text ANY_PORT = literalText(":*");
 
 // The rule being written: [scheme][host][path], one behind the other.
-struct RuleWriter {
-    char* out;
-    uint32_t capacity;
+struct RuleOutput {
+    TextWriter writer;
     UrlRuleText& record;
-    uint32_t length = 0;
-
-    [[nodiscard]] char* end() const noexcept { return out + length; }
-    [[nodiscard]] uint32_t room() const noexcept { return capacity - length; }
 };
 
-// Whether the scheme begins with a name of lower-case letters, in any letter case.
-bool startsWithName(const UrlPiece& scheme, std::string_view name) noexcept {
-    return std::equal(name.begin(), name.end(), scheme.text,
-                      [](char left, char right) noexcept { return left == lowerAscii(right); });
-}
-
-int32_t writeScheme(const UrlPiece& scheme, RuleWriter& writer) noexcept {
+int32_t writeScheme(Text scheme, RuleOutput& rule) noexcept {
     switch (scheme.length) {
         case 0:
         case 2:  // "//"
@@ -44,102 +34,100 @@ int32_t writeScheme(const UrlPiece& scheme, RuleWriter& writer) noexcept {
         case 3:  // "://"
             return RULE_ERR_BAD_RULE;
         case 7:
-            return startsWithName(scheme, "http") ? RULE_OK : RULE_ERR_BAD_SCHEME;
+            return startsLowered(scheme, HTTP) ? RULE_OK : RULE_ERR_BAD_SCHEME;
         case 8:
             break;
         default:
             return RULE_ERR_BAD_SCHEME;
     }
-    if (!startsWithName(scheme, HTTPS)) {
+    if (!startsLowered(scheme, HTTPS)) {
         return RULE_ERR_BAD_SCHEME;
     }
-    if (writer.room() < HTTPS.size()) {
+    if (!rule.writer.put(HTTPS)) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    std::copy(HTTPS.begin(), HTTPS.end(), writer.end());
-    writer.record.scheme = {writer.end(), static_cast<uint32_t>(HTTPS.size())};
-    writer.length += static_cast<uint32_t>(HTTPS.size());
+    rule.record.scheme = rule.writer.from(0);
     return RULE_OK;
 }
 
 // Fills the port range; a ":*" is cut off the host.
-int32_t readPorts(const UrlParts& parts, const char* portColon, UrlPiece& host,
-                  UrlRuleText& record) noexcept {
+int32_t readPorts(const UrlParts& parts, Text& host, UrlRuleText& record) noexcept {
     if (parts.port != 0) {
         record.portLow = static_cast<uint16_t>(parts.port);
         record.portHigh = record.portLow;
         return RULE_OK;
     }
-    if (portColon == nullptr) {
+    if (parts.portColon == nullptr) {
         record.portLow = record.scheme.length != 0 ? HTTPS_PORT : HTTP_PORT;
         record.portHigh = record.portLow;
         return RULE_OK;
     }
-    if (!std::string_view(host.text, host.length).ends_with(":*")) {
+    if (!host.endsWith(ANY_PORT)) {
         return RULE_ERR_BAD_RULE;
     }
-    host.length -= 2;
+    host = host.first(host.length - ANY_PORT.length);
     record.portLow = 1;
     record.portHigh = 65535;
     return RULE_OK;
 }
 
-int32_t writeHost(const UrlPiece& host, RuleWriter& writer) noexcept {
-    uint32_t length = writer.room();
-    DomainRuleText& record = writer.record.host;
-    int32_t status = normalizeIpLiteralHost(host.text, host.length, writer.end(), &length);
-    if (status == RULE_OK) {
-        if (ipv6Enabled == 0) {
-            return RULE_ERR_BAD_RULE;
+int32_t writeHost(Text host, RuleOutput& rule) noexcept {
+    DomainRuleText& record = rule.record.host;
+    return rule.writer.append([&](char* out, uint32_t* inOutCapacity) noexcept {
+        const int32_t status = normalizeIpLiteralHost(host.text, host.length, out, inOutCapacity);
+        if (status == RULE_OK) {
+            if (ipv6Enabled == 0) {
+                return RULE_ERR_BAD_RULE;
+            }
+            record = {out, *inOutCapacity, 0};
+            return RULE_OK;
         }
-        record = {writer.end(), length, 0};
-    } else if (status != RULE_ERR_BUFFER_SMALL) {
-        status = parseDomainRule(host.text, host.length, writer.end(), &length, &record);
-    }
-    if (status == RULE_OK) {
-        writer.length += length;
-    }
-    return status;
+        if (status == RULE_ERR_BUFFER_SMALL) {
+            return status;
+        }
+        return parseDomainRule(host.text, host.length, out, inOutCapacity, &record);
+    });
 }
 
-// The path may hold one '*', which stands in the stored path where wildcardOffset says.
-int32_t writePath(const UrlPiece& rest, RuleWriter& writer) noexcept {
-    if (rest.length == 0) {
+// The path may hold one '*', which stands in the stored path where wildcardOffset says. The first
+// byte is none: it says where the path begins.
+int32_t writePath(Text rest, RuleOutput& rule) noexcept {
+    if (rest.isEmpty()) {
         return RULE_OK;
     }
-    const char* const restEnd = rest.text + rest.length;
-    const auto stars = std::count(rest.text + 1, restEnd, '*');
+    const auto stars = std::count(rest.begin() + 1, rest.end(), '*');
     if (stars > 1) {
         return RULE_ERR_BAD_RULE;
     }
-    const char* const star = std::find(rest.text + 1, restEnd, '*');
-    UrlPathCopier copier(writer.end(), writer.room(), false);
-    int32_t status = copier.begin(rest.text, static_cast<uint32_t>(star - rest.text));
+    const uint32_t star = 1 + rest.from(1).find('*');
+    const uint32_t start = rule.writer.length();
+    UrlPathCopier copier(rule.writer, false);
+    int32_t status = copier.begin(rest.first(star));
     if (status == RULE_OK && stars == 1) {
-        writer.record.wildcardOffset = copier.length();
-        status = copier.append(star, static_cast<uint32_t>(restEnd - star));
+        // Escapes before the '*' make the stored path shorter than the one in the text.
+        rule.record.wildcardOffset = rule.writer.length() - start;
+        status = copier.append(rest.from(star));
     }
     if (status == RULE_OK) {
-        writer.record.path = {writer.end(), copier.length()};
-        writer.length += copier.length();
+        rule.record.path = rule.writer.from(start);
     }
     return status;
 }
 
-int32_t writeRule(const UrlParts& parts, const char* portColon, RuleWriter& writer) noexcept {
-    int32_t status = writeScheme(parts.scheme, writer);
+int32_t writeRule(const UrlParts& parts, RuleOutput& rule) noexcept {
+    int32_t status = writeScheme(parts.scheme, rule);
     if (status != RULE_OK) {
         return status;
     }
-    UrlPiece host = parts.host;
-    if (host.length == 0) {
+    Text host = parts.host;
+    if (host.isEmpty()) {
         return RULE_ERR_BAD_RULE;
     }
-    status = readPorts(parts, portColon, host, writer.record);
+    status = readPorts(parts, host, rule.record);
     if (status == RULE_OK) {
-        status = writeHost(host, writer);
+        status = writeHost(host, rule);
     }
-    return status == RULE_OK ? writePath(parts.rest, writer) : status;
+    return status == RULE_OK ? writePath(parts.rest, rule) : status;
 }
 
 }  // namespace
@@ -154,16 +142,13 @@ int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inO
         return RULE_ERR_BAD_RULE;
     }
     *record = {};
-    UrlParts parts{};
-    const char* portColon = nullptr;
-    splitUrl(rule.text, rule.length, &parts, &portColon);
     if (*inOutCapacity == 0) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    RuleWriter writer{out, *inOutCapacity, *record};
-    const int32_t status = writeRule(parts, portColon, writer);
+    RuleOutput output{TextWriter(out, *inOutCapacity), *record};
+    const int32_t status = writeRule(splitUrl(rule), output);
     if (status == RULE_OK) {
-        *inOutCapacity = writer.length;
+        *inOutCapacity = output.writer.length();
     }
     return status;
 }

@@ -19,7 +19,7 @@
 #include "core/memory.h"
 #include "core/rule_set.h"
 #include "domain/domain_rule.h"
-#include "url/url_split.h"
+#include "syntax/text.h"
 
 namespace rs {
 
@@ -30,9 +30,9 @@ inline constexpr uint16_t HTTPS_PORT = 443;
 // A parsed rule. Its pieces point into the buffer that the parser was given.
 struct UrlRuleText {
     DomainRuleText host;
-    UrlPiece scheme;          // "https", or empty
-    UrlPiece extra;           // empty; reserved
-    UrlPiece path;            // empty when the rule has none
+    Text scheme;              // "https", or empty
+    Text extra;               // empty; reserved
+    Text path;                // empty when the rule has none
     uint32_t wildcardOffset;  // of the '*' in the path; 0 without one
     uint16_t portLow;
     uint16_t portHigh;  // inclusive
@@ -51,8 +51,8 @@ struct UrlRule {
 // and the length out. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_SCHEME for a scheme
 // other than http and https, RULE_ERR_BAD_RULE for anything else that is wrong with the text,
 // RULE_ERR_BUFFER_SMALL.
-int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
-                     UrlRuleText* record) noexcept;
+[[nodiscard]] int32_t parseUrlRule(const char* text, uint32_t length, char* out,
+                                   uint32_t* inOutCapacity, UrlRuleText* record) noexcept;
 
 // Parses a rule into a new record, which the caller frees with freeUrlRule; null with a status
 // otherwise. A text that no buffer below 8192 bytes is large enough for is RULE_ERR_NO_MEMORY.

@@ -1,30 +1,25 @@
 #include "url/url_split.h"
 
-#include <ruleset.h>
-
-#include "syntax/ascii.h"
+#include "syntax/number.h"
 
 namespace rs {
 
 namespace {
 
-constexpr uint32_t MAX_PORT = 65535;
+constexpr NumberForm PORT{
+    .maxLength = 5, .minValue = 1, .maxValue = UINT16_MAX, .leadingZeros = LeadingZeros::REFUSED};
 
 bool endsAuthority(char byte) noexcept {
     return byte == '/' || byte == '?' || byte == '#';
 }
 
-UrlPiece piece(const char* first, const char* end) noexcept {
-    return {first, static_cast<uint32_t>(end - first)};
-}
-
 // A walk over a URL from left to right, one step per operation.
 class Splitter {
 public:
-    Splitter(const char* text, uint32_t length, UrlParts& parts) noexcept
-        : at_(text), end_(text + length), hostStart_(text), parts_(parts) {}
+    explicit Splitter(Text url) noexcept
+        : at_(url.begin()), end_(url.end()), hostStart_(url.begin()) {}
 
-    const char* split() noexcept {
+    UrlParts split() noexcept {
         if (*at_ == '/') {
             splitAfterSlash();
         } else {
@@ -33,14 +28,14 @@ public:
             }
             scanAuthority();
         }
-        return portColon_;
+        return parts_;
     }
 
 private:
     // "//authority", or a path alone.
     void splitAfterSlash() noexcept {
         if (end_ - at_ < 2 || at_[1] != '/') {
-            parts_.rest = piece(at_, end_);
+            parts_.rest = textBetween(at_, end_);
             return;
         }
         endScheme(at_ + 2);
@@ -57,12 +52,12 @@ private:
                 return;
             }
             if (*at_ == ':') {
-                portColon_ = at_;
+                parts_.portColon = at_;
             } else if (*at_ == '/') {
                 if (at_[-1] != ':' || at_ + 1 == end_ || at_[1] != '/') {
                     return;
                 }
-                portColon_ = nullptr;
+                parts_.portColon = nullptr;
                 endScheme(at_ + 2);
                 scanAfterScheme();
                 return;
@@ -78,7 +73,7 @@ private:
                 return;
             }
             if (*at_ == ':') {
-                portColon_ = at_;
+                parts_.portColon = at_;
             }
         }
     }
@@ -87,73 +82,55 @@ private:
     void scanAuthority() noexcept {
         for (; at_ != end_ && !endsAuthority(*at_); ++at_) {
             if (*at_ == ':') {
-                portColon_ = at_;
+                parts_.portColon = at_;
             } else if (*at_ == ']') {
-                portColon_ = nullptr;
+                parts_.portColon = nullptr;
             }
         }
         if (at_ != end_) {
-            parts_.rest = piece(at_, end_);
+            parts_.rest = textBetween(at_, end_);
         }
         endHost();
     }
 
     void endScheme(const char* behind) noexcept {
-        parts_.scheme = piece(hostStart_, behind);
+        parts_.scheme = textBetween(hostStart_, behind);
         at_ = behind;
         hostStart_ = behind;
     }
 
     void endUserInfo() noexcept {
         ++at_;
-        parts_.userInfo = piece(hostStart_, at_);
+        parts_.userInfo = textBetween(hostStart_, at_);
         hostStart_ = at_;
     }
 
     // The host ends here, or before the colon of a valid port.
     void endHost() noexcept {
         const char* hostEnd = at_;
-        if (portColon_ != nullptr && readPort()) {
-            parts_.portText = piece(portColon_, at_);
-            hostEnd = portColon_;
+        if (parts_.portColon != nullptr && readPort()) {
+            parts_.portText = textBetween(parts_.portColon, at_);
+            hostEnd = parts_.portColon;
         }
         if (hostEnd > hostStart_) {
-            parts_.host = piece(hostStart_, hostEnd);
+            parts_.host = textBetween(hostStart_, hostEnd);
         }
     }
 
     bool readPort() noexcept {
-        uint32_t port = 0;
-        for (const char* digit = portColon_ + 1; digit != at_; ++digit) {
-            if (!isDecimalDigit(*digit) || (*digit == '0' && port == 0)) {
-                return false;
-            }
-            port = port * 10 + static_cast<uint32_t>(*digit - '0');
-            if (port > MAX_PORT) {
-                return false;
-            }
-        }
-        parts_.port = port;
-        return port != 0;
+        return readNumber<PORT>(textBetween(parts_.portColon + 1, at_), parts_.port);
     }
 
     const char* at_;
     const char* const end_;
     const char* hostStart_;
-    UrlParts& parts_;
-    const char* portColon_ = nullptr;
+    UrlParts parts_{};
 };
 
 }  // namespace
 
-int32_t splitUrl(const char* text, uint32_t length, UrlParts* parts,
-                 const char** portColon) noexcept {
-    if (text == nullptr || length == 0 || parts == nullptr || portColon == nullptr) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    *parts = {};
-    *portColon = Splitter(text, length, *parts).split();
-    return RULE_OK;
+UrlParts splitUrl(Text url) noexcept {
+    return url.isEmpty() ? UrlParts{} : Splitter(url).split();
 }
 
 }  // namespace rs

@@ -17,25 +17,22 @@
 
 #include <cstdint>
 
+#include "syntax/text.h"
+
 namespace rs {
 
-struct UrlPiece {
-    const char* text;  // null when the piece is absent
-    uint32_t length;
-};
-
+// An absent part has a null text.
 struct UrlParts {
-    UrlPiece scheme;    // with "://"; or "//"
-    UrlPiece userInfo;  // with '@'
-    UrlPiece host;      // with brackets; never empty
-    UrlPiece portText;  // ':' and digits of a valid port
-    uint32_t port;      // 0 without one
-    UrlPiece rest;      // path, query and fragment, from its '/', '?' or '#' on
+    Text scheme;            // with "://"; or "//"
+    Text userInfo;          // with '@'
+    Text host;              // with brackets; never empty
+    Text portText;          // ':' and digits of a valid port
+    uint32_t port;          // 0 without one
+    Text rest;              // path, query and fragment, from its '/', '?' or '#' on
+    const char* portColon;  // null without one; set also when no valid port follows it
 };
 
-// *portColon is the port colon, or null; it is reported also when no valid port follows it.
-// RULE_ERR_INVALID_ARG for null or zero arguments, otherwise RULE_OK.
-int32_t splitUrl(const char* text, uint32_t length, UrlParts* parts,
-                 const char** portColon) noexcept;
+// An empty text has no parts.
+[[nodiscard]] UrlParts splitUrl(Text url) noexcept;
 
 }  // namespace rs

@@ -32,20 +32,14 @@ namespace {
 void checkSplit(std::string_view url) {
     const ExactText text(url);
     const SplitUrl expected = splitUrlText(url);
-    UrlParts parts{};
-    const char* portColon = nullptr;
-    ASSERT_EQ(url.empty() ? RULE_ERR_INVALID_ARG : RULE_OK,
-              splitUrl(text.data(), text.size(), &parts, &portColon));
-    if (url.empty()) {
-        return;
-    }
+    const UrlParts parts = splitUrl({text.data(), text.size()});
     EXPECT_EQ(expected.scheme, textOf(parts.scheme));
     EXPECT_EQ(expected.userInfo, textOf(parts.userInfo));
     EXPECT_EQ(expected.host, textOf(parts.host));
     EXPECT_EQ(expected.portText, textOf(parts.portText));
     EXPECT_EQ(expected.port, parts.port);
     EXPECT_EQ(expected.rest, textOf(parts.rest));
-    EXPECT_EQ(expected.portColon ? text.data() + *expected.portColon : nullptr, portColon);
+    EXPECT_EQ(expected.portColon ? text.data() + *expected.portColon : nullptr, parts.portColon);
 }
 
 template <typename Operation>

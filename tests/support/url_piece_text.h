@@ -1,21 +1,21 @@
-// The pieces of URLs as texts.
+// The pieces of URLs as strings.
 #pragma once
 
 #include <optional>
 #include <string>
 
-#include "url/url_split.h"
+#include "syntax/text.h"
 
 namespace rs::test {
 
 // Nothing for an absent piece.
-inline std::optional<std::string> textOf(const UrlPiece& piece) {
+inline std::optional<std::string> textOf(Text piece) {
     return piece.text == nullptr ? std::nullopt
                                  : std::optional(std::string(piece.text, piece.length));
 }
 
 // Rules and keys know no difference between an absent piece and an empty one.
-inline std::string bytesOf(const UrlPiece& piece) {
+inline std::string bytesOf(Text piece) {
     return piece.length == 0 ? std::string() : textOf(piece).value();
 }
 

@@ -154,20 +154,22 @@ TEST(UrlPathCopier, GoesOnInTheStateOfThePieceBefore) {
     for (const auto& row : ROWS) {
         SCOPED_TRACE(row.text);
         char out[64];
-        UrlPathCopier copier(out, sizeof out, false);
-        EXPECT_EQ(RULE_OK, copier.begin(row.first.data(), size32(row.first)));
-        EXPECT_EQ(RULE_OK, copier.append(row.second.data(), size32(row.second)));
-        EXPECT_EQ(row.text, std::string_view(out, copier.length()));
+        TextWriter writer(out, sizeof out);
+        UrlPathCopier copier(writer, false);
+        EXPECT_EQ(RULE_OK, copier.begin({row.first.data(), size32(row.first)}));
+        EXPECT_EQ(RULE_OK, copier.append({row.second.data(), size32(row.second)}));
+        EXPECT_EQ(row.text, std::string_view(out, writer.length()));
     }
 }
 
 TEST(UrlPathCopier, SharesItsRoomBetweenThePieces) {
     char out[4];
-    UrlPathCopier copier(out, sizeof out, false);
-    EXPECT_EQ(RULE_OK, copier.begin("/a", 2));
-    EXPECT_EQ(RULE_OK, copier.append("bc", 2));
-    EXPECT_EQ(4, copier.length());
-    EXPECT_EQ(RULE_ERR_BUFFER_SMALL, copier.append("d", 1));
+    TextWriter writer(out, sizeof out);
+    UrlPathCopier copier(writer, false);
+    EXPECT_EQ(RULE_OK, copier.begin({"/a", 2}));
+    EXPECT_EQ(RULE_OK, copier.append({"bc", 2}));
+    EXPECT_EQ(4, writer.length());
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL, copier.append({"d", 1}));
 }
 
 }  // namespace
