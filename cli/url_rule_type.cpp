@@ -2,7 +2,7 @@
 #include "host_text.h"
 #include "rule_type.h"
 #include "text_input.h"
-#include "url/url_match.h"
+#include "url/url_match_key.h"
 #include "url/url_split.h"
 
 namespace cli {
@@ -66,7 +66,9 @@ std::string canonicalUrl(std::string_view key) {
     }
     std::string canonical(viewOf(url.scheme));
     canonical += viewOf(url.host);
-    canonical += viewOf(url.portText);
+    if (url.port != 0) {
+        canonical += ':' + std::to_string(url.port);
+    }
     canonical += url.path.length == 0 ? "/" : viewOf(url.path);
     return canonical;
 }

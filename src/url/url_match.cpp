@@ -25,17 +25,6 @@ bool admitsScheme(const UrlHostNode& node, const UrlMatchKey& key) noexcept {
     return node.schemeLength != 0 ? isHttps(key) : key.scheme.length != HTTPS_SCHEME_LENGTH;
 }
 
-uint16_t effectivePort(const UrlMatchKey& key, uint16_t defaultPort) noexcept {
-    if (key.portText.length == 0) {
-        return defaultPort;
-    }
-    uint16_t port = 0;
-    for (uint32_t i = 1; i < key.portText.length; ++i) {
-        port = static_cast<uint16_t>(port * 10 + (key.portText.text[i] - '0'));
-    }
-    return port;
-}
-
 // What an entry is tested against.
 struct PathKey {
     const char* path;
@@ -44,7 +33,7 @@ struct PathKey {
 };
 
 PathKey pathKeyOf(const UrlMatchKey& key, uint16_t defaultPort) noexcept {
-    const uint16_t port = effectivePort(key, defaultPort);
+    const uint16_t port = key.port != 0 ? key.port : defaultPort;
     if (key.path.length == 0) {
         return {"/", 1, port};
     }

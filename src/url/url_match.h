@@ -21,36 +21,14 @@
 #include <cstdint>
 
 #include "url/url_index.h"
+#include "url/url_match_key.h"
 
 namespace rs {
-
-// A URL in the canonical forms that rules are stored in; its pieces lie in the buffer that it was
-// parsed into.
-struct UrlMatchKey {
-    Text scheme;    // lower case, with "://"; empty for "//" and for none
-    Text userInfo;  // as written; not used by lookups
-    Text host;
-    Text portText;  // ':' and digits of a valid port
-    Text path;
-};
-
-inline constexpr uint32_t MAX_URL_SCRATCH = 4096;
-
-// The scratch bytes that a URL of length bytes gets.
-constexpr uint32_t urlScratchSize(uint32_t length) noexcept {
-    return length <= MAX_URL_SCRATCH / 4 ? 4 * length : MAX_URL_SCRATCH;
-}
 
 // Looks a URL of at least one byte up. Returns 1 with result filled, 0 for none, or the negative
 // status of parseUrlForMatch. result.ruleIndex is set to 0 as soon as the URL is parsed.
 [[nodiscard]] int32_t matchUrl(const UrlIndex& index, const char* url, uint32_t length,
                                MatchResult& result) noexcept;
-
-// Splits a URL and writes its canonical pieces into scratch. RULE_ERR_INVALID_ARG for null
-// arguments; RULE_ERR_BUFFER_SMALL when they do not fit; RULE_ERR_BAD_RULE for a URL with neither
-// host nor path, and for one without host that has a scheme or a port. Blanks are not trimmed.
-int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32_t* inOutCapacity,
-                         UrlMatchKey* key) noexcept;
 
 // Looks a parsed URL up. Returns 1 with result filled, or 0 for none with result.ruleIndex 0.
 [[nodiscard]] int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key,

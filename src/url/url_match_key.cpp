@@ -1,23 +1,23 @@
-// URL -> UrlMatchKey.
+#include "url/url_match_key.h"
+
 #include <ruleset.h>
 
 #include "domain/host_name.h"
 #include "syntax/text_writer.h"
 #include "url/ip_literal_host.h"
-#include "url/url_match.h"
 #include "url/url_path.h"
+#include "url/url_split.h"
 
 namespace rs {
 
 namespace {
 
-// Writes a piece as it is, which the key then points to.
-int32_t copyPiece(Text piece, TextWriter& writer, Text& out) noexcept {
+int32_t writeUserInfo(Text userInfo, TextWriter& writer, UrlMatchKey& key) noexcept {
     const uint32_t start = writer.length();
-    if (!writer.put(piece)) {
+    if (!writer.put(userInfo)) {
         return RULE_ERR_BUFFER_SMALL;
     }
-    out = writer.from(start);
+    key.userInfo = writer.from(start);
     return RULE_OK;
 }
 
@@ -50,7 +50,10 @@ int32_t writeHost(const UrlParts& parts, TextWriter& writer, UrlMatchKey& key) n
         return status;
     }
     key.host = writer.from(start);
-    return copyPiece(parts.portText, writer, key.portText);
+    key.port = static_cast<uint16_t>(parts.port);
+    // Deliberate: the digits take their room although lookups read the number. Whether a URL is too
+    // long for its scratch depends on all of its pieces.
+    return writer.put(parts.portText) ? RULE_OK : RULE_ERR_BUFFER_SMALL;
 }
 
 int32_t writePath(Text rest, TextWriter& writer, UrlMatchKey& key) noexcept {
@@ -83,7 +86,7 @@ int32_t parseUrlForMatch(const char* url, uint32_t length, char* scratch, uint32
     TextWriter writer(scratch, *inOutCapacity);
     int32_t status = writeScheme(parts.scheme, writer, *key);
     if (status == RULE_OK) {
-        status = copyPiece(parts.userInfo, writer, key->userInfo);
+        status = writeUserInfo(parts.userInfo, writer, *key);
     }
     if (status == RULE_OK) {
         status = writeHost(parts, writer, *key);

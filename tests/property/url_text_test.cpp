@@ -20,7 +20,7 @@
 #include "support/text.h"
 #include "support/url_piece_text.h"
 #include "url/ip_literal_host.h"
-#include "url/url_match.h"
+#include "url/url_match_key.h"
 #include "url/url_path.h"
 #include "url/url_rule.h"
 #include "url/url_split.h"
@@ -113,7 +113,7 @@ void expectKey(const UrlKey& expected, const ExactText& text, size_t capacity) {
     ASSERT_EQ(expected.scheme, bytesOf(key.scheme));
     ASSERT_EQ(expected.userInfo, bytesOf(key.userInfo));
     ASSERT_EQ(expected.host, bytesOf(key.host)) << "capacity " << capacity;
-    ASSERT_EQ(expected.portText, bytesOf(key.portText));
+    ASSERT_EQ(expected.portText, key.port == 0 ? "" : ":" + std::to_string(key.port));
     ASSERT_EQ(expected.path, bytesOf(key.path));
 }
 

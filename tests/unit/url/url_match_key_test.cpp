@@ -1,3 +1,5 @@
+#include "url/url_match_key.h"
+
 #include <ruleset.h>
 #include <ruleset_static.h>
 
@@ -10,7 +12,6 @@
 
 #include "support/text.h"
 #include "support/url_piece_text.h"
-#include "url/url_match.h"
 
 namespace rs::test {
 
@@ -24,9 +25,14 @@ struct Key {
     std::string scheme;
     std::string userInfo;
     std::string host;
-    std::string portText;
+    uint32_t port = 0;
     std::string path;
 };
+
+// The scratch bytes of ':' and digits.
+size_t portRoom(uint32_t port) {
+    return port == 0 ? 0 : 1 + std::to_string(port).size();
+}
 
 // Input and scratch stand in blocks of exactly their sizes.
 Key parse(std::string_view url, uint32_t capacity = ROOMY) {
@@ -40,10 +46,10 @@ Key parse(std::string_view url, uint32_t capacity = ROOMY) {
         result.scheme = bytesOf(key.scheme);
         result.userInfo = bytesOf(key.userInfo);
         result.host = bytesOf(key.host);
-        result.portText = bytesOf(key.portText);
+        result.port = key.port;
         result.path = bytesOf(key.path);
         EXPECT_EQ(used, result.scheme.size() + result.userInfo.size() + result.host.size() +
-                            result.portText.size() + result.path.size());
+                            portRoom(key.port) + result.path.size());
     }
     return result;
 }
@@ -53,7 +59,7 @@ struct Expected {
     std::string_view scheme;
     std::string_view userInfo;
     std::string_view host;
-    std::string_view portText;
+    uint32_t port;
     std::string_view path;
 };
 
@@ -64,33 +70,33 @@ void expectKey(const Expected& expected) {
     EXPECT_EQ(expected.scheme, key.scheme);
     EXPECT_EQ(expected.userInfo, key.userInfo);
     EXPECT_EQ(expected.host, key.host);
-    EXPECT_EQ(expected.portText, key.portText);
+    EXPECT_EQ(expected.port, key.port);
     EXPECT_EQ(expected.path, key.path);
 }
 
 TEST(UrlMatchKey, HoldsTheCanonicalPieces) {
     expectKey({"HTTPS://User:Pw@WEB.Example.COM:8080/A%41?X+Y#Z+W", "https://", "User:Pw@",
-               "web.example.com", ":8080", "/aa?x y#z+w"});
-    expectKey({"a.test", "", "", "a.test", "", ""});
-    expectKey({"a.test?q", "", "", "a.test", "", "/?q"});
-    expectKey({"FTP://A:21#F", "ftp://", "", "a", ":21", "/#f"});
+               "web.example.com", 8080, "/aa?x y#z+w"});
+    expectKey({"a.test", "", "", "a.test", 0, ""});
+    expectKey({"a.test?q", "", "", "a.test", 0, "/?q"});
+    expectKey({"FTP://A:21#F", "ftp://", "", "a", 21, "/#f"});
 }
 
 TEST(UrlMatchKey, HasNoSchemeForTwoSlashes) {
-    expectKey({"//a.test/x", "", "", "a.test", "", "/x"});
-    expectKey({"://a.test/x", "://", "", "a.test", "", "/x"});
+    expectKey({"//a.test/x", "", "", "a.test", 0, "/x"});
+    expectKey({"://a.test/x", "://", "", "a.test", 0, "/x"});
 }
 
 TEST(UrlMatchKey, TrimsNoBlanks) {
-    expectKey({" A.test/x ", "", "", " a.test", "", "/x "});
-    expectKey({" HTTP://a ", " http://", "", "a ", "", ""});
+    expectKey({" A.test/x ", "", "", " a.test", 0, "/x "});
+    expectKey({" HTTP://a ", " http://", "", "a ", 0, ""});
 }
 
 TEST(UrlMatchKey, HoldsAPathAlone) {
-    expectKey({"/X", "", "", "", "", "/x"});
-    expectKey({"?X", "", "", "", "", "/?x"});
-    expectKey({"#X", "", "", "", "", "/#x"});
-    expectKey({"u@/x", "", "u@", "", "", "/x"});
+    expectKey({"/X", "", "", "", 0, "/x"});
+    expectKey({"?X", "", "", "", 0, "/?x"});
+    expectKey({"#X", "", "", "", 0, "/#x"});
+    expectKey({"u@/x", "", "u@", "", 0, "/x"});
 }
 
 TEST(UrlMatchKey, NeedsAHostForASchemeOrAPort) {
@@ -103,34 +109,34 @@ TEST(UrlMatchKey, NeedsAHostForASchemeOrAPort) {
 
 // Deliberate: what follows the colon belongs to the host then.
 TEST(UrlMatchKey, HasNoPortBehindAColonWithoutValidPort) {
-    expectKey({"http://a:0/", "http://", "", "a:0", "", "/"});
-    expectKey({"http://a:08/", "http://", "", "a:08", "", "/"});
-    expectKey({"http://a:65536/", "http://", "", "a:65536", "", "/"});
-    expectKey({"http://a:/", "http://", "", "a:", "", "/"});
-    expectKey({"A:X", "", "", "a:x", "", ""});
-    expectKey({"http:/a", "", "", "http:", "", "/a"});
-    expectKey({":", "", "", ":", "", ""});
-    expectKey({"http://a:65535/", "http://", "", "a", ":65535", "/"});
+    expectKey({"http://a:0/", "http://", "", "a:0", 0, "/"});
+    expectKey({"http://a:08/", "http://", "", "a:08", 0, "/"});
+    expectKey({"http://a:65536/", "http://", "", "a:65536", 0, "/"});
+    expectKey({"http://a:/", "http://", "", "a:", 0, "/"});
+    expectKey({"A:X", "", "", "a:x", 0, ""});
+    expectKey({"http:/a", "", "", "http:", 0, "/a"});
+    expectKey({":", "", "", ":", 0, ""});
+    expectKey({"http://a:65535/", "http://", "", "a", 65535, "/"});
 }
 
 // Deliberate: the colon of a password is no error here.
 TEST(UrlMatchKey, TakesAPasswordWithoutPort) {
-    expectKey({"http://u:p@H/", "http://", "u:p@", "h", "", "/"});
-    expectKey({"u:80@H/x", "", "u:80@", "h", "", "/x"});
-    expectKey({"http://U:P@h:80/", "http://", "U:P@", "h", ":80", "/"});
-    expectKey({"u@v@h", "", "u@", "v@h", "", ""});
+    expectKey({"http://u:p@H/", "http://", "u:p@", "h", 0, "/"});
+    expectKey({"u:80@H/x", "", "u:80@", "h", 0, "/x"});
+    expectKey({"http://U:P@h:80/", "http://", "U:P@", "h", 80, "/"});
+    expectKey({"u@v@h", "", "u@", "v@h", 0, ""});
 }
 
 TEST(UrlMatchKey, HoldsBracketedLiteralsInTheirOneForm) {
-    expectKey({"http://[2001:DB8::1]:8/x", "http://", "", "[2001:db8:0:0:0:0:0:1]", ":8", "/x"});
-    expectKey({"http://[::FFFF:1.2.3.4]", "http://", "", "1.2.3.4", "", ""});
-    expectKey({"[A]", "", "", "[a]", "", ""});
-    expectKey({"[::G]", "", "", "[::g]", "", ""});
+    expectKey({"http://[2001:DB8::1]:8/x", "http://", "", "[2001:db8:0:0:0:0:0:1]", 8, "/x"});
+    expectKey({"http://[::FFFF:1.2.3.4]", "http://", "", "1.2.3.4", 0, ""});
+    expectKey({"[A]", "", "", "[a]", 0, ""});
+    expectKey({"[::G]", "", "", "[::g]", 0, ""});
 }
 
 TEST(UrlMatchKey, TakesLiteralsWhileIpv6IsOff) {
     setLibraryOption(RULE_OPTION_IPV6, 0);
-    expectKey({"http://[2001:DB8::1]:8/x", "http://", "", "[2001:db8:0:0:0:0:0:1]", ":8", "/x"});
+    expectKey({"http://[2001:DB8::1]:8/x", "http://", "", "[2001:db8:0:0:0:0:0:1]", 8, "/x"});
     setLibraryOption(RULE_OPTION_IPV6, 1);
 }
 
@@ -146,11 +152,11 @@ TEST(UrlMatchKey, HoldsTheHostAsNamesAreMatched) {
     expectKey(
         {"http://B\xC3\x9C"
          "CHER.example./",
-         "http://", "", "xn--bcher-kva.example", "", "/"});
-    expectKey({"http://My_Host./", "http://", "", "my_host", "", "/"});
-    expectKey({"http://a..B/", "http://", "", "a..b", "", "/"});
-    expectKey({"http://./x", "http://", "", "", "", "/x"});
-    expectKey({"%2E", "", "", "", "", ""});
+         "http://", "", "xn--bcher-kva.example", 0, "/"});
+    expectKey({"http://My_Host./", "http://", "", "my_host", 0, "/"});
+    expectKey({"http://a..B/", "http://", "", "a..b", 0, "/"});
+    expectKey({"http://./x", "http://", "", "", 0, "/x"});
+    expectKey({"%2E", "", "", "", 0, ""});
     const std::string longHost(300, 'a');
     EXPECT_EQ(longHost, parse("http://" + longHost).host);
 }
@@ -196,12 +202,12 @@ TEST(UrlMatchKey, ForgetsThePiecesOfAnEarlierUrl) {
     uint32_t capacity = sizeof scratch;
     UrlMatchKey key{};
     key.scheme = {"stale", 5};
-    key.portText = {"stale", 5};
+    key.port = 7;
     key.path = {"stale", 5};
     ASSERT_EQ(RULE_OK, parseUrlForMatch("a", 1, scratch, &capacity, &key));
     EXPECT_EQ(0, key.scheme.length);
     EXPECT_EQ(0, key.userInfo.length);
-    EXPECT_EQ(0, key.portText.length);
+    EXPECT_EQ(0, key.port);
     EXPECT_EQ(0, key.path.length);
 }
 
