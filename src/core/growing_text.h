@@ -30,8 +30,8 @@ constexpr uint64_t largestTextBuffer(uint32_t inputLength) noexcept {
 // the last status of parse, RULE_ERR_BUFFER_SMALL when the sizes run out, or RULE_ERR_NO_MEMORY
 // when a buffer cannot be had.
 template <typename Parse>
-int32_t parseIntoGrowingText(uint32_t inputLength, const Parse& parse,
-                             OwnedMemory<char[]>& out) noexcept {
+[[nodiscard]] int32_t parseIntoGrowingText(uint32_t inputLength, const Parse& parse,
+                                           OwnedMemory<char[]>& out) noexcept {
     uint64_t size = uint64_t{inputLength} + TEXT_BUFFER_STEP;
     if (size > UINT32_MAX) {
         return RULE_ERR_NO_MEMORY;
@@ -55,8 +55,8 @@ int32_t parseIntoGrowingText(uint32_t inputLength, const Parse& parse,
 
 // The same for a rule's text, where running out of sizes is RULE_ERR_NO_MEMORY.
 template <typename Parse>
-int32_t parseRuleIntoGrowingText(uint32_t inputLength, const Parse& parse,
-                                 OwnedMemory<char[]>& out) noexcept {
+[[nodiscard]] int32_t parseRuleIntoGrowingText(uint32_t inputLength, const Parse& parse,
+                                               OwnedMemory<char[]>& out) noexcept {
     const int32_t status = parseIntoGrowingText(inputLength, parse, out);
     return status == RULE_ERR_BUFFER_SMALL ? RULE_ERR_NO_MEMORY : status;
 }

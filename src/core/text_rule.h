@@ -27,7 +27,7 @@ inline char* copyRuleText(const char* text, uint32_t length, uint32_t padding) n
 // A new Rule, zero-filled and then filled by fill(record), which answers with a status. Null, with
 // that status or RULE_ERR_NO_MEMORY, when it fails: freeRule copes with the record as it is then.
 template <typename Rule, auto freeRule, typename Fill>
-Rule* makeRuleRecord(int32_t* status, const Fill& fill) noexcept {
+[[nodiscard]] Rule* makeRuleRecord(int32_t* status, const Fill& fill) noexcept {
     Owned<Rule, freeRule> rule(allocateRecord<Rule>());
     *status = rule ? fill(*rule) : RULE_ERR_NO_MEMORY;
     return *status == RULE_OK ? rule.release() : nullptr;
@@ -36,8 +36,8 @@ Rule* makeRuleRecord(int32_t* status, const Fill& fill) noexcept {
 // A new Rule that keeps its text as it was given, with padding zero bytes behind it. parse(record)
 // fills the parsed form; whatever it fails with is RULE_ERR_BAD_RULE.
 template <typename Rule, auto freeRule, typename Parse>
-Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding, int32_t* status,
-                   const Parse& parse) noexcept {
+[[nodiscard]] Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding,
+                                 int32_t* status, const Parse& parse) noexcept {
     return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept {
         if (parse(rule) != RULE_OK) {
             return RULE_ERR_BAD_RULE;
@@ -50,8 +50,8 @@ Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding, int32_t*
 // A new Rule that keeps its text in canonical form. parse(record, out, inOutCapacity) fills the
 // parsed form, which points into out, and answers RULE_ERR_BUFFER_SMALL for more room.
 template <typename Rule, auto freeRule, typename Parse>
-Rule* makeCanonicalRule(uint32_t length, const RuleValues& values, int32_t* status,
-                        const Parse& parse) noexcept {
+[[nodiscard]] Rule* makeCanonicalRule(uint32_t length, const RuleValues& values, int32_t* status,
+                                      const Parse& parse) noexcept {
     return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept {
         OwnedMemory<char[]> buffer;
         const int32_t parsed = parseRuleIntoGrowingText(

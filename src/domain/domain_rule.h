@@ -37,8 +37,8 @@ struct DomainRule {
 // Writes the canonical text of a rule into out and fills *record; *inOutCapacity is the capacity in
 // and the length out. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_RULE for a bad text,
 // RULE_ERR_BUFFER_SMALL.
-int32_t parseDomainRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
-                        DomainRuleText* record) noexcept;
+[[nodiscard]] int32_t parseDomainRule(const char* text, uint32_t length, char* out,
+                                      uint32_t* inOutCapacity, DomainRuleText* record) noexcept;
 
 // Parses a rule into a new record, which the caller frees with freeDomainRule; null with a status
 // otherwise. A text that no buffer below 8192 bytes is large enough for is RULE_ERR_NO_MEMORY.

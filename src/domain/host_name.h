@@ -24,30 +24,30 @@ inline constexpr uint32_t MAX_HOST_LENGTH = 255;
 
 // Copies a label, lower-casing ASCII and decoding escapes. *inOutNonAscii is set when a decoded byte
 // is 0x80 or above, and never cleared. RULE_ERR_BAD_RULE for a '%' without two hexadecimal digits.
-int32_t percentDecodeLower(const char* label, uint32_t length, char* out, uint32_t* inOutCapacity,
-                           bool* inOutNonAscii) noexcept;
+[[nodiscard]] int32_t percentDecodeLower(const char* label, uint32_t length, char* out,
+                                         uint32_t* inOutCapacity, bool* inOutNonAscii) noexcept;
 
 // The canonical form of one label, 1 to 63 bytes of it. nonAscii says that the label holds a byte
 // from 0x80 on as it stands. RULE_ERR_BAD_RULE for an empty label, a bad escape, more than 255 bytes
 // decoded, bad UTF-8, more than 63 code points, or a result over 63 bytes.
-int32_t normalizeHostLabel(const char* label, uint32_t length, char* out, uint32_t* inOutCapacity,
-                           bool nonAscii) noexcept;
+[[nodiscard]] int32_t normalizeHostLabel(const char* label, uint32_t length, char* out,
+                                         uint32_t* inOutCapacity, bool nonAscii) noexcept;
 
 // The strict normalizer. RULE_ERR_INVALID_ARG for null pointers and a zero length, RULE_ERR_BAD_RULE
 // for any other byte, a bad label, or more than 255 bytes of result. A trailing dot is dropped, but
 // needs its room.
-int32_t normalizeHostName(const char* name, uint32_t length, char* out,
-                          uint32_t* inOutCapacity) noexcept;
+[[nodiscard]] int32_t normalizeHostName(const char* name, uint32_t length, char* out,
+                                        uint32_t* inOutCapacity) noexcept;
 
 // The form for rules. What the strict normalizer refuses with RULE_ERR_BAD_RULE is copied literally,
 // in lower case and with good escapes decoded, as long as its labels have 1 to 63 bytes (the last
 // may be empty), it holds none of '#', '/', ':', '?', and the result has at most 255 bytes.
-int32_t normalizeRuleHost(const char* name, uint32_t length, char* out,
-                          uint32_t* inOutCapacity) noexcept;
+[[nodiscard]] int32_t normalizeRuleHost(const char* name, uint32_t length, char* out,
+                                        uint32_t* inOutCapacity) noexcept;
 
 // The form for names to be matched: as for rules, but the literal copy takes everything, at any
 // length.
-int32_t normalizeMatchHost(const char* name, uint32_t length, char* out,
-                           uint32_t* inOutCapacity) noexcept;
+[[nodiscard]] int32_t normalizeMatchHost(const char* name, uint32_t length, char* out,
+                                         uint32_t* inOutCapacity) noexcept;
 
 }  // namespace rs

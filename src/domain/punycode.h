@@ -17,14 +17,15 @@ inline constexpr uint32_t MAX_LABEL_LENGTH = 63;
 // RULE_OK with length 0 for a count of 0. RULE_ERR_INVALID_ARG for null pointers,
 // RULE_ERR_BUFFER_SMALL, or RULE_ERR_BAD_RULE for a result over MAX_LABEL_LENGTH and for deltas that
 // do not fit 31 bits.
-int32_t punycodeEncode(const uint32_t* codePoints, uint32_t count, char* out,
-                       uint32_t* inOutCapacity, bool addPrefix, bool lowerBasic) noexcept;
+[[nodiscard]] int32_t punycodeEncode(const uint32_t* codePoints, uint32_t count, char* out,
+                                     uint32_t* inOutCapacity, bool addPrefix,
+                                     bool lowerBasic) noexcept;
 
 // The bias for the next delta (RFC 3492 section 6.1).
 void punycodeAdapt(uint32_t delta, uint32_t numPoints, bool firstTime, uint32_t* biasOut) noexcept;
 
 // The character of a digit: 0 to 25 are letters, 26 to 35 are '0' to '9'. RULE_ERR_BAD_RULE for any
 // other value.
-int32_t punycodeDigit(uint32_t value, bool upperCase, char* charOut) noexcept;
+[[nodiscard]] int32_t punycodeDigit(uint32_t value, bool upperCase, char* charOut) noexcept;
 
 }  // namespace rs

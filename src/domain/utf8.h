@@ -15,7 +15,7 @@ namespace rs {
 // Deliberate: the last byte of a sequence of four is read from behind the first three even where
 // length ends there, so bytes must have one readable byte more than length says. A caller that puts
 // a byte there which continues no sequence, such as 0, has such a sequence refused.
-int32_t utf8ToCodePoints(const char* bytes, uint32_t length, uint32_t* out, uint32_t* inOutCount,
-                         bool lowerCase) noexcept;
+[[nodiscard]] int32_t utf8ToCodePoints(const char* bytes, uint32_t length, uint32_t* out,
+                                       uint32_t* inOutCount, bool lowerCase) noexcept;
 
 }  // namespace rs

@@ -27,17 +27,18 @@ constexpr Address128 mappedAddress(uint32_t ipv4) noexcept {
     return {{0, 0, IPV4_MAPPED_WORD, ipv4}};
 }
 
-constexpr bool isIpv4Mapped(const Address128& address) noexcept {
+[[nodiscard]] constexpr bool isIpv4Mapped(const Address128& address) noexcept {
     return address.words[0] == 0 && address.words[1] == 0 && address.words[2] == IPV4_MAPPED_WORD;
 }
 
 // 1 when left is above right, -1 when below, 0 when equal.
-constexpr int32_t compareU32(uint32_t left, uint32_t right) noexcept {
+[[nodiscard]] constexpr int32_t compareU32(uint32_t left, uint32_t right) noexcept {
     return left > right ? 1 : (left < right ? -1 : 0);
 }
 
 // The same for addresses of 128 bits: the first words that differ decide.
-constexpr int32_t compareIPv6(const Address128& left, const Address128& right) noexcept {
+[[nodiscard]] constexpr int32_t compareIPv6(const Address128& left,
+                                            const Address128& right) noexcept {
     for (uint32_t i = 0; i < left.words.size(); ++i) {
         const int32_t order = compareU32(left.words[i], right.words[i]);
         if (order != 0) {

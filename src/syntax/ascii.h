@@ -6,11 +6,11 @@
 namespace rs {
 
 // The four bytes that are trimmed off rule texts.
-constexpr bool isBlank(char byte) noexcept {
+[[nodiscard]] constexpr bool isBlank(char byte) noexcept {
     return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
 }
 
-constexpr bool isDecimalDigit(char byte) noexcept {
+[[nodiscard]] constexpr bool isDecimalDigit(char byte) noexcept {
     return byte >= '0' && byte <= '9';
 }
 
@@ -19,7 +19,7 @@ constexpr char lowerAscii(char byte) noexcept {
     return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
 }
 
-constexpr bool isAscii(char byte) noexcept {
+[[nodiscard]] constexpr bool isAscii(char byte) noexcept {
     return static_cast<uint8_t>(byte) < 0x80;
 }
 

@@ -32,10 +32,10 @@ template <uint32_t count>
 }
 
 // Tests for the ends of an address field.
-inline bool isDigitByte(char byte) noexcept {
+[[nodiscard]] inline bool isDigitByte(char byte) noexcept {
     return isDecimalDigit(byte);
 }
-inline bool isNotBlankByte(char byte) noexcept {
+[[nodiscard]] inline bool isNotBlankByte(char byte) noexcept {
     return !isBlank(byte);
 }
 

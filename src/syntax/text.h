@@ -52,28 +52,28 @@ struct Text {
 };
 
 // The bytes from first up to end.
-constexpr Text textBetween(const char* first, const char* end) noexcept {
+[[nodiscard]] constexpr Text textBetween(const char* first, const char* end) noexcept {
     return {first, static_cast<uint32_t>(end - first)};
 }
 
 // The bytes of a string literal, without its NUL.
 template <uint32_t size>
-constexpr Text literalText(const char (&literal)[size]) noexcept {
+[[nodiscard]] constexpr Text literalText(const char (&literal)[size]) noexcept {
     return {literal, size - 1};
 }
 
 // Whether a text begins with, or is, a name of lower-case letters, in any letter case.
-constexpr bool startsLowered(Text text, Text name) noexcept {
+[[nodiscard]] constexpr bool startsLowered(Text text, Text name) noexcept {
     return text.length >= name.length &&
            std::equal(name.begin(), name.end(), text.begin(),
                       [](char left, char right) noexcept { return left == lowerAscii(right); });
 }
-constexpr bool equalsLowered(Text text, Text name) noexcept {
+[[nodiscard]] constexpr bool equalsLowered(Text text, Text name) noexcept {
     return text.length == name.length && startsLowered(text, name);
 }
 
 // Drops space, tab, CR and LF from both ends; what is left may be empty.
-constexpr Text trimBlanks(Text text) noexcept {
+[[nodiscard]] constexpr Text trimBlanks(Text text) noexcept {
     const char* first = text.begin();
     const char* end = text.end();
     while (first != end && isBlank(*first)) {
