@@ -8,7 +8,7 @@
 #     finding                   the input that failed, if one did
 #
 # New inputs stay in BUILD_DIR/corpus, and so serve the next run; an input that fails is kept in BUILD_DIR/findings, to
-# be moved to fuzz/corpus with the fix. A finding ends its fuzzer, but not the others, and makes the script fail.
+# be moved to fuzz/corpus with the fix. The table stays in BUILD_DIR/fuzz_table. A finding ends its fuzzer, but not the others, and makes the script fail.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${1:?usage: scripts/fuzz.sh BUILD_DIR SECONDS [ENTRY...]}
@@ -93,7 +93,8 @@ for entry in "${entries[@]}"; do
     run "$entry" || failures=$((failures + 1))
 done
 
+echo "fuzz.sh: ${#entries[@]} fuzzers of $seconds s, $failures failed" >>"$table"
+
 echo
 cat "$table"
-echo "fuzz.sh: ${#entries[@]} fuzzers, $failures failed"
 [[ $failures -eq 0 ]]

@@ -8,7 +8,7 @@ A mutant is one small change of a line of src: a comparison turned or moved by o
 killed when a test fails, crashes or hangs, and survive when none does. A survivor is either a test that is missing, or a
 change that makes no difference; the list at the end is there to be read.
 
-WORK_DIR gets a copy of the sources and a build for each job, and results.txt, a line for each mutant.
+WORK_DIR gets a copy of the sources and a build for each job, and results.txt: the options, then a line for each mutant.
 """
 
 import argparse
@@ -159,6 +159,7 @@ def main():
     totals = {}
     survivors = []
     results = (work / "results.txt").open("w")
+    results.write(f"./dev mutate {arguments.count} --seed {arguments.seed} --only '{arguments.only}'\n")
 
     def judge(mutant):
         if sum(killed + survived for killed, survived in totals.values()) >= arguments.count:
