@@ -58,6 +58,8 @@ def tests(build):
         for item in test["properties"]:
             if item["name"] == "LABELS":
                 counts[item["value"][0]] = counts.get(item["value"][0], 0) + 1
+    if not counts:
+        raise NoFigures(f"ctest knows no tests of {build / 'dev'}")
     rows = [[f"`{label}`", count] for label, count in sorted(counts.items())]
     return ["`./dev test`, by label:", "", *table(["label", "tests:"], [*rows, ["all", sum(counts.values())]])]
 
@@ -76,7 +78,7 @@ def faults(build):
 
 def properties(build):
     log = read(build / "dev/properties.log")
-    rows = [[f"`{name}`" if name != "all" else name, int(count)]
+    rows = [[name if name == "all" else re.sub(r"^\w+", r"`\g<0>`", name), int(count)]
             for count, name in re.findall(r"^ *(\d+) comparisons: (.*)$", log, re.MULTILINE)]
     if not rows or "[  FAILED  ]" in log:
         raise NoFigures("the last run of the properties failed")
@@ -89,7 +91,8 @@ def fuzz(build):
     if done is None:
         raise NoFigures("the last run of the fuzzers did not end")
     rows = [line.split(None, 6) for line in lines[1:-1]]
-    missing = {path.name[:-len("_fuzz.cpp")] for path in pathlib.Path("fuzz").glob("*_fuzz.cpp")} - {row[0] for row in rows}
+    entries = {path.name.removesuffix("_fuzz.cpp") for path in (build.parent / "fuzz").glob("*_fuzz.cpp")}
+    missing = entries - {row[0] for row in rows}
     if missing:
         raise NoFigures(f"the last run left {', '.join(sorted(missing))} out")
     cells = [[f"`{row[0]}`", *(int(cell) if cell.isdigit() else cell for cell in row[1:5]), row[6]] for row in rows]
