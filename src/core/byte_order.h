@@ -3,6 +3,9 @@
 //     0x01020304    big endian     01 02 03 04     the order of the network
 //                   little endian  04 03 02 01
 //                   host order     either of them, as the machine has it
+//
+// Ownership:  the caller owns the bytes, and has as many of them as the name of the operation says.
+// Threads:    none of its own: values in, values out.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Singly linked chains of elements that have a field `next`.
+// Singly linked chains. Their elements are records with a field `next`.
 //
 //     first -> element -> element -> null        a plain chain is a pointer to its first element
 //                            ^

@@ -1,5 +1,5 @@
-// What the entries of all compiled structures have alike. An entry carries what a lookup reports of
-// its rule:
+// What the entries of all compiled structures have in common. An entry holds what a lookup reports
+// of its rule:
 //
 //     rule           ruleValue  ruleId  userData
 //     its position       |        |        |
@@ -8,7 +8,11 @@
 //                                                   reportEntry
 //     MatchResult, the same four
 //
-// Each rule type lays its entries out in its own way, so these are templates over the field names.
+// Each rule type lays its entries out in its own way, so these are templates over records with the
+// same field names.
+//
+// Ownership:  userData is copied as a pointer. core/release.h says which entry owns it.
+// Threads:    none of its own: values in, values out.
 #pragma once
 
 #include <ruleset.h>

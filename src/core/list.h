@@ -2,7 +2,7 @@
 //
 //     head <-> element <-> element <-> head          empty: head <-> head
 //
-// An element holds a ListLink, from which its user finds the element.
+// An element holds a ListLink. The user of a list finds the element from its link.
 //
 // Ownership:  the list owns nothing; whoever links an element frees it.
 // Cost:       appending and unlinking change four pointers.

@@ -1,12 +1,16 @@
 // The only calls of malloc, calloc and free in the library, and the owners of what they return.
 //
-// At rest the library holds plain structs. While a thing is being built it has an owner of this
+// What the library keeps are plain structs. While a thing is being built it has an owner of this
 // header. The owner lets go when the thing is linked where it belongs. So every failure is a plain
 // return: the owner frees the thing.
 //
 //     Owned<HashTable, freeTable> table(...);     owns
 //     if (!fill(*table)) return false;            frees
 //     group.table = table.release();              lets go
+//
+// Invariants: memory from here is freed by freeMemory, here, and by nothing else. Records have no
+//             destructor that does anything.
+// Threads:    those of the C allocator: any.
 #pragma once
 
 #include <cstddef>
@@ -50,7 +54,7 @@ struct MemoryFreeing {
     }
 };
 
-// Owns a block from which nothing else hangs that must be freed. OwnedMemory<T[]> owns an array.
+// Owns a block that owns nothing else. OwnedMemory<T[]> owns an array.
 template <typename T>
 using OwnedMemory = std::unique_ptr<T, MemoryFreeing>;
 

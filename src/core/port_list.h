@@ -5,6 +5,9 @@
 //
 //     80,443,1000-2000   ->   1000-2000, 443-443, 80-80      a list runs in reverse text order
 //     *                  ->   1-65535                        port 0 is never covered
+//
+// Ownership:  whoever holds the first node owns the list.
+// Cost:       parsing makes one allocation for each item; a test walks the list.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +28,7 @@ using PortRange = RangeNode<uint16_t>;
 [[nodiscard]] PortRange* parsePortListItem(const char* text, uint32_t length,
                                            PortRange** head) noexcept;
 
-// What counts of a port that a lookup is given.
+// The part of a port that a lookup uses: its low 16 bits.
 constexpr uint16_t lookupPort(uint32_t port) noexcept {
     return static_cast<uint16_t>(port & 0xFFFFU);
 }

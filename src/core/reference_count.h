@@ -1,7 +1,13 @@
 // Counters that several threads may change.
 //
-// A counter is a plain word, so that the structs around it stay trivial. Only these operations
-// touch it, all of them atomically.
+// A counter is a plain word, so that the structs around it stay trivial. Once a second thread may
+// see it, only these operations touch it, all of them atomically.
+//
+//     1 --retainReference--> 2 --dropReference--> 1 (false) --dropReference--> 0 (true: free it)
+//
+// Ownership:  who takes a reference drops it. The one who drops the last frees what is counted.
+// Threads:    any. The one who frees sees all that others wrote before they dropped theirs.
+// Cost:       one atomic step.
 #pragma once
 
 #include <atomic>

@@ -4,8 +4,11 @@
 //           \--- entry  0 ------------------------> userData      freed: nothing happens
 //
 // A rule may have several entries, and one of them owns its userData. While a structure is built,
-// one byte per rule (the claims) says whether an entry owns it already.
+// one byte per rule (the claims) says whether an entry owns it already. Rule types whose rules have
+// one entry each need no claims.
 //
+// Ownership:  the host owns what userData points to. To own userData here means to be the one that
+//             gives it back.
 // Threads:    the callback runs in the thread that drops the last reference, or that builds.
 #pragma once
 

@@ -10,6 +10,7 @@
 //             list are of one type.
 // Ownership:  the set owns its records. It borrows userData and never gives it back.
 // Threads:    one at a time; the host serialises all use of one set, builds included.
+// Cost:       adding a rule is one step beside its parsing; freeing visits every record.
 #pragma once
 
 #include <ruleset.h>

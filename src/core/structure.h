@@ -1,17 +1,23 @@
-// Compiled structures, the shared part: making one, counting its references, owning it while it is
-// built, walking the rules it is built from, and dropping it from the slot of a group.
+// Compiled structures, the part that all rule types share: making one, owning it while it is built,
+// walking the rules that it is built from, sharing it, and dropping it from the slot of a group.
 //
-//     RuleSet  list of records --forEachRule--> OwnedStructure --release()--> slot of a RuleGroup
+//     RuleSet  list of records --forEachRule--> OwnedStructure --lets go--> slot of a RuleGroup
 //                                                    |
-//                             a failed build frees the structure here, with its userData
+//                     a failed build frees it here and gives its userData back
 //
-// A structure is a record with a field refCount. Its rule type has the operation that frees it, which
-// begins with dropFromSlot:
+// A structure is a record with a field refCount. Its rule type declares it, with one operation
+// that drops a reference to it:
 //
 //     void release<Structure>(Structure** slot, const ReleaseInfo* info) noexcept;
 //
-// Ownership:  the group that drops the last reference frees the structure.
-// Threads:    one thread builds; references are counted atomically.
+// The operation begins with dropFromSlot or dropLastFromSlot. When these return a structure, it
+// frees the structure and gives the userData in it back through *info, which is never null.
+//
+// Invariants: refCount is the number of slots that hold the structure, or 1 while it is built.
+// Ownership:  each slot holds one reference. The group that drops the last one frees the structure.
+// Threads:    one thread builds. Then groups that share a structure may be dropped in any threads:
+//             references are counted atomically. A slot itself has one thread at a time.
+// Cost:       sharing and dropping are one step. Freeing visits everything in the structure.
 #pragma once
 
 #include <cstddef>
@@ -26,12 +32,13 @@
 
 namespace rs {
 
-// How a structure compiled from a set gives userData back.
+// How a structure that is being built from a set gives userData back. A copy: what keeps it
+// may outlive the set.
 inline ReleaseInfo releaseInfoOf(const RuleSet& set) noexcept {
     return {set.releaseCallback, set.releaseContext, 0};
 }
 
-// Freeing a structure calls the host back, so its owner carries what that needs.
+// Freeing a structure calls the host back, so its owner stores what that needs.
 template <typename Structure, auto releaseStructure>
 struct StructureReleasing {
     ReleaseInfo info;
@@ -42,7 +49,8 @@ struct StructureReleasing {
 template <typename Structure, auto releaseStructure>
 using OwnedStructure = std::unique_ptr<Structure, StructureReleasing<Structure, releaseStructure>>;
 
-// A new structure with one reference, for the rules of a set; null when memory is out.
+// A new structure for the rules of a set, zero-filled but for its one reference; null when memory
+// is out.
 template <typename Structure, auto releaseStructure>
 [[nodiscard]] OwnedStructure<Structure, releaseStructure> newStructure(
     const RuleSet& set) noexcept {
@@ -54,7 +62,8 @@ template <typename Structure, auto releaseStructure>
     return structure;
 }
 
-// Shares a structure with a further slot; a null structure is left alone.
+// Stores a structure in a further slot, which is empty, and counts the reference. A null structure
+// leaves the slot as it is.
 template <typename Structure>
 void shareStructure(Structure* structure, Structure*& slot) noexcept {
     if (structure != nullptr) {
@@ -63,8 +72,8 @@ void shareStructure(Structure* structure, Structure*& slot) noexcept {
     }
 }
 
-// Clears *slot and drops its reference. Returns the structure when that was the last reference: the
-// caller frees it. Null otherwise, and for a null slot or an empty one.
+// Clears *slot and drops its reference. Returns the structure when that was the last reference;
+// then the caller frees it. Null otherwise, and for a null slot or an empty one.
 template <typename Structure>
 [[nodiscard]] Structure* dropFromSlot(Structure** slot) noexcept {
     if (slot == nullptr || *slot == nullptr) {
@@ -75,7 +84,8 @@ template <typename Structure>
     return dropReference(structure->refCount) ? structure : nullptr;
 }
 
-// The same for structures whose slot is cleared only when the last reference is dropped.
+// The same for a structure (of domain or URL rules) whose slot is cleared with the last reference
+// only. After an earlier one *slot still names the structure, which is no longer the caller's.
 template <typename Structure>
 [[nodiscard]] Structure* dropLastFromSlot(Structure** slot) noexcept {
     if (slot == nullptr || *slot == nullptr || !dropReference((*slot)->refCount)) {
@@ -95,7 +105,7 @@ Rule& ruleOf(ListLink& link) noexcept {
 }
 
 // Visits the rules of a list in order: visit(rule, ruleIndex), with positions counted from 1. Stops
-// with false after the first visit that answers false.
+// after the first visit that answers false, and is false then.
 template <typename Rule, typename Visit>
 [[nodiscard]] bool forEachRule(RuleList& list, const Visit& visit) noexcept {
     uint32_t ruleIndex = 0;
@@ -107,8 +117,8 @@ template <typename Rule, typename Visit>
     return true;
 }
 
-// One byte per rule of the list, all 0, in which entries claim userData; none when no rule has any.
-// False when memory is out.
+// The claims of core/release.h for a build: one byte per rule of the list, all 0. True with null
+// claims when no rule has userData; false when memory is out.
 [[nodiscard]] inline bool allocateClaims(const RuleSet& set, const RuleList& list,
                                          OwnedMemory<uint8_t>& claims) noexcept {
     if (set.hasUserData == 0 || list.ruleCount == 0) {

@@ -33,7 +33,7 @@ template <typename Rule, auto freeRule, typename Fill>
     return *status == RULE_OK ? rule.release() : nullptr;
 }
 
-// A new Rule that keeps its text as it was given, with padding zero bytes behind it. parse(record)
+// A new Rule that keeps its text as it was given, with padding zero bytes after it. parse(record)
 // fills the parsed form; whatever it fails with is RULE_ERR_BAD_RULE.
 template <typename Rule, auto freeRule, typename Parse>
 [[nodiscard]] Rule* makeTextRule(const char* text, uint32_t length, uint32_t padding,

@@ -1,4 +1,4 @@
-// The ident text of the library.
+// The ident text of the library: a constant, which any thread may read.
 #pragma once
 
 namespace rs {

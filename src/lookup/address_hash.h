@@ -3,7 +3,8 @@
 //
 //     10.1.2.3     10 * 37 + 1 * 19 + 2 * 17 + 3 * 13 + 736  =  1198
 //
-// An address and its IPv4-mapped form have different hashes as a rule: they are never in one table.
+// An address and its IPv4-mapped form usually have different hashes. That does no harm: they are
+// never in one table.
 #pragma once
 
 #include <cstdint>

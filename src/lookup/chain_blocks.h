@@ -1,19 +1,25 @@
-// The chain of one bucket, which can be packed into sorted blocks once it is complete, so that a
-// crowded bucket is searched by bisection.
+// The chain of one bucket of a hash table. Once the chain is complete it can be packed into sorted
+// blocks, so that a crowded bucket is searched by bisection.
 //
 //     as built    node -> node -> node -> node -> node -> ...
 //     packed      node -> [ node node node ... node ] -> [ node node ]
 //                 head      sorted                         sorted
 //
-// A chain is a sequence of blocks; as built, each block is one node. A block's first node stores the
-// address and length of the next block, in next and nextCount. Nothing stores the head's length, so
-// the head is always one node.
+// A chain is a sequence of blocks; as built, each block is one node. A block's first node stores
+// the address and length of the next block, in next and nextCount. Nothing stores the head's
+// length, so the head is always one node.
 //
-// Invariants: next and nextCount are read in the first node of a block only, and are 0 in the others
-//             of a packed block. The last block leads on to null and 0.
-// Ownership:  whoever holds the head owns the chain. Each block is one allocation.
+// Node is a plain record with these two fields, which may be moved by copying it. Its user decides
+// whether a chain may have equal nodes. These may be side by side in one block, and in several
+// blocks: a search then asks every block.
+//
+// Invariants: next and nextCount are read in the first node of a block only. They are 0 in the
+//             other nodes of a packed block, and in the first node of the last block.
+// Ownership:  whoever holds the head owns the chain. Each block is one allocation. Packing moves
+//             every node but the head, so pointers to the others end with it.
 // Threads:    a chain is built and packed by one thread; then any number of threads may search it.
 // Cost:       a search walks the blocks and bisects each: of n nodes in blocks of m, n/m * log2(m).
+//             Packing sorts each block once.
 #pragma once
 
 #include <algorithm>
@@ -42,7 +48,8 @@ ChainBlock<Node> nextBlock(const ChainBlock<Node>& block) noexcept {
     return {block.first->next, block.first->nextCount};
 }
 
-// Puts a node, as a block of its own, before a chain that is not packed.
+// Puts a node, as a block of its own, before a chain that is not packed. So a chain runs from the
+// newest node to the oldest.
 template <typename Node>
 void pushSingleNode(Node*& head, Node& node) noexcept {
     node.next = head;
@@ -51,7 +58,8 @@ void pushSingleNode(Node*& head, Node& node) noexcept {
 }
 
 // The first node of a sorted block that does not come before the key; null when there is none.
-// order(node) is below 0 for the nodes that come before the key.
+// order(node) is below 0 for the nodes that come before the key. The node found may be greater than
+// the key: the caller compares. Further equal nodes come right after it.
 template <typename Node, typename Order>
 Node* lowerBound(const ChainBlock<Node>& block, const Order& order) noexcept {
     Node* end = block.first + block.count;
@@ -60,8 +68,8 @@ Node* lowerBound(const ChainBlock<Node>& block, const Order& order) noexcept {
     return found == end ? nullptr : found;
 }
 
-// Moves the first count nodes of a chain of single nodes into one block, sorts it, and lets it lead
-// on to the rest of the chain. Null, with the chain left alone, when memory is out.
+// Moves the first count nodes of a chain of single nodes into one block, sorts it, and links the
+// rest of the chain after it. Null, with the chain left alone, when memory is out.
 template <typename Node, typename Before>
 Node* moveIntoBlock(Node* run, uint32_t count, const Before& before) noexcept {
     Node* block = allocateArray<Node>(count);
@@ -82,10 +90,11 @@ Node* moveIntoBlock(Node* run, uint32_t count, const Before& before) noexcept {
     return block;
 }
 
-// Packs a chain of single nodes if it is crowded. The head stays alone. The other nodes go, in chain
-// order, into blocks of at most maxCount nodes, each sorted by before(left, right). A node that
-// mayJoin(first, node) refuses begins a new block. When memory runs out, the rest stays as single
-// nodes, which a search finds too.
+// Packs a chain of single nodes if it is crowded. The head stays alone. The other nodes go, in
+// chain order, into blocks of at most maxCount nodes, each sorted by before(left, right). A node
+// that mayJoin(first, node) refuses begins a new block; first is the block's first node before
+// sorting, which may always join itself. When memory runs out, the rest stays as single nodes,
+// which a search finds too.
 template <typename Node, typename Before, typename MayJoin>
 void packChain(Node* head, uint32_t maxCount, const Before& before,
                const MayJoin& mayJoin) noexcept {
@@ -113,8 +122,8 @@ void packChain(Node* head, uint32_t maxCount, const Before& before,
     }
 }
 
-// Frees a chain, packed or not: freeNode(block, node) frees what a node owns, and the blocks are
-// freed here.
+// Frees a chain, packed or not. freeNode(block, node) frees what a node owns, knowing the block
+// that the node is in; the blocks are freed here.
 template <typename Node, typename FreeNode>
 void freeBlocks(Node* head, const FreeNode& freeNode) noexcept {
     for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;) {

@@ -8,8 +8,8 @@
 //                 ...
 //
 // An element with hash h belongs in bucket h % bucketCount. The table knows neither elements nor
-// keys: it picks the bucket, and a callback of its user searches or changes what is in it. A
-// callback's first line casts its void pointers to what they are.
+// keys. It picks the bucket, and a callback of its user searches or changes what is in the bucket.
+// A callback's first line casts its void pointers to what they are.
 //
 // Invariants: bucketCount never changes. elementCount is the number of inserts minus removals; a
 //             user who empties the buckets before hashDestroy need not count down.
@@ -48,8 +48,8 @@ struct HashTable {
         sideArrays[HASH_KIND_LAST];  // owned; sideArrays[kind - 1] exists, the others are null
 };
 
-// Links item, or an element made from it, into the bucket and returns item. Returns anything else to
-// refuse, with the reason left in item.
+// Links item, or an element made from it, into the bucket and returns item. Any other pointer means
+// that it refuses; item is then where it notes the reason.
 using HashInsertCallback = void* (*)(HashBucket* bucket, void* item) noexcept;
 // Returns the element found, or null.
 using HashLookupCallback = void* (*)(HashBucket* bucket, uint32_t hash, const void* key) noexcept;

@@ -1,6 +1,6 @@
-// Finds ranges of 128-bit addresses while a structure is built from them. A structure has one place
-// for each different range; a further rule for an equal range finds that place here. Without this,
-// each rule would cost a walk through all ranges before it.
+// A hash table of ranges of 128-bit addresses, for the time in which a structure is built from
+// them. The structure has one place for each different range. A further rule for an equal range
+// finds that place here. Without this, each rule would cost a walk through all ranges before it.
 //
 //     slots    0: hash 8,  place -> 10.0.0.0 - 10.0.0.255      of 8 slots, the low 3 bits choose one
 //              1: hash 16, place -> 10.1.0.0 - 10.1.0.255      slot 0 was taken: the next free one

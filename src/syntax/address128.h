@@ -1,4 +1,5 @@
-// Addresses of 128 bits, and what is asked of addresses of both widths in the same words.
+// Addresses of 128 bits, and the questions that are asked of addresses of both widths. These have
+// one name for both, so that one template serves 32 and 128 bits.
 //
 //     2001:db8::1    ->  20010db8 00000000 00000000 00000001
 //     10.0.0.1       ->  00000000 00000000 0000ffff 0a000001     IPv4-mapped (RFC 4291 section 2.5.5.2)
@@ -62,7 +63,7 @@ constexpr Address128 nextAddress(Address128 address) noexcept {
     return address;
 }
 
-// The address before; the first one wraps to the last.
+// The address before it; the first one wraps to the last.
 constexpr uint32_t previousAddress(uint32_t address) noexcept {
     return address - 1;
 }

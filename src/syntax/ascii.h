@@ -1,4 +1,5 @@
-// Classes of bytes that the scanners of rule texts share. Nothing here depends on the locale.
+// Classes of bytes that the readers of rule texts share. Nothing here depends on the locale: a byte
+// from 0x80 on is in no class, and no operation changes it.
 #pragma once
 
 #include <cstdint>

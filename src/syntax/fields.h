@@ -1,4 +1,8 @@
 // Fields of rule texts between semicolons.
+//
+//     tcp;*;80    ->   "tcp"  "*"  "80"
+//
+// The fields borrow from the text. A field may be empty, and keeps the blanks around it.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +12,8 @@
 
 namespace rs {
 
-// Cuts a text at every ';'. False unless that gives exactly count fields.
+// Cuts a text at every ';'. False unless that gives exactly count fields; some fields may be
+// written all the same.
 template <uint32_t count>
 [[nodiscard]] bool splitFields(Text text, Text (&fields)[count]) noexcept {
     for (uint32_t i = 0; i < count; ++i) {
@@ -26,7 +31,7 @@ template <uint32_t count>
     return field.length == 1 && *field.text == '*';
 }
 
-// Whether a field is not empty, and its first and last byte are what mayBeEnd takes.
+// Whether a field is not empty, and mayBeEnd is true for its first and its last byte.
 [[nodiscard]] inline bool hasEnds(Text field, bool (*mayBeEnd)(char byte) noexcept) noexcept {
     return !field.isEmpty() && mayBeEnd(*field.text) && mayBeEnd(field.end()[-1]);
 }

@@ -18,7 +18,7 @@ constexpr uint32_t QUAD_FIELD_COUNT = 4;
 constexpr Text GAP = literalText("::");
 constexpr uint32_t NO_GAP = IPV6_GROUP_COUNT;
 
-// The groups read so far, in text order, and how many of them stand before "::".
+// The groups read so far, in text order, and how many of them are before "::".
 struct GroupReader {
     Ipv6Groups groups{};
     uint32_t count = 0;
@@ -37,7 +37,7 @@ bool appendGroup(GroupReader& reader, Text text) noexcept {
 }
 
 bool appendDottedQuad(GroupReader& reader, Text text) noexcept {
-    // A quad is two groups, and "::" stands for one group at least.
+    // A quad is two groups, and "::" is one group at least.
     const uint32_t mostBefore = reader.hasGap() ? 5 : 6;
     uint32_t address = 0;
     if (reader.count > mostBefore || parseIPv4Address(text, &address) != RULE_OK) {
@@ -116,7 +116,7 @@ int32_t parseIPv6Address(Text text, Ipv6Groups* out) noexcept {
         return RULE_OK;
     }
     if (reader.count == IPV6_GROUP_COUNT) {
-        return RULE_ERR_FAILED;  // "::" stands for one group at least
+        return RULE_ERR_FAILED;  // "::" is one group at least
     }
     Ipv6Groups address{};
     const auto firstAfterGap = reader.groups.begin() + reader.gap;

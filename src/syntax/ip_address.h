@@ -18,7 +18,7 @@ using Ipv6Groups = std::array<uint16_t, IPV6_GROUP_COUNT>;
 // Reads an IPv6 address in the forms of RFC 4291 section 2.2 into its eight groups, the first
 // group first:
 //
-//     address   8 groups joined by ':', or fewer with one "::" that stands for the zeros left out,
+//     address   8 groups joined by ':', or fewer with one "::" in place of the zeros left out,
 //               where the last two groups may be written as a dotted quad
 //     group     1 to 4 hexadecimal digits
 //

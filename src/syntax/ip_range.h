@@ -20,7 +20,7 @@ inline constexpr uint32_t ADDRESS_FLAG_SINGLE = 16;  // startAddress equals endA
 // The longest IPv6 item, and the longest rule text of several types, blanks around it not counted.
 inline constexpr uint32_t MAX_ITEM_LENGTH = 4095;
 
-// An inclusive range of addresses; IPv4 ones stand in IPv4-mapped form.
+// An inclusive range of addresses. IPv4 addresses are in IPv4-mapped form.
 struct AddressSpec {
     Address128 startAddress;
     Address128 endAddress;  // never below startAddress

@@ -1,4 +1,6 @@
 // Lists of items between commas.
+//
+//     80,,90    ->   take("80")  take("")  take("90")       an empty list has one empty item
 #pragma once
 
 #include <ruleset.h>
@@ -9,8 +11,8 @@
 
 namespace rs {
 
-// Calls take(item) for the items of a list from left to right, empty ones included, up to the first
-// that it does not answer RULE_OK for, and returns that answer.
+// Calls take(item) for the items of a list from left to right, empty ones included. Stops at the
+// first status but RULE_OK and returns it.
 template <typename Take>
 [[nodiscard]] int32_t forEachItem(Text list, const Take& take) noexcept {
     for (;;) {

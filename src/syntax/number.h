@@ -6,9 +6,9 @@
 //     readNumber<PORT>("000080")  ->  refused   six bytes
 //     readNumber<PORT>("65536")   ->  refused   too large
 //
-// The number is the whole text: no sign, no blanks. Rule bases depend on where the forms differ, so
-// that each difference is an option with a name. A form is a template argument, so that what it does
-// not ask for costs nothing.
+// The number is the whole text: no sign, no blanks. Existing rules depend on where the forms
+// differ, so each difference is an option with a name. A form is a template argument, so an option
+// that it does not use costs nothing.
 #pragma once
 
 #include <algorithm>

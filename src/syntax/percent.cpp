@@ -6,7 +6,7 @@ namespace rs {
 
 char hexPairValue(const char* text, uint32_t rawFlag, int32_t* errorOut) noexcept {
     const uint32_t high = hexDigitValue(text[0]);
-    // The second byte of a bad escape may not be there.
+    // The text may end after the first byte of a bad escape.
     const uint32_t low = high == NOT_A_HEX_DIGIT ? NOT_A_HEX_DIGIT : hexDigitValue(text[1]);
     if (low == NOT_A_HEX_DIGIT) {
         *errorOut = -1;

@@ -10,7 +10,8 @@
 //     const uint32_t dash = rule.find('-');
 //     const Text low = rule.first(dash);
 //
-// An operation that answers for a null pointer takes pointer and length; everything inside takes Text.
+// Operations near the exported functions take pointer and length, as these do. Further inside, a
+// text is passed on as a Text.
 #pragma once
 
 #include <algorithm>
@@ -28,13 +29,13 @@ struct Text {
     [[nodiscard]] constexpr const char* begin() const noexcept { return text; }
     [[nodiscard]] constexpr const char* end() const noexcept { return text + length; }
 
-    // The first count bytes, and what follows them; count is length at most.
+    // The first count bytes, and the bytes after them; count is length at most.
     [[nodiscard]] constexpr Text first(uint32_t count) const noexcept { return {text, count}; }
     [[nodiscard]] constexpr Text from(uint32_t count) const noexcept {
         return {text + count, length - count};
     }
 
-    // The position of the first such byte, length without one.
+    // The position of the first such byte; length when there is none.
     [[nodiscard]] constexpr uint32_t find(char byte) const noexcept {
         return static_cast<uint32_t>(std::find(begin(), end(), byte) - text);
     }

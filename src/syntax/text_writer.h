@@ -1,4 +1,4 @@
-// The output of an operation with a limited room: it appends what fits and refuses what does not.
+// An output of limited size. It appends what fits and refuses what does not.
 //
 //     out  [ h t t p s | e x a m p l e . |             ]
 //            written: length()            end(), room()
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] constexpr uint32_t room() const noexcept { return capacity_ - length_; }
     [[nodiscard]] constexpr char* end() const noexcept { return out_ + length_; }
 
-    // What is written from a position on, a length() of earlier.
+    // What was written from a position on. The position is a length() of earlier.
     [[nodiscard]] constexpr Text from(uint32_t start) const noexcept {
         return {out_ + start, length_ - start};
     }
@@ -75,8 +75,9 @@ public:
         return true;
     }
 
-    // Lets write(out, inOutCapacity) append: the room in, the length of what it wrote out, and its
-    // status, which is returned. Unless that is RULE_OK, nothing counts as written.
+    // Lets write(out, inOutCapacity) append. It is given the room that is left, stores the length
+    // of what it wrote, and returns a status, which is returned here. Unless that is RULE_OK,
+    // nothing counts as written.
     template <typename Write>
     [[nodiscard]] int32_t append(const Write& write) noexcept {
         uint32_t length = room();
@@ -87,7 +88,7 @@ public:
         return status;
     }
 
-    // Forgets the last byte, of which there is one at least.
+    // Forgets the last byte. The output is not empty.
     constexpr void dropLast() noexcept { --length_; }
 
 private:
