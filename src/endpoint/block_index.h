@@ -1,16 +1,23 @@
-// The entries of rules for a range of IPv4 first addresses, filed by /16 blocks.
+// The entries of rules whose first endpoint is a range of IPv4 addresses. A lookup finds them by
+// the /16 block, the upper 16 bits, of its first address.
 //
 //     BlockIndex  slots[10] -> [0]   span 0-ffff #1 -> span 5-9 #3        10.0.0.0-10.1.0.5 is rule 1,
 //                              [1]   span 0-5 #1                          10.0.0.5-10.0.0.9 rule 3
 //                              [2]   empty
 //                 slots[11] null
 //
+// Addresses are in host order; a range includes both ends, and low <= high. endpoint/insertion.h
+// says what makeEntry answers, and endpoint/entry_walk.h what test does.
+//
 // Invariants: a range has one node in each block that it touches, with the low 16 bits of what it
-//             has there and an entry of its own. The nodes of a block are in rule order.
-// Ownership:  the index owns its slots, nodes and entries; freeEntry of their type frees these.
-// Threads:    read-only once built.
-// Cost:       a range makes a node and an entry for each block, 65536 at most. A lookup walks the
-//             nodes of one block.
+//             has there and an entry of its own. The nodes of a block are in rule order, because
+//             rules are inserted in that order.
+// Ownership:  the index owns its slots, nodes and entries. An entry is freed by freeEntry, which
+//             its rule type passes in.
+// Threads:    one thread builds; then any number of threads may look up.
+// Cost:       a range makes a node and an entry for each block that it touches: 256 for a /8, 65536
+//             at most. A first octet in use takes 4096 bytes more. A lookup walks the nodes of one
+//             block up to the first that covers; scanAllBlocks walks all.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +34,9 @@ inline constexpr uint32_t OCTET_VALUES = 256;
 
 template <typename Entry>
 struct BlockSpanNode {
-    Entry* entry;  // owned; a chain of one
-    BlockSpanNode* next;
-    uint16_t spanLow;  // low 16 bits of the addresses covered in the block
+    Entry* entry;         // owned; its next is null
+    BlockSpanNode* next;  // owned
+    uint16_t spanLow;     // low 16 bits of the addresses covered in the block
     uint16_t spanHigh;
 };
 
@@ -37,7 +44,7 @@ template <typename Entry>
 struct BlockIndex {
     using Slot = Chain<BlockSpanNode<Entry>>;
     Slot* slots[OCTET_VALUES];  // by the first octet: owned, null or OCTET_VALUES by the second
-    uint32_t count;             // of insertions
+    uint32_t count;             // of ranges inserted, not of nodes
 };
 
 // Enters one node for the addresses that [low, high] has in a /16 block.
@@ -63,7 +70,8 @@ template <typename Entry, typename MakeEntry>
     return true;
 }
 
-// Calls makeEntry once for each block. A failure leaves the blocks before in the index.
+// Enters a range, with one call of makeEntry for each block. False when memory is out or makeEntry
+// failed; what the blocks before have got stays in the index.
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool insertIntoBlocks(BlockIndex<Entry>*& index, uint32_t low, uint32_t high,
                                     const MakeEntry& makeEntry) noexcept {
@@ -79,7 +87,7 @@ template <typename Entry, typename MakeEntry>
     return true;
 }
 
-// The first entry for an address that covers. A null index has none.
+// The first entry that covers, of those whose range holds the address. A null index has none.
 template <typename Entry, typename Test>
 [[nodiscard]] EntryAnswer<Entry> scanBlocks(const BlockIndex<Entry>* index, uint32_t address,
                                             const Test& test) noexcept {
@@ -98,7 +106,8 @@ template <typename Entry, typename Test>
     return {0, nullptr};
 }
 
-// The first status but 0 over the entries of all blocks, in order of address; 0 for a null index.
+// The first status but 0 that test answers for any entry, in order of address; 0 without one, and
+// for a null index.
 template <typename Entry, typename Test>
 [[nodiscard]] int32_t scanAllBlocks(const BlockIndex<Entry>* index, const Test& test) noexcept {
     for (uint32_t block = 0; index != nullptr && block < OCTET_VALUES * OCTET_VALUES; ++block) {

@@ -1,4 +1,4 @@
-// Compiling a list of rules with two endpoints: what both types of such rules do alike.
+// Compiling a list of rules with two endpoints, the part that both types of such rules share.
 //
 //     pass 1    rule 1, rule 2, ... --enterIpv4View-->  anyFirst4  exact4  blocks4
 //     pass 2    rule 1, rule 2, ... --enterIpv6View-->  anyFirst6  exact6  ranges6
@@ -7,11 +7,11 @@
 //     a range         blocks4, ranges6
 //     every address   anyFirst4, anyFirst6
 //
-// Each type declares the six structures in an order and under names of its own. So an EndpointBuild
-// refers to them where they are.
+// Each type declares the six structures in its own order and with its own names. So an
+// EndpointBuild refers to them where they are.
 //
 // Invariants: rules enter in their order, so that chains of entries are in rule order.
-// Ownership:  the compiled structure owns all that is entered. A failed build frees it, and hands
+// Ownership:  the compiled structure owns all that is entered. A failed build frees it, and gives
 //             the userData of all entries back.
 // Threads:    one thread builds.
 // Cost:       two walks over the list, and what the insertions cost.
@@ -60,7 +60,8 @@ template <typename Entry, typename MakeEntry>
     return insertIntoRanges(build.ranges6, build.rangeFinder, low, high, makeEntry);
 }
 
-// File first addresses, one or a range.
+// These enter the first addresses from low to high: a single one into the exact structure, several
+// into that of ranges.
 
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterAddresses(EndpointBuild<Entry>& build, uint32_t low, uint32_t high,
@@ -102,7 +103,7 @@ template <auto releaseStructure, typename Structure, typename Rule, typename Ent
             return enterView({rule, ruleIndex, claims.get()}, build);
         };
         if (!forEachRule<std::remove_const_t<Rule>>(list, enterRule)) {
-            return nullptr;  // the owner frees what was made and hands its userData back
+            return nullptr;  // the owner frees what was made and gives its userData back
         }
     }
     return slot = structure.release();

@@ -1,4 +1,4 @@
-// Making the entries of rules with two endpoints: what both types of such rules do alike.
+// Making the entries of rules with two endpoints, the part that both types of such rules share.
 //
 //     EntrySource                        entry
 //       rule       text and fields  -->    firstPorts  -> 80-80 -> 90-99

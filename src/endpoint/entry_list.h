@@ -1,4 +1,4 @@
-// The entries of rules for every first address.
+// The entries of rules whose first endpoint is every address.
 //
 //     EntryList  entries -> #2 -> #5 -> #9        count 3
 //

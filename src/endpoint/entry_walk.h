@@ -1,4 +1,5 @@
-// Asking the entries of endpoint structures, and making one answer of those of several structures.
+// Testing the entries of endpoint structures, and making one answer of the answers of several
+// structures.
 //
 //     list     #1 -> #4 -> #9      scan: the first entry that covers     #4  --+
 //     table    #2                                                        #2  --+-> combineAnswers: #2

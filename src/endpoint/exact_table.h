@@ -1,9 +1,9 @@
-// The entries of rules for one first address, found by its hash.
+// The entries of rules whose first endpoint is a single address, found by its hash.
 //
 //     HashTable
-//       [736 + ...]  ExactAddressNode 10.0.0.1  -> #1 -> #4       nodes of one bucket are linked in
-//                    ExactAddressNode 10.0.0.18 -> #2             a list, the oldest first
-//       [...]        ...
+//       [1340]  ExactAddressNode 10.0.0.18 -> #1 -> #4       nodes of one bucket are linked in
+//               ExactAddressNode 10.0.13.1 -> #2             a list, the oldest first
+//       [...]   ...
 //
 // Invariants: an address has one node at most; elementCount is the number of nodes. The entries of
 //             a node are in rule order.

@@ -1,4 +1,4 @@
-// The entries of rules for a range of 128-bit first addresses.
+// The entries of rules whose first endpoint is a range of 128-bit addresses.
 //
 //     RangeList  bucket 2001:db8::-2001:db8::9 -> #1 -> #3
 //                bucket 2001:db8::-2001:db8::5 -> #2

@@ -5,6 +5,10 @@
 //
 //     10.0.0.1     IPv4 form    0a000001 0 0 0          mapped    0 0 ffff 0a000001
 //     *            in both      0 0 0 0 to ffffffff ffffffff ffffffff ffffffff
+//
+// Ownership:  whoever holds the first node owns the list.
+// Threads:    one thread builds and converts a list; then any number of threads may test it.
+// Cost:       each item is one allocation; a test walks the list.
 #pragma once
 
 #include <cstdint>

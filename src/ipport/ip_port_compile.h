@@ -28,7 +28,7 @@
 namespace rs {
 
 // Compiles the IP:Port rules of a set, stores the index in the group's slot and returns it; null,
-// with null in the slot, when memory is out. What had entered the unfinished index then hands its
+// with null in the slot, when memory is out. What had entered the unfinished index then gives its
 // userData back through the set's callback. Null, with nothing changed, for a null argument.
 [[nodiscard]] IpPortIndex* buildIpPortIndex(RuleSet* set, RuleGroup* group) noexcept;
 

@@ -11,7 +11,7 @@ namespace {
 
 using Entry = CompiledIpPortRule;
 
-// Frees an entry, whole or not; one that owns userData hands it back.
+// Frees an entry, whole or not; one that owns userData gives it back.
 void freeEntry(Entry* entry, const ReleaseInfo& info) noexcept {
     freeRangeList(&entry->firstPorts);
     freeRangeList(&entry->secondAddresses);

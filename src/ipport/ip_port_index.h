@@ -46,7 +46,7 @@ struct CompiledIpPortRule {
     uint32_t ruleValue;
     uint32_t ruleId;
     void* userData;         // borrowed from the host
-    uint32_t releaseOwner;  // bit 0: this entry hands userData back
+    uint32_t releaseOwner;  // bit 0: this entry gives userData back
     CompiledIpPortRule* next;
 };
 
@@ -65,8 +65,8 @@ struct IpPortIndex {
 [[nodiscard]] CompiledIpPortRule* makeIpPortEntry(const EntrySource<const IpPortRule>& source,
                                                   const AddressRange* secondAddresses) noexcept;
 
-// Clears *slot and drops one reference; the last one frees the index and hands userData back. A null
-// slot or an empty one is left alone.
+// Clears *slot and drops one reference; the last one frees the index and gives userData back. A
+// null slot or an empty one is left alone.
 void releaseIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept;
 
 }  // namespace rs

@@ -145,6 +145,7 @@ int32_t parseIpPortRule(const char* text, uint32_t length, IpPortRuleFields* fie
     if (status == RULE_OK || ipv6Enabled == 0) {
         return status;
     }
+    // The first form may have noted a "*" before it failed. All other fields are written anew.
     fields->wildcardFlags = 0;
     return parseIpPortRuleWide(text, length, fields);
 }

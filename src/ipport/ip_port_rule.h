@@ -3,13 +3,17 @@
 //     rule      addresses ';' ports ';' addresses ';' ports ';' mask, with blanks around it only
 //     addresses '*' | item { ',' item }      items of syntax/ip_range.h
 //     ports     a port field of syntax/port.h
-//     mask      1 to 4294967295, decimal or behind "0x" hexadecimal, in at most 10 characters
+//     mask      1 to 4294967295, decimal, or after "0x" hexadecimal, in at most 10 characters
 //
 //     10.0.0.0/8;80,443;192.168.1.1-192.168.1.9;*;0x10
 //     first endpoint    second endpoint          mask
 //
 // There are two forms. In the default form both address fields are IPv4; in the wide form, which is
 // tried after it while IPv6 is enabled, every item is of either family.
+//
+// Ownership:  a record owns its text and borrows userData.
+// Threads:    none of its own; a record is the set's.
+// Cost:       a text is read once for each form that is tried, and again by every build.
 #pragma once
 
 #include <cstdint>

@@ -27,7 +27,7 @@
 namespace rs {
 
 // Compiles the packet filter rules of a set, stores the table in the group's slot and returns it;
-// null, with null in the slot, when memory is out. What had entered the unfinished table then hands
+// null, with null in the slot, when memory is out. What had entered the unfinished table then gives
 // its userData back through the set's callback. Null, with nothing changed, for a null argument.
 //
 // Deliberate: the second pass rewrites addresses in the set's records to their mapped form. A later

@@ -9,7 +9,7 @@ namespace rs {
 
 namespace {
 
-// Frees an entry, whole or not; one that owns userData hands it back.
+// Frees an entry, whole or not; one that owns userData gives it back.
 void freeEntry(FilterEntry* entry, const ReleaseInfo& info) noexcept {
     freeRangeList(&entry->firstPorts);
     freeRangeList(&entry->secondPorts);

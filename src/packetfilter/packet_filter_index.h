@@ -65,8 +65,8 @@ struct PacketFilterTable {
 // rule's userData when it is the first for the rule.
 [[nodiscard]] FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept;
 
-// Clears *slot and drops one reference; the last one frees the table and hands userData back. A null
-// slot or an empty one is left alone.
+// Clears *slot and drops one reference; the last one frees the table and gives userData back. A
+// null slot or an empty one is left alone.
 void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info) noexcept;
 
 }  // namespace rs

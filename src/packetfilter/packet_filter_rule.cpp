@@ -117,6 +117,7 @@ int32_t parsePacketFilterRule(const char* text, uint32_t length,
     if (status == RULE_OK || ipv6Enabled == 0) {
         return status;
     }
+    // The first form may have noted a "*" before it failed.
     fields->wildcardFlags = 0;
     return parsePacketFilterRuleWide(text, length, fields);
 }

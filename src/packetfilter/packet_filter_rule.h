@@ -10,6 +10,10 @@
 //
 // There are two forms. In the default form addresses are IPv4; in the wide form, which is tried after
 // it while IPv6 is enabled, they are IPv6. No rule mixes the two.
+//
+// Ownership:  a record owns its text and borrows userData.
+// Threads:    none of its own; a record is the set's, and a build changes it.
+// Cost:       a text is read once for each form that is tried; its ports again by every build.
 #pragma once
 
 #include <cstdint>
