@@ -5,6 +5,9 @@
 //     '  Example.COM\r\n'    ->  example.com          that name
 //     '*.Example.com.'       ->  *.example.com        every name below it, not the name itself
 //     '*'                    ->  *                    every name
+//
+// Ownership:  a record owns its text and borrows userData.
+// Threads:    none of its own; a record is the set's.
 #pragma once
 
 #include <cstdint>

@@ -43,7 +43,7 @@ int32_t copyAsciiLabel(const char* decoded, uint32_t length, char* out,
     return RULE_OK;
 }
 
-// decoded has a readable byte behind its end that continues no UTF-8 sequence.
+// decoded has a readable byte after its end, which continues no UTF-8 sequence.
 int32_t encodeUnicodeLabel(const char* decoded, uint32_t length, char* out,
                            uint32_t* inOutCapacity) noexcept {
     uint32_t codePoints[MAX_LABEL_LENGTH];
@@ -69,8 +69,8 @@ int32_t appendLabelAndDot(TextWriter& writer, Text label, bool nonAscii) noexcep
     return writer.put('.') ? RULE_OK : RULE_ERR_BUFFER_SMALL;
 }
 
-// Ends the name: with its last label, or behind a trailing dot, which is dropped. A dot is written
-// then: the name has a byte at least, and a label before a dot is never empty.
+// Ends the name with its last label, or drops a trailing dot. The dot has been written then: the
+// name has a byte at least, and a label before a dot is never empty.
 int32_t finishName(TextWriter& writer, Text label, bool nonAscii) noexcept {
     if (label.isEmpty()) {
         writer.dropLast();

@@ -5,15 +5,20 @@
 //     Bücher.example          ->  xn--bcher-kva.example  internationalized labels as ASCII
 //
 // A strict normalizer knows letters, digits, '-', '%', '.' and bytes from 0x80 on (read as UTF-8).
-// Around it stand two tolerant ones, which fall back to a literal copy for what the strict one
-// refuses: rules may hold other bytes in labels of legal length, names to be matched anything.
+// Two tolerant ones call it first, and copy literally what it refuses. The one for rules allows
+// other bytes in labels of legal length. The one for names to be matched allows anything.
 //
 // Percent-decoded bytes are not looked at again: "a%2fb" is the label "a/b", and "%2e" is no
 // separator.
 //
 // All write bytes without a terminating NUL into out; *inOutCapacity is the capacity in and, with
-// RULE_OK, the length out. A result that does not fit is RULE_ERR_BUFFER_SMALL, with out unspecified
-// as after every failure. None needs the heap.
+// RULE_OK, the length out. A result that does not fit is RULE_ERR_BUFFER_SMALL, with out
+// unspecified as after every failure.
+//
+// Ownership:  the caller owns both buffers.
+// Threads:    none of its own: bytes in, bytes out.
+// Cost:       linear in the length of the name; a name that the strict one refuses is read
+//             twice. Nothing is allocated.
 #pragma once
 
 #include <cstdint>
@@ -27,9 +32,9 @@ inline constexpr uint32_t MAX_HOST_LENGTH = 255;
 [[nodiscard]] int32_t percentDecodeLower(const char* label, uint32_t length, char* out,
                                          uint32_t* inOutCapacity, bool* inOutNonAscii) noexcept;
 
-// The canonical form of one label, 1 to 63 bytes of it. nonAscii says that the label holds a byte
-// from 0x80 on as it stands. RULE_ERR_BAD_RULE for an empty label, a bad escape, more than 255 bytes
-// decoded, bad UTF-8, more than 63 code points, or a result over 63 bytes.
+// The canonical form of one label, 1 to 63 bytes of it. nonAscii says that the label has a byte
+// from 0x80 on that is not escaped. RULE_ERR_BAD_RULE for an empty label, a bad escape, more than
+// 255 bytes decoded, bad UTF-8, more than 63 code points, or a result over 63 bytes.
 [[nodiscard]] int32_t normalizeHostLabel(const char* label, uint32_t length, char* out,
                                          uint32_t* inOutCapacity, bool nonAscii) noexcept;
 

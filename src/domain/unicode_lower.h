@@ -1,4 +1,8 @@
 // Lower-casing of code points in internationalized labels.
+//
+//     U+00DC    ->    U+00FC        U with diaeresis, capital and small
+//
+// Cost:       a search in a sorted table.
 #pragma once
 
 #include <cstdint>

@@ -34,6 +34,7 @@ uint32_t countLongPaths(const UrlHostNode& node) noexcept {
     return count;
 }
 
+// The last two blocks share evenly what is left, so that neither is small.
 uint32_t nextBlockSize(uint32_t remaining) noexcept {
     return remaining <= MAX_PATH_BLOCK ? remaining : std::min(remaining / 2, MAX_PATH_BLOCK);
 }
@@ -46,8 +47,8 @@ UrlPathEntry** findLongPath(UrlPathEntry** link) noexcept {
     return link;
 }
 
-// Fills a block with the first long paths from link on, of which the list has enough, and returns
-// the link after them.
+// Fills a block with the first long paths from link on and returns the link after them. The list
+// has enough of them.
 UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBlock& block) noexcept {
     block.minPrefixLength = UINT32_MAX;
     UrlPathEntry* entries = entriesOf(&block);

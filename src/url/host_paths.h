@@ -9,8 +9,8 @@
 //     after packing   paths -> short
 //                     pathBlocks -> [ long ... long ] -> [ long ... long ]
 //
-// A path is long when its prefix has LONG_PREFIX_LENGTH bytes at least: a block of such paths is
-// bisected by that many bytes or more, where a short prefix would tell too few of them apart.
+// A path is long when its prefix has LONG_PREFIX_LENGTH bytes at least. A block is bisected by as
+// many bytes as its shortest prefix has; a short one would tell too few paths apart.
 //
 // Ownership:  an entry moves into a block with its path and userData; the entry's own record is freed.
 // Threads:    none; packing is a part of building.

@@ -1,4 +1,6 @@
 // Bracketed IPv6 literals as hosts of URLs (RFC 3986 section 3.2.2).
+//
+// Threads:    none of its own: bytes in, bytes out. Nothing is allocated.
 #pragma once
 
 #include <cstdint>

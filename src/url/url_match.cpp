@@ -20,7 +20,8 @@ bool isHttps(const UrlMatchKey& key) noexcept {
            key.scheme.length == HTTPS_SCHEME_LENGTH;
 }
 
-// Whether the rules of a node may cover URLs with the key's scheme.
+// Whether the rules of a node may cover URLs with the key's scheme. Another scheme with as many
+// bytes as "https://", such as "ldaps://", is admitted by no node.
 bool admitsScheme(const UrlHostNode& node, const UrlMatchKey& key) noexcept {
     return node.schemeLength != 0 ? isHttps(key) : key.scheme.length != HTTPS_SCHEME_LENGTH;
 }

@@ -36,7 +36,7 @@ int32_t UrlPathCopier::append(Text piece) noexcept {
         if (!out_.put(isSpace ? ' ' : next.byte)) {
             return RULE_ERR_BUFFER_SMALL;
         }
-        // The byte as it stands in the URL: a decoded '?' begins no query.
+        // The byte as it is in the URL: a decoded '?' begins no query.
         enterState(byte);
         piece = piece.from(next.length);
     }

@@ -20,12 +20,13 @@ constexpr Text HTTP = literalText("http");
 constexpr Text HTTPS = literalText("https");
 constexpr Text ANY_PORT = literalText(":*");
 
-// The rule being written: [scheme][host][path], one behind the other.
+// The rule being written: [scheme][host][path], without anything between them.
 struct RuleOutput {
     TextWriter writer;
     UrlRuleText& record;
 };
 
+// A scheme is told by its length first: "http://" has 7 bytes and "https://" 8.
 int32_t writeScheme(Text scheme, RuleOutput& rule) noexcept {
     switch (scheme.length) {
         case 0:
@@ -89,8 +90,8 @@ int32_t writeHost(Text host, RuleOutput& rule) noexcept {
     });
 }
 
-// The path may hold one '*', which stands in the stored path where wildcardOffset says. The first
-// byte is none: it says where the path begins.
+// The path may have one '*'. wildcardOffset says where it is in the stored path. The first byte is
+// never that '*': it is the '/', '?' or '#' that begins the path.
 int32_t writePath(Text rest, RuleOutput& rule) noexcept {
     if (rest.isEmpty()) {
         return RULE_OK;

@@ -2,7 +2,7 @@
 //
 //     rule      [ 'http://' | 'https://' | '//' ] host [ ':' port | ':*' ] [ path ]
 //     host      a domain rule, or a bracketed IPv6 literal
-//     path      from '/', '?' or '#' on, with one '*' at most behind its first byte
+//     path      from '/', '?' or '#' on, with one '*' at most after its first byte
 //
 //     stored text                       [https][host][path], without anything between them
 //
@@ -11,6 +11,9 @@
 //     example.com:*/a*b                  ->  example.com/a*b              any port, '*' at 2
 //
 // http:// and no scheme are the same. Without a port, http means 80 and https 443.
+//
+// Ownership:  a record owns its text and borrows userData.
+// Threads:    none of its own; a record is the set's.
 #pragma once
 
 #include <cstdint>

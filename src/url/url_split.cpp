@@ -44,7 +44,8 @@ private:
     }
 
     // The beginning of a text, which may turn out to be a scheme, user information or a host. Stops
-    // where the authority goes on without either before it. The text does not begin with '/'.
+    // after the first two, or where there can be neither any more. The text does not begin with
+    // '/', so at_[-1] is there when a '/' is met.
     void scanStart() noexcept {
         for (; at_ != end_ && *at_ != '?' && *at_ != '#' && *at_ != '['; ++at_) {
             if (*at_ == '@') {
@@ -65,7 +66,7 @@ private:
         }
     }
 
-    // Behind a scheme, up to the end of user information; or to where the authority has none.
+    // The text after a scheme: up to the end of user information, or to where there can be none.
     void scanAfterScheme() noexcept {
         for (; at_ != end_ && !endsAuthority(*at_) && *at_ != '['; ++at_) {
             if (*at_ == '@') {

@@ -10,9 +10,13 @@
 // The splitter finds boundaries and refuses nothing. A text without scheme is a host with what
 // follows it ("a.example/x"), or a path ("/x"); "//" in front is an empty scheme.
 //
-// The port colon is the last ':' seen that neither belongs to "://" nor stands before a ']'; an '@'
-// does not make it forgotten. A port is digits without a leading zero, up to 65535; what follows the
-// colon is a port only as a whole.
+// The port colon is the last ':' that is neither a part of "://" nor before a ']'. An '@' after it
+// changes nothing. A port is digits without a leading zero, up to 65535. What follows the colon is
+// a port only as a whole.
+//
+// Ownership:  the pieces borrow from the text.
+// Threads:    none of its own: values in, values out.
+// Cost:       one walk over the authority; the rest is not read.
 #pragma once
 
 #include <cstdint>
