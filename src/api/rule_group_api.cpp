@@ -21,9 +21,10 @@ extern "C" int32_t rs_buildRuleGroup(RuleSet* set, RuleGroup** out) noexcept {
         return RULE_ERR_BAD_TYPE;
     }
     if (!rs::buildSlot(*set, *group)) {
-        return RULE_ERR_NO_MEMORY;  // a failed compiler leaves its slot null
+        return RULE_ERR_NO_MEMORY;  // every slot is null then: the record is all to free
     }
     group->nonEmpty = list->ruleCount != 0 ? 1 : 0;
+    // Copied: the set may register another callback, or be freed, before the group is.
     group->releaseCallback = set->releaseCallback;
     group->releaseContext = set->releaseContext;
     *out = group.release();

@@ -31,6 +31,7 @@ extern "C" int32_t rs_addRuleToRuleSet(RuleSet* set, const char* text, uint32_t 
 extern "C" int32_t rs_addRuleToRuleSetEx(RuleSet* set, const char* text, uint32_t length,
                                          uint32_t ruleValue, uint32_t ruleId,
                                          void* userData) noexcept {
+    // ruleset.h promises the order of these checks.
     if (set == nullptr || ruleId == 0) {
         return RULE_ERR_INVALID_ARG;
     }

@@ -1,4 +1,4 @@
-// What the functions of api do with rules and groups of any type.
+// The rule types as a table, and the steps that the functions of api take for rules of any type.
 //
 //     RULE_TYPES of rule_type.cpp    a row:  list in RuleSet  slot in RuleGroup  parse  free  build  release
 //
@@ -7,6 +7,10 @@
 //
 // To add a type, give it a row: nothing else in api knows the types. A row without one of its
 // operations does not compile, nor does a type, a list or a slot without a row.
+//
+// Ownership:  a set owns its records, a group its references to structures: see core/rule_set.h and
+//             core/rule_group.h. Nothing is owned here.
+// Threads:    those that the argument allows; the table is constant.
 #pragma once
 
 #include <ruleset.h>
@@ -22,7 +26,7 @@ namespace rs {
 inline constexpr uint32_t FIRST_RULE_TYPE = RULE_TYPE_IP;
 inline constexpr uint32_t LAST_RULE_TYPE = RULE_TYPE_COMPOUND;
 
-// Makes all lists empty. Nothing is freed: this is for a new set.
+// Makes the lists of a new set empty. Frees nothing.
 void resetLists(RuleSet& set) noexcept;
 
 // The list that rules of the set's type belong to; null when there is no such type.
@@ -39,10 +43,11 @@ void freeRules(RuleSet& set) noexcept;
 // Compiles the set into the slot of its type. False when that fails.
 [[nodiscard]] bool buildSlot(RuleSet& set, RuleGroup& group) noexcept;
 
-// Shares every structure of group with copy.
+// Shares every structure of group with copy, whose slots are empty.
 void retainSlots(const RuleGroup& group, RuleGroup& copy) noexcept;
 
-// Drops the group's reference to every structure and clears its slots, in the order of the rows.
+// Drops the group's reference to every structure, in the order of the rows. The slots must not be
+// used afterwards.
 void releaseSlots(RuleGroup& group, const ReleaseInfo& info) noexcept;
 
 }  // namespace rs

@@ -22,6 +22,7 @@ RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept {
               std::begin(copy->reservedWords));
     copy->refCount = 1;
     copy->nonEmpty = group->nonEmpty;
+    // The callback stays null: ruleset_static.h says what follows from that.
     retainSlots(*group, *copy);
     return copy;
 }

@@ -1,5 +1,5 @@
-// The lookups for hosts that link statically. A door checks its arguments and asks the matcher of
-// the same name, which takes the compiled structure by reference.
+// The lookups for hosts that link statically. Each function checks its arguments and calls the
+// matcher of the same name, which takes the compiled structure by reference.
 #include <ruleset_static.h>
 
 #include "compound/compound_match.h"

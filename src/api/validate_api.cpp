@@ -77,7 +77,7 @@ extern "C" int32_t rs_convertRule_IP(const char* text, uint32_t length,
         rs::writeBigEndian32(out->endAddress, range.endAddress.words[3]);
         return RULE_OK;
     }
-    // Whether rules may name IPv6 addresses does not matter here.
+    // IPv6 is read even while rules may not name it.
     if (rs::parseIPv6Range({text, length}, &range) != RULE_OK) {
         return RULE_ERR_FAILED;
     }

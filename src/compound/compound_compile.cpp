@@ -25,7 +25,8 @@ uint64_t valuesOf(const CompoundEntry& entry) noexcept {
     return uint64_t{1} << std::min(range->low, LARGEST_MASK_BIT);
 }
 
-// Pushes an entry for each rule: until finishEntries the last rule is first.
+// Pushes an entry for each rule: until finishEntries the last rule is first. Hosts see that order
+// when a build fails, since userData goes back in it.
 bool enterRules(RuleSet& set, CompoundTable& table) noexcept {
     return forEachRule<CompoundRuleRecord>(
         set.compoundRules, [&table](const CompoundRuleRecord& record, uint32_t ruleIndex) noexcept {

@@ -1,4 +1,9 @@
 // List of compound rules -> CompoundTable.
+//
+//     rule 1, rule 2, rule 3   ->   entries -> rule 1 -> rule 2 -> rule 3
+//
+// Threads:    none; the host serialises builds with all other use of the set.
+// Cost:       one walk over the rules, which copies the four lists of each.
 #pragma once
 
 #include "compound/compound_index.h"

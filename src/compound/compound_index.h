@@ -10,11 +10,13 @@
 //
 //     valueMask      bit n: field 1 of a rule is the number n alone     bit 63: a number from 63 on
 //
-// Invariants: there is one entry for each rule. valueMask has all bits set as soon as field 1 of one
-//             rule is more than one number; a rule with matchesAll adds nothing to it.
+// valueMask and matchesAll are summaries. No lookup reads them.
+//
+// Invariants: there is one entry for each rule. valueMask has all bits set as soon as field 1 of
+//             one rule is more than one number; a rule with matchesAll adds no bit to it.
 // Ownership:  the table owns everything below it. Every entry owns its rule's userData.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup walks the chain.
+// Cost:       a lookup walks the chain, and the lists of each entry on the way.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +34,7 @@ struct CompoundEntry {
     U32Range* rangeListA;
     U32Range* rangeListB;
     uint32_t numberB;
-    uint32_t numberA;  // bits 0, 1 and 2 steer the entry test
+    uint32_t numberA;  // bits 0, 1 and 2: what a test of the entry tests and writes
     uint32_t ruleIndex;
     uint32_t ruleValue;
     uint32_t ruleId;

@@ -37,7 +37,7 @@ bool coversAddress(const CompoundEntry& entry, const CompoundFlow& flow) noexcep
            (holds(entry.addressList, first) || holds(entry.addressList, second));
 }
 
-// Which value field 2 covers, if it was asked.
+// Which value of the flow field 2 covers, if the rule tests field 2 at all.
 enum class ListTest : uint8_t { NOT_MADE, BY_VALUE_16, BY_VALUE_12, FAILED };
 
 ListTest testRangeListB(const CompoundEntry& entry, const CompoundFlow& flow) noexcept {
@@ -75,6 +75,7 @@ int32_t testCompoundEntry(const CompoundEntry& entry, CompoundFlow& flow,
     if (listTest == ListTest::FAILED) {
         return RULE_ERR_FAILED;
     }
+    // No test comes after this line: a flow that an entry does not cover stays as it was.
     flow.outNumber = entry.numberB;
     if ((entry.numberA & WRITES_LIST_VALUE) != 0 && wantsListValue) {
         writeListValue(flow, listTest);

@@ -1,8 +1,13 @@
 // Compiled compound rules + flow -> MatchResult.
 //
-// A lookup walks the entries in rule order and ends at the first one that covers the flow. Besides
-// the flow's outputs and the result it writes nothing, and it allocates nothing: any number of
-// threads may look up in one table, each with a flow of its own.
+//     entries -> rule 1: no -> rule 2: yes      outputs into the flow, rule 2 into the result
+//
+// A lookup walks the entries in rule order and ends at the first one that covers the flow.
+//
+// Ownership:  userData in a result is the table's.
+// Threads:    a lookup writes the flow's outputs and the result only. Any number of threads may
+//             look up in one table, each with a flow of its own.
+// Cost:       a walk over the entries up to the first that covers. Nothing is allocated.
 #pragma once
 
 #include <ruleset_static.h>
@@ -13,8 +18,8 @@
 
 namespace rs {
 
-// The matcher of matchCompound in <ruleset_static.h>, which says what becomes of the flow. Returns 1
-// with the first rule that covers the flow in result, 0 when none does.
+// Returns 1 with the first rule that covers the flow in result, 0 when none does. matchCompound in
+// <ruleset_static.h> says what becomes of the flow.
 [[nodiscard]] int32_t matchCompound(const CompoundTable& table, CompoundFlow& flow,
                                     bool wantsListValue, MatchResult& result) noexcept;
 

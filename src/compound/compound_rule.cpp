@@ -101,7 +101,7 @@ int32_t parseAddresses(Text field, AddressRange** head) noexcept {
     Chain<AddressRange> chain{};
     const int32_t listStatus = forEachItem(field, [&chain](Text item) noexcept {
         if (item.isEmpty()) {
-            return RULE_ERR_FAILED;  // but an item of blanks has the status of the IP rule
+            return RULE_ERR_FAILED;  // an item of blanks gets the status of the IP rule below
         }
         AddressSpec address{};
         const int32_t status = parseIpRule(item, &address);
@@ -116,7 +116,7 @@ int32_t parseAddresses(Text field, AddressRange** head) noexcept {
 
 constexpr uint32_t FIELD_COUNT = 6;
 
-// Cuts a text into its six fields, none of them empty. The last one runs to the end, so that a
+// Cuts a text into its six fields. None of them is empty. The last one runs to the end, so a
 // further ';' makes a bad number of it.
 bool cutFields(Text rest, Text (&fields)[FIELD_COUNT]) noexcept {
     for (uint32_t i = 0; i + 1 < FIELD_COUNT; ++i) {

@@ -8,10 +8,13 @@
 //
 //     1-10,20;*;10.0.0.0/8;80;0;7
 //
-// Blanks may stand around items and numbers. "5*" is 5 to the largest number.
+// Blanks around items and numbers are ignored. "5*" is 5 to the largest number.
 //
-// Deliberate: overflow is noticed only when a digit makes the value smaller than before. In a number
-// behind "0x", the letters a to f count 0 to 5: "0xA" is 0.
+// Deliberate: overflow is noticed only when a digit makes the value smaller than before. In a
+// number after "0x", the letters a to f count 0 to 5: "0xA" is 0.
+//
+// Ownership:  a record owns its text and its four lists, and borrows userData.
+// Cost:       a record, its text and each item of its lists are one allocation each.
 #pragma once
 
 #include <cstdint>
@@ -26,7 +29,7 @@ namespace rs {
 
 using U32Range = RangeNode<uint32_t>;
 
-// The parsed form; its lists stand in text order.
+// The parsed form. Its lists are in text order.
 struct CompoundRule {
     AddressRange* addressList;  // field 3; owned, like the other lists
     PortRange* rangeList16;     // field 4
@@ -37,7 +40,7 @@ struct CompoundRule {
     uint32_t ruleValue;
     uint32_t ruleId;
     void* userData;       // borrowed from the host
-    uint32_t matchesAll;  // 1 when all but rangeList16 let everything through
+    uint32_t matchesAll;  // 1 when every field but the fourth lets everything through
 };
 
 struct CompoundRuleRecord {

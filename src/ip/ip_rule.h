@@ -4,6 +4,10 @@
 //
 // A text that is valid IPv4 is always read as IPv4. An IPv6 rule whose addresses are IPv4-mapped
 // has the same words as the IPv4 rule, and ADDRESS_FLAG_IPV6 beside them.
+//
+// Ownership:  a record owns nothing but itself: its text is not kept, and userData is borrowed.
+// Threads:    none of its own; a record is the set's, and a build may mark it as released.
+// Cost:       linear in the length of the text, one allocation.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +25,7 @@ struct IpRule {
     uint32_t ruleValue;
     uint32_t ruleId;
     void* userData;     // borrowed from the host
-    uint32_t released;  // 1 once a build has handed userData back; survives builds
+    uint32_t released;  // 1 once a build has given userData back; never cleared
 };
 
 // Reads the text of a rule. RULE_ERR_INVALID_ARG for a null argument, RULE_ERR_BAD_RULE for a bad
