@@ -36,9 +36,9 @@
  *       rs_build..., rs_del...                calls that touch other sets and groups only
  *
  *   Two groups built from one set are independent of each other and of the set.
- * - userData belongs to the caller. A set only borrows it. A group hands it back through the
+ * - userData belongs to the caller. A set only borrows it. A group gives it back through the
  *   RuleReleaseCallback that was registered on the set when the group was built: at most once per
- *   rule and group, never a null one. Two groups built from one set each hand it back.
+ *   rule and group, never a null one. Two groups built from one set each give it back.
  */
 #ifndef RULESET_H
 #define RULESET_H
@@ -169,7 +169,7 @@ RS_API int32_t rs_addRuleToRuleSetEx(RuleSet* set, const char* text, uint32_t le
                                      uint32_t ruleValue, uint32_t ruleId, void* userData)
     RS_NOEXCEPT;
 
-/* Registers the callback that groups built from now on hand userData back through; it replaces an
+/* Registers the callback that groups built from now on give userData back through; it replaces an
  * earlier one, and null takes it away. Groups already built keep what they were built with.
  *   kind      RULE_CALLBACK_RELEASE (1)
  *   context   passed to every call of the callback
@@ -192,17 +192,17 @@ RS_API int32_t rs_delRuleSet(RuleSet** set) RS_NOEXCEPT;
  *   set   the rules; an empty set gives a group in which nothing matches
  *   out   receives the group; the caller frees it with rs_delRuleGroup
  * An IP or domain rule that an equal earlier rule makes superfluous does not enter the group: its
- * userData is handed back during the call, for IP rules only in the first build of the set. A domain
+ * userData is given back during the call, for IP rules only in the first build of the set. A domain
  * or URL rule that memory runs out for is left out.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG when set or out is null; RULE_ERR_BAD_TYPE when the set's
  * type is outside 1..7; RULE_ERR_NO_MEMORY when the build fails, whatever the reason. A failed build
- * has handed back the userData of the rules that had entered the unfinished group. */
+ * has given back the userData of the rules that had entered the unfinished group. */
 RS_API int32_t rs_buildRuleGroup(RuleSet* set, RuleGroup** out) RS_NOEXCEPT;
 
 /* Drops the caller's reference to a group and sets *group to null. With the last reference the
- * group is freed and every userData that it holds is handed back; but of a block of domain rules
- * whose names share a bucket only that of the first, and never that of the domain rule "*". No thread
- * may be matching in the group then.
+ * group is freed and every userData that it holds is given back, except in a group of domain rules.
+ * There the userData of the rule "*" never goes back, and of names that are stored together only
+ * that of one does: docs/ownership.md shows which. No thread may be matching in the group then.
  * Returns RULE_OK, also when *group is null; RULE_ERR_INVALID_ARG when group is null.
  * Cost: linear in the number of rules. */
 RS_API int32_t rs_delRuleGroup(RuleGroup** group) RS_NOEXCEPT;
@@ -288,7 +288,7 @@ RS_API int32_t rs_validate_PortRange(const char* text, uint32_t length) RS_NOEXC
  * Returns RULE_OK or RULE_ERR_BAD_RULE, also for a null text. */
 RS_API int32_t rs_validateRule_IP(const char* text, uint32_t length) RS_NOEXCEPT;
 
-/* A rule for a set of type RULE_TYPE_FQDN: a host name, one behind "*.", or "*".
+/* A rule for a set of type RULE_TYPE_FQDN: a host name, one after "*.", or "*".
  * Returns RULE_OK, or what adding it would return: RULE_ERR_BAD_RULE; RULE_ERR_INVALID_ARG for a
  * null text; RULE_ERR_NO_MEMORY for one whose canonical form exceeds 4095 bytes. */
 RS_API int32_t rs_validateRule_FQDN(const char* text, uint32_t length) RS_NOEXCEPT;
@@ -332,7 +332,7 @@ RS_API int32_t rs_convertRule_IP(const char* text, uint32_t length, ConvertedRan
  * Returns RULE_OK; RULE_ERR_INVALID_ARG for a null text or record, a zero length, and a null buffer
  * of a field that is needed; RULE_ERR_BUFFER_SMALL with shortField naming the buffer to enlarge,
  * with the other outputs not to be relied on; RULE_ERR_BAD_RULE for a URL that has no such form: no
- * scheme, host and path at all, a colon without a valid port behind it, a bad host, a path without
+ * scheme, host and path at all, a colon without a valid port after it, a bad host, a path without
  * host under a scheme other than file.
  * Keeps nothing; may be called from any thread. Cost: linear in the length, no allocation. */
 RS_API int32_t rs_normalize_URL(const char* text, uint32_t length, NormalizedUrl* record)

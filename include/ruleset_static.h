@@ -49,7 +49,7 @@ RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept;
  * Endpoint lookups
  *
  * IPv4 addresses are numbers in host byte order; 128-bit addresses are four words in host byte
- * order, the most significant first, where an IPv4 address stands in IPv4-mapped form
+ * order, the most significant first, where an IPv4 address is in IPv4-mapped form
  * (0, 0, 0xFFFF, address). Of a port only the low 16 bits count.
  *
  * All return 1 when a rule covers the endpoints, with the winning rule in *result; 0 when none does;
@@ -92,8 +92,8 @@ int32_t matchPacketFilter6(const RuleGroup* group, const AddressWords& firstAddr
  * Compound lookups
  * --------------------------------------------------------------------------------------------- */
 
-/* What a compound rule (RULE_TYPE_COMPOUND) is tested against. What the numbers stand for is the
- * host's; a rule's fields are numbered as in its text. */
+/* What a compound rule (RULE_TYPE_COMPOUND) is tested against. The host decides what the numbers
+ * mean. A rule's fields are numbered as in its text. */
 struct CompoundFlow {
     uint16_t firstValue16; /* field 4 covers the first or the second of these */
     uint16_t secondValue16;
@@ -102,7 +102,7 @@ struct CompoundFlow {
     AddressWords firstAddress;  /* field 3 covers the first or the second; words in network byte */
     AddressWords secondAddress; /* order, of which family 4 uses the first */
     uint16_t listValue16;       /* field 2 covers this or the next, when bit 1 of field 5 is set */
-    uint16_t listValue12;       /* 0 to 4095; 4096 stands for "none" and is never covered */
+    uint16_t listValue12;       /* 0 to 4095; 4096 means "none" and is never covered */
     uint32_t outNumber;         /* out: field 6 of the rule */
     uint32_t outListValue;      /* in and out, see matchCompound */
     uint32_t outMark;           /* out: 1 when bit 2 of field 5 is set, else left alone */
