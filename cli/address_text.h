@@ -1,5 +1,5 @@
-// Addresses in keys and rules: reading them, and what is wrong with a bad one. What is wrong is
-// asked only of texts that the library has refused.
+// Addresses in keys and rules: reading them, and saying what is wrong with a bad one. The
+// operations that say it are called only for texts that the library has refused.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Exit statuses, with the meaning that they have for grep.
+// Exit statuses. They mean what they mean for grep.
 //
 //                  match                     check             normalize
 //     EXIT_YES     a key is selected         no rule is bad    every URL has a canonical form

@@ -17,7 +17,7 @@ using RuleIndexes = std::vector<uint32_t>;
 void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
     for (const uint32_t ruleIndex : rules) {
         const std::string_view rule = book.text(ruleIndex);
-        // Each rule of the book was accepted once, so that only memory can be missing.
+        // Each rule of the book was accepted once, so the only failure left is memory.
         if (rs_addRuleToRuleSet(&set, rule.data(), static_cast<uint32_t>(rule.size()), 0, 1) !=
             RULE_OK) {
             throw std::bad_alloc();
@@ -25,9 +25,9 @@ void addRules(RuleSet& set, const RuleBook& book, const RuleIndexes& rules) {
     }
 }
 
-// The rules that cover a key, in rule order. A lookup names the winner alone. So the winner is
-// taken out and the other rules are asked again, until none of them covers the key. Earlier rules
-// are asked again, too: where a lookup walks ranges instead of rules, a later rule may win first.
+// Finds the rules that cover a key by removing the winner and rebuilding until nothing matches.
+// Returns them in rule order. Rules before a winner stay in the set: where a lookup walks ranges
+// instead of rules, a later rule may win first.
 RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std::string_view key) {
     const RuleType& type = *options.type;
     RuleIndexes left(book.ruleCount());
@@ -36,8 +36,8 @@ RuleIndexes coveringRules(const MatchOptions& options, const RuleBook& book, std
     for (;;) {
         const RuleSetHandle set = newRuleSet(type.number);
         addRules(*set, book, left);
-        // The number of paths of a host decides how they are searched. So URL rules that are taken
-        // out stay in the set, after all others: there they win only when no other rule does.
+        // The number of paths of a host decides how they are searched. So a removed URL rule stays
+        // in the set, after all others, where it wins only when no other rule does.
         if (type.number == RULE_TYPE_URL) {
             addRules(*set, book, covering);
         }

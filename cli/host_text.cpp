@@ -22,7 +22,7 @@ std::string whyBadHostName(std::string_view host) {
                    " bytes: " + shownText(label);
         }
         if (dot == std::string_view::npos) {
-            return "not a host name";
+            return "not a host name";  // every label looks good: an escape or a code point is not
         }
         host.remove_prefix(dot + 1);
     }

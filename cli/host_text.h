@@ -1,5 +1,5 @@
-// Host names in keys and rules: what is wrong with a bad one. It is asked only of texts that the
-// library has refused.
+// Host names in keys and rules: saying what is wrong with a bad one. These operations are called
+// only for texts that the library has refused.
 #pragma once
 
 #include <string>

@@ -45,7 +45,7 @@ bool LineReader::next(std::string_view& line) {
             start_ += length + 1;
             return true;
         }
-        searched = end_ - start_;  // fill moves the rest to the front
+        searched = end_ - start_;  // fill moves the rest to the front: it holds no line end
         if (!fill()) {
             break;
         }

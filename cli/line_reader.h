@@ -1,5 +1,10 @@
-// Lines of a file or of standard input, read in large blocks. A file may be of any size: the memory
-// in use is that of two blocks and the longest line.
+// Lines of a file or of standard input, read in large blocks.
+//
+//     buffer_   | lines returned | lines to come | begun line |  room  |
+//                                 start_                       end_
+//
+// Cost:       a file may be of any size. The memory in use is that of two blocks and the longest
+//             line.
 #pragma once
 
 #include <cstddef>

@@ -173,7 +173,7 @@ int runMatch(const MatchOptions& options) {
     }
     const Stopwatch buildTime;
     const RuleGroupHandle group = buildRuleGroup(*rules.set);
-    rules.set.reset();  // the group needs it no longer, and it is large
+    rules.set.reset();  // the group does not need it, and it is large
     if (!options.isQuiet) {
         printLoadSummary(rules, buildTime.seconds());
     }

@@ -1,4 +1,5 @@
-// The options of `ruleset match`, for the lookup of many keys and for --explain.
+// The options of `ruleset match`, for the lookup of many keys and for --explain. The names follow
+// those of grep: invert is -v, countOnly -c, isQuiet -q, maxCount -m.
 #pragma once
 
 #include <cstdint>

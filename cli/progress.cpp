@@ -23,7 +23,7 @@ Progress::Progress(const char* unit, bool isWanted)
 
 Progress::~Progress() {
     if (shownAt_ > 0) {
-        std::fputs("\r\033[K", stderr);
+        std::fputs("\r\033[K", stderr);  // to the start of the line, and erase it
     }
 }
 

@@ -1,5 +1,8 @@
-// Time, and a line on standard error that shows how far a long step has come. The line is shown on
-// a terminal only, and only after the step has taken half a second.
+// Measuring time, and a line on standard error that shows how far a long step has come:
+//
+//     1,234,567 rules, 456,000 per second
+//
+// The line is shown on a terminal only, and only after the step has taken half a second.
 #pragma once
 
 #include <chrono>
@@ -7,7 +10,7 @@
 
 namespace cli {
 
-// Measures from its making.
+// Measures the time since it was made.
 class Stopwatch {
 public:
     [[nodiscard]] double seconds() const;
@@ -16,8 +19,8 @@ private:
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
-// Shows the line, and removes it at the end of its life. unit is the plural of what is counted, and
-// must live as long.
+// Shows the line, and removes it at the end of its life. unit is the plural of what is counted; its
+// text must live as long.
 class Progress {
 public:
     explicit Progress(const char* unit, bool isWanted);

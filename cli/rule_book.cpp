@@ -20,6 +20,7 @@ std::string_view RuleBook::text(uint32_t ruleIndex) const {
 }
 
 RulePlace RuleBook::place(uint32_t ruleIndex) const {
+    // Files without rules have the same firstRule as the file after them, which is the one found.
     const auto next =
         std::upper_bound(files_.begin(), files_.end(), ruleIndex,
                          [](uint32_t index, const File& file) { return index < file.firstRule; });

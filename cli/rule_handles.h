@@ -1,4 +1,5 @@
-// Rule sets and groups of the library, with an owner that deletes them.
+// Rule sets and groups of the library, with an owner that deletes them. The rules of the command
+// have no userData, so no callback is ever called.
 #pragma once
 
 #include <ruleset.h>

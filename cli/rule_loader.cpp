@@ -56,6 +56,7 @@ private:
             report(file, lineNumber, why, line);
             return;
         }
+        // The library takes lengths of 32 bits; a longer text is no rule of any type.
         const int32_t status =
             rule.rule.size() > UINT32_MAX
                 ? RULE_ERR_BAD_RULE

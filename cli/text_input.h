@@ -1,4 +1,4 @@
-// What texts of all layers have in common: blanks around them, and numbers in them.
+// Reading texts, whatever they are: the blanks around them, and the numbers in them.
 #pragma once
 
 #include <charconv>

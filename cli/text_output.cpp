@@ -15,6 +15,7 @@ namespace {
 constexpr size_t FLUSH_SIZE = size_t{1} << 16U;
 constexpr size_t SHOWN_LENGTH = 120;
 
+// A pipe or a terminal may take a part of the text only, and a signal may interrupt the call.
 void writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {
         const ssize_t count = ::write(descriptor, text.data(), text.size());
@@ -75,7 +76,7 @@ std::string secondsText(double seconds) {
 
 std::string rateText(uint64_t count, double seconds) {
     const double rate = seconds > 0 ? static_cast<double>(count) / seconds : 0;
-    double unit = 1;
+    double unit = 1;  // the value of the last of the three digits that are kept
     while (rate / unit >= 1000) {
         unit *= 10;
     }

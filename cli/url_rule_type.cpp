@@ -35,6 +35,7 @@ std::string whyBadUrlRule(std::string_view rule, int32_t status) {
     if (host.empty()) {
         return "no host";
     }
+    // Without a valid port the colon and what follows it are a part of the host.
     if (parts.port == 0 && parts.portColon != nullptr) {
         if (!host.ends_with(":*")) {
             return "no port from 1 to 65535, and no '*', behind ':'";

@@ -45,7 +45,7 @@ std::string rangeText(const Address& low, const Address& high) {
     return low == high ? addressText(low) : addressText(low) + "-" + addressText(high);
 }
 
-// The head of an entry's text: "#1!" is of rule 1 and hands its userData back.
+// The head of an entry's text: "#1!" is of rule 1 and gives its userData back.
 inline std::string ruleText(uint32_t ruleIndex, uint32_t entryFlags) {
     return "#" + std::to_string(ruleIndex) +
            ((entryFlags & ENTRY_RELEASES_USER_DATA) != 0 ? "!" : "");

@@ -66,7 +66,7 @@ std::vector<uint64_t> numbersToFail(uint64_t count, bool isLarge) {
     return numbers;
 }
 
-// A group without failures hands userData back as documented.
+// A group without failures gives userData back as documented.
 void expectCleanBuild(const BuildPlan& plan, const BuildRecord& record) {
     EXPECT_EQ(plan.duplicates, record.atBuild);
     EXPECT_EQ(record.inside.handingBack, record.atDelete);
@@ -88,7 +88,7 @@ uint32_t findLeftOut(const BuildRecord& clean, const BuildRecord& record) {
     return missing.empty() ? 0 : missing[0];
 }
 
-// What a build shows when another rule stands where the rule at position stood.
+// What a build shows when another rule is in the place of the rule at position.
 BuildRecord buildWithout(const BuildPlan& plan, uint32_t position) {
     FaultRules rules = plan.rules;
     rules.rules[position - 1] = {"left.out.invalid", false};

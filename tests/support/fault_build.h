@@ -13,9 +13,9 @@ namespace rs::test {
 
 struct BuildPlan {
     FaultRules rules;
-    // Rules that enter behind all others, as the 128-bit structures are filled last.
+    // Rules that enter after all others, as the 128-bit structures are filled last.
     Positions later;
-    // Rules whose userData no group hands back, and those that an equal earlier one makes
+    // Rules whose userData no group gives back, and those that an equal earlier one makes
     // superfluous; of domain rules only.
     Positions never;
     Positions duplicates;
@@ -29,11 +29,11 @@ struct FaultTotals {
     uint64_t failedBuilds = 0;
     uint64_t leftOut = 0;   // builds without one rule
     uint64_t complete = 0;  // builds that a failure did not keep from being complete
-    size_t entered = 0;     // rules handed back by the build that failed last
+    size_t entered = 0;     // rules given back by the build that failed last
 };
 
-// Builds the set again and again, each time with another allocation failing, and checks what is left,
-// what is handed back and what the group answers.
+// Builds the set again and again, each time with another allocation failing, and checks what is
+// left, what is given back and what the group answers.
 FaultTotals failBuild(std::string_view operation, const BuildPlan& plan);
 
 // The same, and every failure fails the build.

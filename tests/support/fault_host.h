@@ -1,6 +1,6 @@
-// Rule sets of any type with their host, for tests in which one allocation after the other fails:
-// what a group answers and what the host was handed back are lists of rule positions, which a set
-// that met a failure must have in common with one that met none.
+// Rule sets of any type with their host, for tests in which one allocation after the other fails.
+// What a group answers and what it gives back to the host are lists of rule positions. A set that
+// met a failure must have the same lists as one that met none.
 //
 // A rule's ruleValue, ruleId and userData follow from its position, so that a position says which
 // rule answered; every answer is checked for all of them.
@@ -22,7 +22,7 @@
 
 namespace rs::test {
 
-// Of rules, counted from 1; in a list of answers 0 stands for "none".
+// Of rules, counted from 1; in a list of answers 0 means "none".
 using Positions = std::vector<uint32_t>;
 
 struct FaultRule {
@@ -49,8 +49,8 @@ struct StoredRules {
 // What can be seen of a build and of the deletion of its group.
 struct BuildRecord {
     Positions answers;
-    Positions atBuild;   // handed back, in that order
-    Positions atDelete;  // handed back, in rising order
+    Positions atBuild;   // given back, in that order
+    Positions atDelete;  // given back, in rising order
     StoredRules inside;
 
     friend bool operator==(const BuildRecord&, const BuildRecord&) = default;

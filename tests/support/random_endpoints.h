@@ -47,7 +47,7 @@ private:
     std::vector<std::string> earlier_;
 };
 
-// text with a few bytes changed, to those that stand in rules or that a prefix reads as digits.
+// text with a few bytes changed, to those that rules have or that a prefix reads as digits.
 std::string mutateEndpointRule(const std::string& text, RandomSource& random);
 
 // A rule that is well formed but for its length, of about that many bytes.

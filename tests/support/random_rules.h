@@ -18,7 +18,7 @@ std::string writeIpv4Address(uint32_t address);
 // zero groups, a dotted quad at the end.
 std::string writeIpv6Address(Number128 address, RandomSource& random);
 
-// A text that reads as these addresses. IPv4 form is chosen only where it can stand for them.
+// A text that reads as these addresses. IPv4 form is chosen only where it can name them.
 std::string writeRange(const AddressRange& range, RandomSource& random);
 
 class RandomIpRules {

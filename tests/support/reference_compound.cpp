@@ -40,7 +40,7 @@ std::vector<std::string_view> split(std::string_view text, char separator, size_
     return pieces;
 }
 
-// What a digit adds to a number: behind "0x" a letter counts from 0 on, not from 10.
+// What a digit adds to a number: after "0x" a letter counts from 0 on, not from 10.
 uint32_t worthOf(char digit) {
     const std::string_view alphabet = digit >= 'a'   ? "abcdef"
                                       : digit >= 'A' ? "ABCDEF"

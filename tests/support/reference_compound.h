@@ -33,7 +33,7 @@ struct CompoundRuleText {
     uint32_t numberA;                       // field 5
     uint32_t numberB;                       // field 6
 
-    // Whether every field but the fourth is the one that stands for no condition.
+    // Whether every field but the fourth is the one that means no condition.
     bool matchesAll() const;
 };
 

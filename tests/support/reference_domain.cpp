@@ -13,8 +13,8 @@ constexpr size_t BUCKETS = 4096;
 constexpr size_t CROWDED = 9;
 constexpr size_t BLOCK = 72;
 
-// A dotted name and the labels that the tables know it by: a dot that an escape stood for separates
-// like any other once the name is stored.
+// A dotted name and the labels that the tables know it by: a dot that was written as an escape
+// separates like any other once the name is stored.
 uint32_t hashOfLabels(std::string_view name) {
     uint32_t hash = 0;
     for (const char byte : name) {
@@ -26,7 +26,7 @@ uint32_t hashOfLabels(std::string_view name) {
 }
 
 // What entries of one block are sorted by. Names differ where their labels do, but lengths count
-// before bytes: labels stand behind their length.
+// before bytes: a label comes after its length.
 std::string wireNameOf(std::string_view name) {
     std::string wire;
     const std::optional<std::vector<std::string>> labels = labelsOf(name);

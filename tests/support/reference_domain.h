@@ -18,7 +18,7 @@
 
 namespace rs::test {
 
-// A canonical rule. isWildcard tells a '*' that was written from one that an escape stood for.
+// A canonical rule. isWildcard tells a '*' that was written as such from an escaped one.
 struct DomainForm {
     Outcome outcome;
     bool isWildcard;
@@ -61,11 +61,11 @@ public:
     // The same answer by way of an index of the names, for large sets.
     DomainAnswer findByIndex(std::string_view name) const;
 
-    // The userData that a build hands back, in this order: of rules whose name is there already.
-    // Later rules for every name do not hand theirs back.
+    // The userData that a build gives back, in this order: of rules whose name is there already.
+    // Later rules for every name do not give theirs back.
     std::vector<void*> handedBackAtBuild() const;
-    // The userData that the deletion of the group hands back, in no order: of the first rule of each
-    // block.
+    // The userData that the deletion of the group gives back, in no order: of the first rule of
+    // each block.
     std::vector<void*> handedBackAtDelete() const;
 
     const std::vector<ReferenceDomainRule>& rules() const { return rules_; }

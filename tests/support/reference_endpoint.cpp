@@ -38,7 +38,7 @@ std::vector<AddressRange> ipv4ViewOf(const EndpointAddresses& addresses) {
     return ranges;
 }
 
-// What '*' stands for depends on where the rule is entered.
+// What '*' means depends on where the rule is entered.
 std::vector<AddressRange> rangesOf(const EndpointAddresses& addresses, const AddressRange& any) {
     return addresses.isAny ? std::vector<AddressRange>{any} : addresses.items;
 }
@@ -65,8 +65,8 @@ int32_t ReferenceEndpointRules::add(std::string_view text, uint32_t ruleValue, u
     return RULE_OK;
 }
 
-// Deliberate: a wide rule whose first address alone is '*' stands anywhere only; one without IPv6
-// covers mapped first addresses only; with two '*' it stands in both places.
+// Deliberate: a wide rule whose first address alone is '*' is in anywhere_ only; one without
+// IPv6 covers mapped first addresses only; with two '*' it is in both places.
 void ReferenceEndpointRules::enterIpPort(const EndpointRuleText& rule, size_t position) {
     if (!rule.first.isAny) {
         for (const AddressRange& item : rule.first.items) {
@@ -211,7 +211,7 @@ bool ReferenceEndpointRules::coversSecond6(Number128 address, uint32_t port) con
            });
 }
 
-// Every rule stands in some place of the 128-bit lookups, so none is left out.
+// Every rule is in some place of the 128-bit lookups, so none is left out.
 std::vector<void*> ReferenceEndpointRules::handedBackAtDelete() const {
     std::vector<void*> handedBack;
     for (const ReferenceEndpointRule& rule : rules_) {

@@ -4,7 +4,7 @@
 //     rule texts --add--> a vector of rules --find--> the first rule that covers both endpoints
 //
 // In lookups of IPv4 addresses the earliest rule wins, always. In those of 128-bit addresses a rule
-// stands in places, by what it says of the first address:
+// is in places, by what it says of the first address:
 //
 //     anywhere   every first address
 //     exact      a single one
@@ -60,7 +60,7 @@ public:
     bool coversSecond4(Number128 address, uint32_t port) const;
     bool coversSecond6(Number128 address, uint32_t port) const;
 
-    // What the deletion of a group hands back: each once, in whatever order.
+    // What the deletion of a group gives back: each once, in whatever order.
     std::vector<void*> handedBackAtDelete() const;
 
     const std::vector<ReferenceEndpointRule>& rules() const { return rules_; }

@@ -164,7 +164,7 @@ std::optional<EndpointRuleText> readPacketFilterForm(const std::vector<std::stri
 }  // namespace
 
 std::optional<EndpointRuleText> readIpPortRule(std::string_view text, bool allowIpv6) {
-    // No blank stands inside a rule, not even in a prefix whose characters nobody checks.
+    // No rule has a blank inside, not even in a prefix whose characters nobody checks.
     const std::vector<std::string_view> fields = fieldsOf(text);
     if (fields.empty() ||
         withoutOuterBlanks(text).find_first_of(BLANKS) != std::string_view::npos) {

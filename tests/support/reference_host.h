@@ -36,7 +36,7 @@ std::string_view trimBlanks(std::string_view text);
 char lowerByte(char byte);
 std::string lowerBytes(std::string_view text);
 
-// Whether an escape, '%' with two hexadecimal digits, stands at a place of the text.
+// Whether an escape, '%' with two hexadecimal digits, is at a place of the text.
 bool hasEscapeAt(std::string_view text, size_t at);
 char escapedByteAt(std::string_view text, size_t at);
 

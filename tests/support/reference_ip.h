@@ -3,7 +3,7 @@
 //
 //     rule texts --add--> a vector of ranges --find--> the first rule of the vector that covers
 //
-// Addresses are numbers of 128 bits; an IPv4 address stands in IPv4-mapped form, ::ffff:a.b.c.d.
+// Addresses are numbers of 128 bits; an IPv4 address is in IPv4-mapped form, ::ffff:a.b.c.d.
 #pragma once
 
 #include <array>
@@ -63,7 +63,7 @@ struct ReferenceRule {
     uint32_t ruleValue;
     uint32_t ruleId;
     void* userData;
-    // A build has handed userData back; later builds do not do it again.
+    // A build has given userData back; later builds do not do it again.
     bool handedBack;
 };
 
@@ -83,7 +83,7 @@ public:
     const ReferenceRule* findIpv4(uint32_t address, std::optional<uint32_t> ruleValue = {}) const;
     const ReferenceRule* findIpv6(Number128 address, std::optional<uint32_t> ruleValue = {}) const;
 
-    // What a build with a release callback hands back, and what the deletion of that group will.
+    // What a build with a release callback gives back, and what the deletion of that group will.
     HandedBack build();
 
     const std::vector<ReferenceRule>& rules() const { return rules_; }

@@ -154,7 +154,7 @@ std::string ReferenceUrlRules::nodeNameOf(const ReferenceUrlRule& rule) {
     return "none";
 }
 
-// The long paths of a host stand in blocks when there are many of them.
+// The long paths of a host are in blocks when there are many of them.
 bool ReferenceUrlRules::isInBlock(const ReferenceUrlRule& rule) const {
     return rule.prefix.size() >= LONG_PREFIX &&
            nodes_.at(nodeNameOf(rule)).longPaths >= CROWDED_PATHS;

@@ -26,7 +26,7 @@ struct ReferenceUrlRule {
     std::string host;    // without "*."
     std::string prefix;  // of the path, up to its '*'
     std::optional<std::string> behindWildcard;
-    bool isPlain;  // covers its path and what goes on behind it with '/', '?' or '#'
+    bool isPlain;  // covers its path and what goes on after it with '/', '?' or '#'
     uint32_t portLow;
     uint32_t portHigh;
     uint32_t ruleIndex;
@@ -50,13 +50,13 @@ public:
     // The same answer by way of an index of the hosts, for large sets.
     UrlAnswer findByIndex(std::string_view url) const;
 
-    // A build hands no userData back; the deletion of a group does, in no order.
+    // A build gives no userData back; the deletion of a group does, in no order.
     static std::vector<void*> handedBackAtBuild() { return {}; }
     std::vector<void*> handedBackAtDelete() const;
 
     const std::vector<ReferenceUrlRule>& rules() const { return rules_; }
 
-    // How many rules stand in blocks of long paths, where they cover more than elsewhere.
+    // How many rules are in blocks of long paths, where they cover more than elsewhere.
     size_t countOfRulesInBlocks() const;
 
 private:

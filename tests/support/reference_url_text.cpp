@@ -231,7 +231,7 @@ private:
     size_t left_;
 };
 
-// The scheme of a rule. A length counts and then the first letters: what lies behind them is "://"
+// The scheme of a rule. Its length counts first, and then its letters: what follows them is "://"
 // in any case.
 int32_t readRuleScheme(const SplitUrl& split, std::string& scheme) {
     if (!split.scheme || *split.scheme == "//") {

@@ -29,7 +29,7 @@ struct SplitUrl {
     std::optional<std::string> portText;  // ':' and digits
     std::optional<std::string> rest;      // from its '/', '?' or '#' on
     uint32_t port = 0;
-    std::optional<size_t> portColon;  // where the port colon stands, with a valid port or without
+    std::optional<size_t> portColon;  // where the port colon is, with a valid port or without
 };
 
 SplitUrl splitUrlText(std::string_view text);

@@ -1,4 +1,4 @@
-// A host that remembers what it was handed back, and in which order.
+// A host that remembers what was given back to it, and in which order.
 #pragma once
 
 #include <ruleset.h>
@@ -20,7 +20,7 @@ public:
         return rs_registerRuleCallback(&set, RULE_CALLBACK_RELEASE, record, this);
     }
 
-    // What was handed back, the first one first.
+    // What was given back, the first one first.
     const std::vector<void*>& order() const { return order_; }
 
     size_t countOf(const void* userData) const {

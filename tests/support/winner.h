@@ -15,7 +15,8 @@
 
 namespace rs::test {
 
-// The ruleIndex of the rule that match(result) finds; 0 for a miss, which must leave `missed` behind.
+// The ruleIndex of the rule that match(result) finds; 0 for a miss, after which result must equal
+// `missed`.
 template <typename Match>
 uint32_t winnerOfMatch(const Match& match, const MatchResult& missed = UNTOUCHED) {
     MatchResult result = UNTOUCHED;
