@@ -1,0 +1,27 @@
+#include "core/growing_array.h"
+
+#include <cstdint>
+
+#include <gtest/gtest.h>
+
+namespace rs::test {
+
+namespace {
+
+TEST(GrowingArray, KeepsItsValuesInOrder) {
+    GrowingArray<uint32_t> array;
+    EXPECT_EQ(0, array.count());
+    for (uint32_t i = 0; i < 1000; ++i) {
+        ASSERT_TRUE(array.append(i * 3));
+        ASSERT_EQ(i + 1, array.count());
+    }
+    for (uint32_t i = 0; i < 1000; ++i) {
+        EXPECT_EQ(i * 3, array[i]);
+    }
+    array[7] = 1;
+    EXPECT_EQ(1, array[7]);
+}
+
+}  // namespace
+
+}  // namespace rs::test
