@@ -23,14 +23,12 @@ public:
     [[nodiscard]] Value& operator[](uint32_t i) noexcept { return values_[i]; }
     [[nodiscard]] const Value& operator[](uint32_t i) const noexcept { return values_[i]; }
 
-    // False, with nothing changed, when memory is out or the array holds 2^31 values.
-    [[nodiscard]] bool append(const Value& value) noexcept {
-        if (count_ == capacity_ && !grow()) {
-            return false;
-        }
-        values_[count_++] = value;
-        return true;
-    }
+    // Makes room for one more value. False, with nothing changed, when memory is out or the array holds
+    // 2^31 values.
+    [[nodiscard]] bool reserveOne() noexcept { return count_ < capacity_ || grow(); }
+
+    // Appends a value, into the room that reserveOne has made.
+    void append(const Value& value) noexcept { values_[count_++] = value; }
 
 private:
     static constexpr uint32_t FIRST_CAPACITY = 32;

@@ -1,21 +1,22 @@
-// Whether an entry of a tree node covers an interval already, without a walk over the node's entries.
+// Which intervals are covered already for a ruleValue, while an interval tree is built.
 //
-// A node of an interval tree holds an entry for each rule that meets it, and a rule enters none where an
-// entry with its ruleValue covers all of its part. Where thousands of rules meet in one node, the walk
-// that finds out would make a build cubic. So the entries of crowded nodes are filed here while the
-// tree is built, by node and ruleValue:
+// A rule enters nothing where an earlier rule with its ruleValue covers all of the part. A walk over
+// the entries of a node finds that out, and over all nodes below the rule. Where thousands of rules
+// meet, such walks would make a build cubic. This index answers the same from the rules themselves:
+// a part of a node is covered by an entry of the node exactly when one earlier rule holds the part.
 //
-//     node A, value 7   ->   20-29             a treap (binary tree by low, heap by chance) in
-//                           /     \            which every interval knows the highest end
-//                        10-19   40-90         below it
-//     node A, value 8   ->   ...
+//     value 7   ->   20-29             a treap (a binary tree by low, a heap by chance), in
+//                   /     \            which every interval knows the highest end below it
+//                10-19   40-90
+//     value 8   ->   ...
 //
-// One descent answers whether an interval with low <= a and high >= b is there.
+// An honest list needs none of this, so the index sleeps at first: it only keeps the intervals.
 //
-// Ownership:  owns its copies of the intervals; nodes are only compared, never read.
+// Ownership:  owns its copies of the intervals.
 // Threads:    none; lives while one tree is built.
-// Cost:       a step for each level of a treap: log2(n) of them for n intervals of one node and value, on average,
-//             since chance decides by a secret.
+// Cost:       asleep, 28 bytes an interval (60 with 128-bit addresses) and no time. Awake, a step for
+//             each level of a treap: log2(n) of them for n intervals of a value, on average, since
+//             chance decides by a secret.
 #pragma once
 
 #include <algorithm>
@@ -30,10 +31,39 @@ namespace rs {
 template <typename Address>
 class CoverIndex {
 public:
-    // Whether an interval that was added for this node and value holds all of [low, high].
-    [[nodiscard]] bool covers(const void* node, uint32_t ruleValue, const Address& low,
+    [[nodiscard]] uint32_t count() const noexcept { return intervals_.count(); }
+
+    // Makes room for one more interval. False when memory is out.
+    [[nodiscard]] bool reserveOne() noexcept {
+        return intervals_.reserveOne() && (!isAwake_ || slots_.reserveOne());
+    }
+
+    // Adds an interval, into the room that reserveOne has made.
+    void add(uint32_t ruleValue, const Address& low, const Address& high) noexcept {
+        intervals_.append({low, high, high, ruleValue, NONE, NONE});
+        if (isAwake_) {
+            link(intervals_.count() - 1);
+        }
+    }
+
+    [[nodiscard]] bool isAwake() const noexcept { return isAwake_; }
+
+    // Files all intervals so that covers can be asked. When memory is out the index sleeps on.
+    void wake() noexcept {
+        for (uint32_t i = 0; i < intervals_.count(); ++i) {
+            if (!slots_.reserveOne()) {
+                slots_ = {};
+                return;
+            }
+            link(i);
+        }
+        isAwake_ = true;
+    }
+
+    // Whether one interval that was added for this value holds all of [low, high]. The index is awake.
+    [[nodiscard]] bool covers(uint32_t ruleValue, const Address& low,
                               const Address& high) const noexcept {
-        const Slot* slot = findSlot(node, ruleValue);
+        const Slot* slot = findSlot(ruleValue);
         for (uint32_t at = slot == nullptr ? NONE : slot->root; at != NONE;) {
             const Interval& interval = intervals_[at];
             if (low < interval.low) {
@@ -47,47 +77,34 @@ public:
         return false;
     }
 
-    // False, with nothing changed, when memory is out.
-    [[nodiscard]] bool add(const void* node, uint32_t ruleValue, const Address& low,
-                           const Address& high) noexcept {
-        if (!slots_.reserveOne() || !intervals_.append({low, high, high, NONE, NONE})) {
-            return false;
-        }
-        Slot* slot = findSlot(node, ruleValue);
-        if (slot == nullptr) {
-            slot = &slots_.add({hashOf(node, ruleValue), node, ruleValue, NONE});
-        }
-        insert(slot->root, intervals_.count() - 1);
-        return true;
-    }
-
 private:
     static constexpr uint32_t NONE = UINT32_MAX;
 
     struct Slot {
         uint64_t hash;
-        const void* node;
         uint32_t ruleValue;
         uint32_t root;
+        bool isUsed;
 
-        [[nodiscard]] bool isTaken() const noexcept { return node != nullptr; }
+        [[nodiscard]] bool isTaken() const noexcept { return isUsed; }
     };
 
     struct Interval {
         Address low;
         Address high;
         Address highest;  // of this interval and all below it
+        uint32_t ruleValue;
         uint32_t left;
         uint32_t right;
     };
 
-    [[nodiscard]] uint64_t hashOf(const void* node, uint32_t ruleValue) const noexcept {
-        return mixHash(reinterpret_cast<uintptr_t>(node) ^ seed_.left, ruleValue ^ seed_.right);
+    [[nodiscard]] uint64_t hashOf(uint32_t ruleValue) const noexcept {
+        return mixHash(ruleValue ^ seed_.left, seed_.right);
     }
 
-    [[nodiscard]] Slot* findSlot(const void* node, uint32_t ruleValue) const noexcept {
-        return slots_.find(hashOf(node, ruleValue), [&](const Slot& slot) noexcept {
-            return slot.node == node && slot.ruleValue == ruleValue;
+    [[nodiscard]] Slot* findSlot(uint32_t ruleValue) const noexcept {
+        return slots_.find(hashOf(ruleValue), [ruleValue](const Slot& slot) noexcept {
+            return slot.ruleValue == ruleValue;
         });
     }
 
@@ -95,12 +112,22 @@ private:
         return at != NONE && intervals_[at].highest >= high;
     }
 
-    // Where an interval stands in the heap: a number drawn by its place.
+    // The place of an interval in the heap order: a number drawn by its position.
     [[nodiscard]] uint64_t rank(uint32_t at) const noexcept {
         return mixHash(at ^ seed_.right, seed_.left | 1U);
     }
 
-    // Puts an interval where the heap order wants it, and what lies below that place on either side.
+    void link(uint32_t added) noexcept {
+        Interval& interval = intervals_[added];
+        interval.highest = interval.high;
+        Slot* slot = findSlot(interval.ruleValue);
+        if (slot == nullptr) {
+            slot = &slots_.add({hashOf(interval.ruleValue), interval.ruleValue, NONE, true});
+        }
+        insert(slot->root, added);
+    }
+
+    // Puts an interval where the heap order wants it, and what was below that place on either side.
     void insert(uint32_t& root, uint32_t added) noexcept {
         uint32_t* place = &root;
         Interval& interval = intervals_[added];
@@ -143,6 +170,7 @@ private:
     }
 
     HashSeed seed_ = newHashSeed();
+    bool isAwake_ = false;
     OpenTable<Slot> slots_;
     GrowingArray<Interval> intervals_;
 };

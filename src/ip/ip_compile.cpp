@@ -42,39 +42,49 @@ bool hasIpv4View(const IpRule& rule) noexcept {
            (isSingle(rule) || isIpv4Mapped(rule.addresses.endAddress));
 }
 
+// A table while it is built, with what its trees need meanwhile.
+struct TableBuild {
+    const RuleSet& set;
+    IpRuleTable& table;
+    IntervalBuild<uint32_t> ipv4Ranges;
+    ValueTable ipv6HostValues;
+    IntervalBuild<Address128> ipv6Ranges;
+};
+
 // Enters a rule into the 32-bit structures; a rule of IPv6 addresses has no place there.
-int32_t enterIpv4View(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
-                      const EntryRule& entryRule) noexcept {
+int32_t enterIpv4View(TableBuild& build, const IpRule& rule, const EntryRule& entryRule) noexcept {
     if (!hasIpv4View(rule)) {
         return RULE_OK;
     }
+    IpRuleTable& table = build.table;
     const uint32_t low = rule.addresses.startAddress.words[3];
     if (isSingle(rule)) {
-        if (!createHostTable(table.hostTable, set.ipRules.ruleCount)) {
+        if (!createHostTable(table.hostTable, build.set.ipRules.ruleCount)) {
             return RULE_ERR_NO_MEMORY;
         }
         return insertHost(table.hostTable, low, entryRule);
     }
-    if (!createTree(table.ipv4RangeTree, set, classifyInterval32, releaseRangeEntries32)) {
+    if (!createTree(table.ipv4RangeTree, build.set, classifyInterval32, releaseRangeEntries32)) {
         return RULE_ERR_NO_MEMORY;
     }
-    return insertInterval32(table.ipv4RangeTree, low, rule.addresses.endAddress.words[3],
-                            entryRule);
+    return insertInterval32(table.ipv4RangeTree, build.ipv4Ranges, low,
+                            rule.addresses.endAddress.words[3], entryRule);
 }
 
 // Enters a rule into the 128-bit structures, IPv4 rules in their mapped form.
-int32_t enterIpv6View(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
-                      const EntryRule& entryRule) noexcept {
+int32_t enterIpv6View(TableBuild& build, const IpRule& rule, const EntryRule& entryRule) noexcept {
+    IpRuleTable& table = build.table;
     if (isSingle(rule)) {
-        if (!createTree(table.ipv6HostTree, set, compareAddressKey, releaseAddressEntries)) {
+        if (!createTree(table.ipv6HostTree, build.set, compareAddressKey, releaseAddressEntries)) {
             return RULE_ERR_NO_MEMORY;
         }
-        return insertAddress128(table.ipv6HostTree, rule.addresses.startAddress, entryRule);
+        return insertAddress128(table.ipv6HostTree, build.ipv6HostValues,
+                                rule.addresses.startAddress, entryRule);
     }
-    if (!createTree(table.ipv6RangeTree, set, classifyInterval128, releaseRangeEntries128)) {
+    if (!createTree(table.ipv6RangeTree, build.set, classifyInterval128, releaseRangeEntries128)) {
         return RULE_ERR_NO_MEMORY;
     }
-    return insertInterval128(table.ipv6RangeTree, rule.addresses.startAddress,
+    return insertInterval128(table.ipv6RangeTree, build.ipv6Ranges, rule.addresses.startAddress,
                              rule.addresses.endAddress, entryRule);
 }
 
@@ -91,18 +101,28 @@ void giveUserDataBack(const RuleSet& set, IpRule& rule, const EntryRule& entryRu
     callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData, flags);
 }
 
-using EnterView = int32_t (*)(const RuleSet& set, IpRuleTable& table, const IpRule& rule,
+using EnterView = int32_t (*)(TableBuild& build, const IpRule& rule,
                               const EntryRule& entryRule) noexcept;
 
-bool enterRules(RuleSet& set, IpRuleTable& table, uint8_t* claims, EnterView enterView) noexcept {
+bool enterRules(RuleSet& set, TableBuild& build, uint8_t* claims, EnterView enterView) noexcept {
     return forEachRule<IpRule>(set.ipRules, [&](IpRule& rule, uint32_t ruleIndex) noexcept {
         const EntryRule entryRule{ruleIndex, rule.ruleValue, rule.ruleId, rule.userData, claims};
-        const int32_t status = enterView(set, table, rule, entryRule);
+        const int32_t status = enterView(build, rule, entryRule);
         if (status == RULE_ERR_DUPLICATE) {
             giveUserDataBack(set, rule, entryRule);
         }
         return status == RULE_OK || status == RULE_ERR_DUPLICATE;
     });
+}
+
+bool enterBothViews(RuleSet& set, IpRuleTable& table, uint8_t* claims) noexcept {
+    TableBuild build{set, table, {}, {}, {}};
+    if (!enterRules(set, build, claims, enterIpv4View) ||
+        !enterRules(set, build, claims, enterIpv6View)) {
+        return false;
+    }
+    table.leftOut = build.ipv4Ranges.leftOut + build.ipv6Ranges.leftOut;
+    return true;
 }
 
 }  // namespace
@@ -117,8 +137,7 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
         return nullptr;
     }
     auto table = newStructure<IpRuleTable, releaseIpRuleTable>(*set);
-    if (!table || !enterRules(*set, *table, claims.get(), enterIpv4View) ||
-        !enterRules(*set, *table, claims.get(), enterIpv6View)) {
+    if (!table || !enterBothViews(*set, *table, claims.get())) {
         return nullptr;  // the owner frees what was made and gives its userData back
     }
     return group->ipTable = table.release();

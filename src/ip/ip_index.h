@@ -33,6 +33,7 @@ struct IpRuleTable {
     SearchTree* ipv4RangeTree;  // owned; null until needed, like the next two
     SearchTree* ipv6HostTree;
     SearchTree* ipv6RangeTree;
+    uint32_t leftOut;  // rules for which memory ran out, once for each view that lacks them
 };
 
 // A key of an interval tree; its next is null there. While a rule is being entered, a chain of these

@@ -59,25 +59,30 @@ void* insertIntoHostBucket(HashBucket* bucket, void* item) noexcept {
     return insertion;
 }
 
-// Where a rule's entry belongs among those of a node.
-template <typename Entry>
-struct EntryPlace {
-    Entry* last;  // the one to append to; null without entries, which no build makes
-    bool isDuplicate;
-};
-
-// isDuplicate(entry) says that the rule adds nothing to an entry.
+// Whether an entry of a node is one that isDuplicate(entry) takes. Counts the entries walked.
 template <typename Entry, typename IsDuplicate>
-EntryPlace<Entry> findEntryPlace(const TreeNode& node, const IsDuplicate& isDuplicate) noexcept {
-    Entry* last = nullptr;
-    for (auto* entry = static_cast<Entry*>(node.entries); entry != nullptr; entry = entry->next) {
+bool hasEntry(const TreeNode& node, uint64_t& steps, const IsDuplicate& isDuplicate) noexcept {
+    for (auto* entry = static_cast<const Entry*>(node.entries); entry != nullptr;
+         entry = entry->next) {
+        ++steps;
         if (isDuplicate(*entry)) {
-            return {entry, true};
+            return true;
         }
-        last = entry;
     }
-    return {last, false};
+    return false;
 }
+
+// A node has one entry at least, which came with it.
+template <typename Entry>
+void appendEntry(TreeNode& node, Entry* entry) noexcept {
+    static_cast<Entry*>(node.lastEntry)->next = entry;
+    node.lastEntry = entry;
+    ++node.entryCount;
+}
+
+// The index of covered intervals wakes up where rules take more steps than this on average. Lists of
+// real address ranges take fewer than 20.
+constexpr uint64_t STEPS_PER_RULE = 64;
 
 // One rule's way into an interval tree. Work is the chain of intervals still to enter. What sticks
 // out of a node is queued before all other work, so that the pieces are entered from low to high.
@@ -88,14 +93,21 @@ public:
     using Entry = RangeEntry<Address>;
     using Work = OwnedRanges<Address>;
 
-    IntervalInsertion(SearchTree& tree, const EntryRule& rule) noexcept
-        : tree_(tree), rule_(rule) {}
+    IntervalInsertion(SearchTree& tree, IntervalBuild<Address>& build,
+                      const EntryRule& rule) noexcept
+        : tree_(tree), build_(build), rule_(rule) {}
 
     int32_t insert(const Address& low, const Address& high) noexcept {
-        int32_t status = queue(low, high) ? RULE_OK : RULE_ERR_NO_MEMORY;
+        const bool hasRoom = build_.covers.reserveOne() && queue(low, high);
+        int32_t status = hasRoom ? RULE_OK : RULE_ERR_NO_MEMORY;
         while (status == RULE_OK && work_) {
             Work item = takeItem();
             status = enter(std::move(item));
+        }
+        if (status == RULE_OK) {
+            build_.covers.add(rule_.ruleValue, low, high);
+        } else if (status == RULE_ERR_NO_MEMORY && !entered_) {
+            ++build_.leftOut;
         }
         return entered_ ? status : RULE_ERR_DUPLICATE;
     }
@@ -119,6 +131,10 @@ private:
     }
 
     int32_t enter(Work item) noexcept {
+        countStep();
+        if (isCovered(item->low, item->high)) {
+            return RULE_OK;
+        }
         const TreePlace place = findTreePlace(tree_, item.get());
         if (place.node == nullptr) {
             return enterNewNode(place, std::move(item));
@@ -130,6 +146,21 @@ private:
         const auto& key = *static_cast<const Key*>(place.node->key);
         return enterCoveredPart(*place.node, std::max(item->low, key.low),
                                 std::min(item->high, key.high));
+    }
+
+    void countStep() noexcept {
+        ++build_.steps;
+        if (!build_.covers.isAwake() &&
+            build_.steps > STEPS_PER_RULE * (uint64_t{build_.covers.count()} + 1)) {
+            build_.covers.wake();
+        }
+    }
+
+    // Whether one earlier rule with the same ruleValue covers all of a piece, as far as the index knows.
+    // Such a piece adds nothing to any node: each has an entry that covers its part, of that rule or of
+    // one that made an entry of that rule superfluous.
+    bool isCovered(const Address& low, const Address& high) const noexcept {
+        return build_.covers.isAwake() && build_.covers.covers(rule_.ruleValue, low, high);
     }
 
     int32_t enterNewNode(const TreePlace& place, Work key) noexcept {
@@ -168,12 +199,8 @@ private:
     }
 
     // Appends an entry unless one with the same ruleValue covers the part already.
-    int32_t enterCoveredPart(const TreeNode& node, const Address& low,
-                             const Address& high) noexcept {
-        const auto place = findEntryPlace<Entry>(node, [&](const Entry& entry) noexcept {
-            return entry.low <= low && entry.high >= high && entry.ruleValue == rule_.ruleValue;
-        });
-        if (place.isDuplicate) {
+    int32_t enterCoveredPart(TreeNode& node, const Address& low, const Address& high) noexcept {
+        if (isCoveredInNode(node, low, high)) {
             return RULE_OK;
         }
         OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
@@ -183,12 +210,22 @@ private:
         entry->low = low;
         entry->high = high;
         claimUserData(*entry, rule_);
-        place.last->next = entry.release();
+        appendEntry(node, entry.release());
         entered_ = true;
         return RULE_OK;
     }
 
+    bool isCoveredInNode(const TreeNode& node, const Address& low, const Address& high) noexcept {
+        if (build_.covers.isAwake()) {
+            return isCovered(low, high);
+        }
+        return hasEntry<Entry>(node, build_.steps, [&](const Entry& entry) noexcept {
+            return entry.low <= low && entry.high >= high && entry.ruleValue == rule_.ruleValue;
+        });
+    }
+
     SearchTree& tree_;
+    IntervalBuild<Address>& build_;
     const EntryRule& rule_;
     Work work_;
     bool entered_ = false;
@@ -210,20 +247,49 @@ int32_t insertAddressNode(SearchTree& tree, const TreePlace& place, const Addres
     return RULE_OK;
 }
 
-int32_t appendAddressEntry(const TreeNode& node, const EntryRule& rule) noexcept {
-    const auto place = findEntryPlace<AddressEntry>(node, [&](const AddressEntry& entry) noexcept {
-        return entry.ruleValue == rule.ruleValue;
+// A node with this many entries has their ruleValues in the table, so that no walk is longer.
+constexpr uint32_t CROWDED_ENTRIES = 16;
+
+bool fileValues(const TreeNode& node, ValueTable& crowdedValues) noexcept {
+    for (auto* entry = static_cast<const AddressEntry*>(node.entries); entry != nullptr;
+         entry = entry->next) {
+        if (!crowdedValues.add(&node, entry->ruleValue)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool hasValue(const TreeNode& node, const ValueTable& crowdedValues, uint32_t ruleValue) noexcept {
+    if (node.entryCount >= CROWDED_ENTRIES) {
+        return crowdedValues.contains(&node, ruleValue);
+    }
+    uint64_t steps = 0;
+    return hasEntry<AddressEntry>(node, steps, [ruleValue](const AddressEntry& entry) noexcept {
+        return entry.ruleValue == ruleValue;
     });
-    if (place.isDuplicate) {
+}
+
+// Files the value that was appended last, or all of a node that has become crowded by it.
+bool noteValue(const TreeNode& node, ValueTable& crowdedValues, uint32_t ruleValue) noexcept {
+    if (node.entryCount == CROWDED_ENTRIES) {
+        return fileValues(node, crowdedValues);
+    }
+    return node.entryCount < CROWDED_ENTRIES || crowdedValues.add(&node, ruleValue);
+}
+
+int32_t appendAddressEntry(TreeNode& node, ValueTable& crowdedValues,
+                           const EntryRule& rule) noexcept {
+    if (hasValue(node, crowdedValues, rule.ruleValue)) {
         return RULE_ERR_DUPLICATE;
     }
     OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
-    if (place.last == nullptr || !entry) {
+    if (!entry || node.entries == nullptr) {
         return RULE_ERR_FAILED;
     }
     claimUserData(*entry, rule);
-    place.last->next = entry.release();
-    return RULE_OK;
+    appendEntry(node, entry.release());
+    return noteValue(node, crowdedValues, rule.ruleValue) ? RULE_OK : RULE_ERR_FAILED;
 }
 
 }  // namespace
@@ -235,23 +301,23 @@ int32_t insertHost(HashTable* hostTable, uint32_t address, const EntryRule& rule
     return count > 0 ? RULE_OK : insertion.status;
 }
 
-int32_t insertAddress128(SearchTree* tree, const Address128& address,
+int32_t insertAddress128(SearchTree* tree, ValueTable& crowdedValues, const Address128& address,
                          const EntryRule& rule) noexcept {
     const TreePlace place = findTreePlace(*tree, &address);
     if (place.node == nullptr) {
         return insertAddressNode(*tree, place, address, rule);
     }
-    return appendAddressEntry(*place.node, rule);
+    return appendAddressEntry(*place.node, crowdedValues, rule);
 }
 
-int32_t insertInterval32(SearchTree* tree, uint32_t low, uint32_t high,
-                         const EntryRule& rule) noexcept {
-    return IntervalInsertion<uint32_t>(*tree, rule).insert(low, high);
+int32_t insertInterval32(SearchTree* tree, IntervalBuild<uint32_t>& build, uint32_t low,
+                         uint32_t high, const EntryRule& rule) noexcept {
+    return IntervalInsertion<uint32_t>(*tree, build, rule).insert(low, high);
 }
 
-int32_t insertInterval128(SearchTree* tree, const Address128& low, const Address128& high,
-                          const EntryRule& rule) noexcept {
-    return IntervalInsertion<Address128>(*tree, rule).insert(low, high);
+int32_t insertInterval128(SearchTree* tree, IntervalBuild<Address128>& build, const Address128& low,
+                          const Address128& high, const EntryRule& rule) noexcept {
+    return IntervalInsertion<Address128>(*tree, build, rule).insert(low, high);
 }
 
 }  // namespace rs

@@ -13,13 +13,16 @@
 // Ownership:  the structure owns what enters it. The first entry of a rule that is sure to stay owns
 //             the rule's userData; the claims remember that.
 // Threads:    none; a table is built by one thread.
-// Cost:       a bucket is walked for a host, a descent and a node's entries for everything else, once
-//             for each piece of an interval.
+// Cost:       a bucket is walked for a host. For everything else a descent for each piece of an interval,
+//             and a walk over the node's entries; where walks would add up, indexes take their place, so
+//             that a build costs a few descents for each rule and entry.
 #pragma once
 
 #include <cstdint>
 
+#include "ip/cover_index.h"
 #include "ip/ip_index.h"
+#include "ip/value_table.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -36,14 +39,23 @@ struct EntryRule {
 [[nodiscard]] int32_t insertHost(HashTable* hostTable, uint32_t address,
                                  const EntryRule& rule) noexcept;
 
-[[nodiscard]] int32_t insertAddress128(SearchTree* tree, const Address128& address,
-                                       const EntryRule& rule) noexcept;
+[[nodiscard]] int32_t insertAddress128(SearchTree* tree, ValueTable& crowdedValues,
+                                       const Address128& address, const EntryRule& rule) noexcept;
+
+// What a tree of intervals needs beside itself while rules are entered.
+template <typename Address>
+struct IntervalBuild {
+    CoverIndex<Address> covers;
+    uint64_t steps = 0;    // nodes that were met and entries that were walked
+    uint32_t leftOut = 0;  // intervals for which memory ran out before a part had entered
+};
 
 // Deliberate: what fails before any part of the interval is entered is RULE_ERR_DUPLICATE too, out
-// of memory included, so that the build goes on without the rule.
-[[nodiscard]] int32_t insertInterval32(SearchTree* tree, uint32_t low, uint32_t high,
-                                       const EntryRule& rule) noexcept;
-[[nodiscard]] int32_t insertInterval128(SearchTree* tree, const Address128& low,
-                                        const Address128& high, const EntryRule& rule) noexcept;
+// of memory included, so that the build goes on without the rule; build.leftOut counts these.
+[[nodiscard]] int32_t insertInterval32(SearchTree* tree, IntervalBuild<uint32_t>& build,
+                                       uint32_t low, uint32_t high, const EntryRule& rule) noexcept;
+[[nodiscard]] int32_t insertInterval128(SearchTree* tree, IntervalBuild<Address128>& build,
+                                        const Address128& low, const Address128& high,
+                                        const EntryRule& rule) noexcept;
 
 }  // namespace rs

@@ -208,6 +208,8 @@ bool insertTreeNode(SearchTree& tree, const TreePlace& place, void* key, void* e
     node->parent = place.parent;
     node->key = key;
     node->entries = entries;
+    node->entryCount = 1;
+    node->lastEntry = entries;
     node->colour = COLOUR_RED;
     if (place.parent == nullptr) {
         tree.root = node;

@@ -31,6 +31,8 @@ struct TreeNode {
     void* key;      // owned
     void* entries;  // owned; the first one
     uint32_t colour;
+    uint32_t entryCount;  // of entries
+    void* lastEntry;      // borrowed; where the next entry is appended
 };
 
 // What compare says of a key against a node. A way down goes left after -1 and right after 1; any

@@ -12,7 +12,8 @@ TEST(GrowingArray, KeepsItsValuesInOrder) {
     GrowingArray<uint32_t> array;
     EXPECT_EQ(0, array.count());
     for (uint32_t i = 0; i < 1000; ++i) {
-        ASSERT_TRUE(array.append(i * 3));
+        ASSERT_TRUE(array.reserveOne());
+        array.append(i * 3);
         ASSERT_EQ(i + 1, array.count());
     }
     for (uint32_t i = 0; i < 1000; ++i) {

@@ -2,15 +2,18 @@
 
 #include <ruleset.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "lookup/address_hash.h"
+#include "support/random_source.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
 
@@ -36,8 +39,9 @@ struct Width<uint32_t> {
     static constexpr uint32_t LAST = ONES;
     static uint32_t address(uint32_t number) { return number; }
     static uint32_t number(uint32_t address) { return address; }
-    static int32_t insert(SearchTree* tree, uint32_t low, uint32_t high, const EntryRule& rule) {
-        return insertInterval32(tree, low, high, rule);
+    static int32_t insert(SearchTree* tree, IntervalBuild<uint32_t>& build, uint32_t low,
+                          uint32_t high, const EntryRule& rule) {
+        return insertInterval32(tree, build, low, high, rule);
     }
 };
 
@@ -52,9 +56,9 @@ struct Width<Address128> {
                             : Address128{{8, 0, 0, number - 100}};
     }
     static uint32_t number(const Address128& address) { return address.words[3] + 100; }
-    static int32_t insert(SearchTree* tree, const Address128& low, const Address128& high,
-                          const EntryRule& rule) {
-        return insertInterval128(tree, low, high, rule);
+    static int32_t insert(SearchTree* tree, IntervalBuild<Address128>& build, const Address128& low,
+                          const Address128& high, const EntryRule& rule) {
+        return insertInterval128(tree, build, low, high, rule);
     }
 };
 
@@ -84,7 +88,7 @@ protected:
     int32_t insertAddresses(const Address& low, const Address& high, uint32_t ruleIndex,
                             uint32_t ruleValue, void* userData = nullptr) {
         const EntryRule rule{ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims};
-        const int32_t status = Of::insert(tree.get(), low, high, rule);
+        const int32_t status = Of::insert(tree.get(), build, low, high, rule);
         EXPECT_TRUE(checkSearchTree(*tree));
         return status;
     }
@@ -97,6 +101,7 @@ protected:
     void setCompare(TreeCompare compare) { tree->compare = compare; }
 
     OwnedSearchTree tree{createSearchTree({}, Of::CLASSIFY, Of::RELEASE)};
+    IntervalBuild<Address> build;
     uint8_t claims[20] = {};
     int token = 0;
 };
@@ -231,7 +236,7 @@ TYPED_TEST(IntervalInsertion, WorksOnRemaindersBeforeWhatWasQueuedEarlier) {
     this->setCompare(recordSearch<TypeParam>);
     searches.clear();
     EXPECT_EQ(RULE_OK,
-              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(20),
+              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(20),
                                        Width<TypeParam>::address(180), {4, 6, 1004, nullptr, {}}));
     EXPECT_EQ(
         (Intervals{{20, 180}, {20, 99}, {20, 39}, {60, 99}, {110, 180}, {110, 139}, {160, 180}}),
@@ -274,7 +279,7 @@ TYPED_TEST(IntervalInsertion, ReportsAnUnknownRelationAsADuplicateWhileNothingIs
     const EntryRule rule{2, 6, 1002, nullptr, nullptr};
     this->setCompare([](const void* /*key*/, const TreeNode* /*node*/) noexcept { return 7; });
     EXPECT_EQ(RULE_ERR_DUPLICATE,
-              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(1),
+              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(1),
                                        Width<TypeParam>::address(2), rule));
     this->setCompare(Width<TypeParam>::CLASSIFY);
     EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
@@ -289,10 +294,102 @@ TYPED_TEST(IntervalInsertion, FailsAtAnUnknownRelationOnceSomethingIsEntered) {
         return relation == KEY_STICKS_OUT_BOTH ? relation : 7;
     });
     EXPECT_EQ(RULE_ERR_INVALID_ARG,
-              Width<TypeParam>::insert(this->tree.get(), Width<TypeParam>::address(90),
+              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(90),
                                        Width<TypeParam>::address(110), rule));
     this->setCompare(Width<TypeParam>::CLASSIFY);
     EXPECT_EQ((Lines{"95-105: 1 95-105, 2 95-105"}), this->lines());
+}
+
+// With or without the index of covered intervals, a rule enters the same parts.
+TYPED_TEST(IntervalInsertion, MakesTheSameTreeWithItsIndexAwake) {
+    using Numbers = Width<TypeParam>;
+    RandomSource random(propertySeed());
+    for (const uint32_t values : {1U, 2U, 5U}) {
+        const OwnedSearchTree trees[] = {
+            OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE)),
+            OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE))};
+        IntervalBuild<TypeParam> builds[2];
+        builds[1].covers.wake();
+        for (uint32_t ruleIndex = 1; ruleIndex <= 400; ++ruleIndex) {
+            const uint32_t low = 2 + random.below32(150);
+            const uint32_t width = random.oneIn(4) ? random.below32(40) : random.below32(8);
+            const EntryRule rule{ruleIndex, random.below32(values), 1, nullptr, nullptr};
+            int32_t statuses[2] = {};
+            for (size_t i = 0; i < 2; ++i) {
+                statuses[i] = Numbers::insert(trees[i].get(), builds[i], Numbers::address(low),
+                                              Numbers::address(std::min(low + width, 190U)), rule);
+            }
+            ASSERT_EQ(statuses[0], statuses[1]) << "rule " << ruleIndex;
+        }
+        const auto linesOf = [](const OwnedSearchTree& built) {
+            return describeIntervals<TypeParam>(built.get(), [](const TypeParam& address) {
+                return std::to_string(Numbers::number(address));
+            });
+        };
+        EXPECT_EQ(linesOf(trees[0]), linesOf(trees[1]));
+    }
+}
+
+// How many entries a tree holds in all.
+template <typename Address>
+uint64_t countEntries(const SearchTree& tree) {
+    uint64_t count = 0;
+    for (const TreeNode* node : nodesInOrder(&tree)) {
+        count += node->entryCount;
+    }
+    return count;
+}
+
+// Lists that were made to be slow. The steps of a build stay in proportion to its rules and to the
+// entries that they must make; a walk over the entries of a node for each entry would not.
+TEST(IntervalCost, StaysInProportionToRulesAndEntries) {
+    struct Rule {
+        uint32_t low;
+        uint32_t high;
+        uint32_t ruleValue;
+    };
+    const auto rulesOf = [](std::string_view kind, uint32_t count) {
+        constexpr uint32_t MIDDLE = 1'000'000;
+        std::vector<Rule> rules;
+        for (uint32_t i = 0; i < count; ++i) {
+            const uint32_t half = count / 2;
+            if (kind == "nested, a value each") {
+                rules.push_back({MIDDLE - i, MIDDLE + 1 + i, i});
+            } else if (kind == "nested, one value") {
+                rules.push_back({MIDDLE - i, MIDDLE + 1 + i, 1});
+            } else if (kind == "narrow, then wide, a value each") {
+                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, i} : Rule{0, 4 * count + i, i});
+            } else if (kind == "narrow, then wide, one value") {
+                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, 1} : Rule{0, 4 * count + i, 1});
+            } else if (kind == "narrow, then the same wide one") {
+                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, 1} : Rule{0, 4 * count, 1});
+            } else if (kind == "wide, then narrow ones of another value") {
+                rules.push_back(i == 0 ? Rule{0, UINT32_MAX, 1} : Rule{4 * i, 4 * i + 1, 2});
+            } else {
+                rules.push_back({MIDDLE, MIDDLE + 1, i});  // the same, a value each
+            }
+        }
+        return rules;
+    };
+    for (const std::string_view kind :
+         {"nested, a value each", "nested, one value", "narrow, then wide, a value each",
+          "narrow, then wide, one value", "narrow, then the same wide one",
+          "wide, then narrow ones of another value", "the same, a value each"}) {
+        for (const uint32_t count : {100U, 400U, 1600U}) {
+            SCOPED_TRACE(std::string(kind) + ", " + std::to_string(count));
+            const OwnedSearchTree tree(
+                createSearchTree({}, classifyInterval32, releaseRangeEntries32));
+            IntervalBuild<uint32_t> build;
+            uint32_t ruleIndex = 0;
+            for (const Rule& rule : rulesOf(kind, count)) {
+                const int32_t status =
+                    insertInterval32(tree.get(), build, rule.low, rule.high,
+                                     {++ruleIndex, rule.ruleValue, 1, nullptr, nullptr});
+                ASSERT_TRUE(status == RULE_OK || status == RULE_ERR_DUPLICATE);
+            }
+            EXPECT_LE(build.steps, 100 * uint64_t{count} + 4 * countEntries<uint32_t>(*tree));
+        }
+    }
 }
 
 class HostInsertion : public ::testing::Test {
@@ -364,8 +461,9 @@ class AddressInsertion : public ::testing::Test {
 protected:
     int32_t insert(const Address128& address, uint32_t ruleIndex, uint32_t ruleValue,
                    void* userData = nullptr) {
-        const int32_t status = insertAddress128(
-            tree.get(), address, {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+        const int32_t status =
+            insertAddress128(tree.get(), crowdedValues, address,
+                             {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
         EXPECT_TRUE(checkSearchTree(*tree));
         return status;
     }
@@ -385,6 +483,7 @@ protected:
     }
 
     OwnedSearchTree tree{createSearchTree({}, compareAddressKey, releaseAddressEntries)};
+    ValueTable crowdedValues;
     uint8_t claims[10] = {};
     int token = 0;
 };
@@ -417,6 +516,21 @@ TEST_F(AddressInsertion, CopiesTheRuleAndClaimsItsUserData) {
     EXPECT_EQ(5, entry.ruleValue);
     EXPECT_EQ(1003, entry.ruleId);
     EXPECT_EQ(&token, entry.userData);
+}
+
+// The values of a crowded node are found without a walk over its entries.
+TEST_F(AddressInsertion, KnowsTheValuesOfCrowdedNodes) {
+    for (uint32_t value = 0; value < 100; ++value) {
+        const EntryRule rule{value + 1, value, 1, nullptr, nullptr};
+        ASSERT_EQ(RULE_OK, insertAddress128(tree.get(), crowdedValues, {{1, 2, 3, 4}}, rule));
+        ASSERT_EQ(value + 1, tree->root->entryCount);
+        for (uint32_t known = 0; known <= value; ++known) {
+            const EntryRule again{1000, known, 1, nullptr, nullptr};
+            ASSERT_EQ(RULE_ERR_DUPLICATE,
+                      insertAddress128(tree.get(), crowdedValues, {{1, 2, 3, 4}}, again));
+        }
+        EXPECT_EQ(value >= 15, crowdedValues.contains(tree->root, 0)) << value;
+    }
 }
 
 TEST_F(AddressInsertion, FailsAtANodeWithoutEntries) {
