@@ -35,7 +35,7 @@ static_functions='
 # The imports prove what the library promises: no threads, files, sockets or output. The first group is the library's,
 # the second what compilers and the start-up code add.
 allowed_imports='
-    calloc free madvise malloc memchr memcmp memcpy memmove memset strlen
+    calloc free getauxval madvise malloc memchr memcmp memcpy memmove memset strlen
     __cxa_finalize __gmon_start__ __stack_chk_fail _ITM_deregisterTMCloneTable _ITM_registerTMCloneTable
     __memcpy_chk __memmove_chk __memset_chk bcmp abort
 '

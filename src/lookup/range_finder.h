@@ -2,37 +2,35 @@
 // them. The structure has one place for each different range. A further rule for an equal range
 // finds that place here. Without this, each rule would cost a walk through all ranges before it.
 //
-//     slots    0: hash 8,  place -> 10.0.0.0 - 10.0.0.255      of 8 slots, the low 3 bits choose one
-//              1: hash 16, place -> 10.1.0.0 - 10.1.0.255      slot 0 was taken: the next free one
-//              2: -
-//              3: hash 3,  place -> ::1 - ::1
-//              ...
+//     slots    hash 8,  place -> 10.0.0.0 - 10.0.0.255      an open table, see open_table.h
+//              hash 16, place -> 10.1.0.0 - 10.1.0.255
+//              -
+//              hash 3,  place -> ::1 - ::1
 //
-// Invariants: the number of slots is 0 or a power of two; at most half of them are taken, so every
-//             search ends at a free slot. No place is removed.
 // Ownership:  owns its slots, borrows the places. A place stays where it is while the finder lives.
 // Threads:    one thread.
 // Cost:       a find reads one slot or two on average, and a place only when its whole hash is that
-//             of the range. Growing reads no place.
+//             of the range. Hashes depend on a secret of the finder, so that no list can choose them.
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
-#include "core/memory.h"
+#include "lookup/hash_seed.h"
+#include "lookup/open_table.h"
 #include "syntax/address128.h"
 
 namespace rs {
 
-// 64 bits that depend on all bits of both ends.
-constexpr uint64_t hashRange(const Address128& low, const Address128& high) noexcept {
-    constexpr uint64_t FACTOR = 0x9E3779B97F4A7C15;  // odd, without pattern: 2^64 / golden ratio
-    uint64_t hash = 0;
+// 64 bits that depend on all bits of both ends, and on the seed.
+constexpr uint64_t hashRange(const HashSeed& seed, const Address128& low,
+                             const Address128& high) noexcept {
+    const auto pair = [](uint32_t left, uint32_t right) noexcept {
+        return (uint64_t{left} << 32U) | right;
+    };
+    uint64_t hash = seed.left;
     for (const Address128& address : {low, high}) {
-        for (const uint32_t word : address.words) {
-            hash = (hash ^ word) * FACTOR;
-            hash ^= hash >> 32U;
-        }
+        hash = mixHash(hash ^ pair(address.words[0], address.words[1]),
+                       seed.right ^ pair(address.words[2], address.words[3]));
     }
     return hash;
 }
@@ -43,73 +41,31 @@ class RangeFinder {
 public:
     // The place added for exactly this range; null without one.
     [[nodiscard]] Place* find(const Address128& low, const Address128& high) const noexcept {
-        if (slotCount_ == 0) {
-            return nullptr;
-        }
-        const uint64_t hash = hashRange(low, high);
-        uint64_t i = firstSlot(hash);
-        while (slots_[i].place != nullptr) {
-            Place* place = slots_[i].place;
-            if (slots_[i].hash == hash && place->low == low && place->high == high) {
-                return place;
-            }
-            i = nextSlot(i);
-        }
-        return nullptr;
+        const Slot* slot =
+            slots_.find(hashRange(seed_, low, high), [&](const Slot& taken) noexcept {
+                return taken.place->low == low && taken.place->high == high;
+            });
+        return slot == nullptr ? nullptr : slot->place;
     }
 
     // Makes room for one more place. False, with nothing changed, when memory is out.
-    [[nodiscard]] bool reserveOne() noexcept {
-        if (2 * (placeCount_ + 1) <= slotCount_) {
-            return true;
-        }
-        const uint64_t newCount = slotCount_ == 0 ? FIRST_SLOT_COUNT : 2 * slotCount_;
-        OwnedMemory<Slot[]> newSlots(allocateArray<Slot>(newCount));
-        if (!newSlots) {
-            return false;
-        }
-        const OwnedMemory<Slot[]> oldSlots = std::exchange(slots_, std::move(newSlots));
-        const uint64_t oldCount = std::exchange(slotCount_, newCount);
-        for (uint64_t i = 0; i < oldCount; ++i) {
-            if (oldSlots[i].place != nullptr) {
-                put(oldSlots[i]);
-            }
-        }
-        return true;
-    }
+    [[nodiscard]] bool reserveOne() noexcept { return slots_.reserveOne(); }
 
     // Adds a place whose range is not there yet, into the room that reserveOne has made.
     void add(Place* place) noexcept {
-        put({hashRange(place->low, place->high), place});
-        ++placeCount_;
+        slots_.add({hashRange(seed_, place->low, place->high), place});
     }
 
 private:
     struct Slot {
         uint64_t hash;
         Place* place;  // borrowed; null in a free slot
+
+        [[nodiscard]] bool isTaken() const noexcept { return place != nullptr; }
     };
 
-    static constexpr uint64_t FIRST_SLOT_COUNT = 64;
-
-    [[nodiscard]] uint64_t firstSlot(uint64_t hash) const noexcept {
-        return hash & (slotCount_ - 1);
-    }
-    [[nodiscard]] uint64_t nextSlot(uint64_t i) const noexcept {
-        return (i + 1) & (slotCount_ - 1);
-    }
-
-    void put(const Slot& slot) noexcept {
-        uint64_t i = firstSlot(slot.hash);
-        while (slots_[i].place != nullptr) {
-            i = nextSlot(i);
-        }
-        slots_[i] = slot;
-    }
-
-    OwnedMemory<Slot[]> slots_;
-    uint64_t slotCount_ = 0;  // a power of two, or 0
-    uint64_t placeCount_ = 0;
+    HashSeed seed_ = newHashSeed();
+    OpenTable<Slot> slots_;
 };
 
 }  // namespace rs

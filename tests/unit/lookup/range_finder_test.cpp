@@ -1,6 +1,7 @@
 #include "lookup/range_finder.h"
 
 #include <cstdint>
+#include <set>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -64,6 +65,23 @@ TEST(RangeFinder, FindsEveryRangeAfterItHasGrown) {
     }
     const Place next = placeOf(COUNT);
     EXPECT_EQ(nullptr, finder.find(next.low, next.high));
+}
+
+// Ranges that are chosen to meet under one seed are spread by another.
+TEST(RangeFinder, HashesDependOnItsSeed) {
+    constexpr HashSeed KNOWN{0x0123456789ABCDEF, 0xFEDCBA9876543210};
+    constexpr uint64_t SLOTS = 1024;
+    const HashSeed secret = newHashSeed();
+    std::set<uint64_t> places;
+    uint32_t chosen = 0;
+    for (uint32_t i = 0; chosen < 500; ++i) {
+        const Address128 low{{0x20010DB8, i, 0, 0}};
+        if (hashRange(KNOWN, low, low) % SLOTS == 0) {
+            ++chosen;
+            places.insert(hashRange(secret, low, low) % SLOTS);
+        }
+    }
+    EXPECT_GT(places.size(), 300U) << "500 numbers out of 1024 by chance are about 395";
 }
 
 }  // namespace
