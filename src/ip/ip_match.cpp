@@ -57,27 +57,23 @@ const AddressEntry* findAddress(const SearchTree* tree, const Address128& addres
     return nullptr;
 }
 
-struct HostKey {
-    uint32_t address;
-    bool anyValue;
-    uint32_t ruleValue;
-};
-
-void* findInHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
-    const auto& host = *static_cast<const HostKey*>(key);
+// The first entry for an address that isWanted(entry) takes. The bucket is walked here rather than in
+// a callback, so that the key stays in registers.
+template <typename IsWanted>
+const HostEntry* findHost(const HashTable* hostTable, uint32_t address,
+                          const IsWanted& isWanted) noexcept {
+    auto* bucket =
+        static_cast<HashBucket*>(hashLookup(hostTable, hashIPv4(address), nullptr, nullptr));
+    if (bucket == nullptr) {
+        return nullptr;
+    }
     for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
-        HostEntry* entry = hostEntryOf(link);
-        if (entry->address == host.address &&
-            (host.anyValue || entry->ruleValue == host.ruleValue)) {
+        const HostEntry* entry = hostEntryOf(link);
+        if (entry->address == address && isWanted(*entry)) {
             return entry;
         }
     }
     return nullptr;
-}
-
-const HostEntry* findHost(const HashTable* hostTable, const HostKey& key) noexcept {
-    return static_cast<const HostEntry*>(
-        hashLookup(hostTable, hashIPv4(key.address), &key, findInHostBucket));
 }
 
 // Reports the earlier of two hits, each of which may be missing.
@@ -98,8 +94,9 @@ int32_t reportEarlier(const Host* host, const Range* range, MatchResult& result)
 }  // namespace
 
 int32_t matchIpv4(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
-    return reportEarlier(findHost(table.hostTable, {address, true, 0}),
-                         findInterval<uint32_t>(table.ipv4RangeTree, address), result);
+    return reportEarlier(
+        findHost(table.hostTable, address, [](const HostEntry&) noexcept { return true; }),
+        findInterval<uint32_t>(table.ipv4RangeTree, address), result);
 }
 
 int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
@@ -111,7 +108,10 @@ int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
 int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,
                            MatchResult& result) noexcept {
     const auto* interval = findInterval<uint32_t>(table.ipv4RangeTree, address);
-    return reportEarlier(findHost(table.hostTable, {address, false, ruleValue}),
+    return reportEarlier(findHost(table.hostTable, address,
+                                  [ruleValue](const HostEntry& entry) noexcept {
+                                      return entry.ruleValue == ruleValue;
+                                  }),
                          entryWithValue(interval, address, ruleValue), result);
 }
 
