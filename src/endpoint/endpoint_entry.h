@@ -1,25 +1,31 @@
 // Making the entries of rules with two endpoints, the part that both types of such rules share.
 //
-//     EntrySource                        entry
-//       rule       text and fields  -->    firstPorts  -> 80-80 -> 90-99
-//       ruleIndex                          secondPorts -> 1-65535
-//       claims                      -->    userData, owned by the first entry of the rule
+//     EntrySource                        first entry
+//       rule       text and fields  -->    firstPorts  -> 80-80 -> 90-99 <-+
+//       ruleIndex                          secondPorts -> 1-65535        <-+-- further entry
+//       claims                      -->    userData, owned                |
+//                                          listUsers   -> 2             <-+
 //
-// One source makes all entries that a rule gets in one pass of a build. So what those entries have
-// in common is made from the source, by the one maker of their type.
+// One source makes all entries that a rule gets in one pass of a build. The first of them reads the
+// lists from the rule. Further ones are copies of it, and share its lists.
 //
 // Invariants: an entry claims its rule's userData as its last step. So an entry that is not whole
-//             owns none, and can be freed without calling the host back.
-// Ownership:  a source borrows all that it names; an entry owns its lists of ports.
-// Threads:    one thread builds.
-// Cost:       each entry has port lists of its own, read again from the rule's text.
+//             owns none, and can be freed without calling the host back. Entries have the same lists
+//             exactly when they have the same firstPorts.
+// Ownership:  a source borrows all that it names. Entries own their lists together: the one that is
+//             freed last frees them. An entry without listUsers has its lists for itself.
+// Threads:    one thread builds, and one frees.
+// Cost:       a rule's lists are read once in each pass that makes an entry; a further entry is one
+//             allocation.
 #pragma once
 
 #include <ruleset.h>
 
 #include <cstdint>
 
+#include "core/memory.h"
 #include "core/port_list.h"
+#include "core/reference_count.h"
 #include "core/release.h"
 
 namespace rs {
@@ -47,5 +53,62 @@ template <typename Rule>
 void claimUserData(const EntrySource<Rule>& source, uint32_t& entryFlags) noexcept {
     markRuleReleased(source.claims, source.rule.userData, source.ruleIndex - 1, &entryFlags);
 }
+
+// A copy of an entry that shares its lists and owns no userData; null when memory is out.
+template <typename Entry>
+[[nodiscard]] Entry* makeSharingEntry(Entry& first) noexcept {
+    OwnedMemory<Entry> entry(allocateRecord<Entry>());
+    if (!entry) {
+        return nullptr;
+    }
+    if (first.listUsers == nullptr) {
+        first.listUsers = allocateRecord<uint32_t>();
+        if (first.listUsers == nullptr) {
+            return nullptr;
+        }
+        retainReference(*first.listUsers);
+    }
+    *entry = first;
+    entry->next = nullptr;
+    releaseFlagsOf(*entry) = 0;
+    retainReference(*entry->listUsers);
+    return entry.release();
+}
+
+// Ends the use that an entry makes of its lists. True when the caller, who frees the entry, frees
+// the lists too.
+template <typename Entry>
+[[nodiscard]] bool endListUse(Entry& entry) noexcept {
+    if (entry.listUsers == nullptr) {
+        return true;
+    }
+    if (!dropReference(*entry.listUsers)) {
+        return false;
+    }
+    freeMemory(entry.listUsers);
+    return true;
+}
+
+// The makeEntry of insertions: makeFirst() makes the first entry, which all others share lists with.
+// first is null, or the entry that makeFirst made; it stays in a structure while entries are made.
+template <typename Entry, typename MakeFirst>
+class EntryMaker {
+public:
+    EntryMaker(Entry*& first, const MakeFirst& makeFirst) noexcept
+        : first_(first), makeFirst_(makeFirst) {}
+
+    [[nodiscard]] Entry* operator()() const noexcept {
+        return first_ == nullptr ? first_ = makeFirst_() : makeSharingEntry(*first_);
+    }
+
+    // Whether an entry is one of those made: of the same rule, with the same lists.
+    [[nodiscard]] bool made(const Entry& entry) const noexcept {
+        return first_ != nullptr && entry.firstPorts == first_->firstPorts;
+    }
+
+private:
+    Entry*& first_;
+    MakeFirst makeFirst_;
+};
 
 }  // namespace rs

@@ -22,41 +22,51 @@ bool hasAnySecond(const IpPortRule& rule) noexcept {
     return (rule.fields.wildcardFlags & WILDCARD_SECOND_ADDRESS) != 0;
 }
 
+// Second addresses of a rule, with the first entry that has them.
+struct SecondAddresses {
+    AddressRange* list;              // borrowed; null for none
+    CompiledIpPortRule* firstEntry;  // borrowed; null until there is one
+};
+
 // The makeEntry of insertions: the rule's entries with one list of second addresses.
-auto entryMaker(const Source& source, const AddressRange* second) noexcept {
-    return [&source, second]() noexcept { return makeIpPortEntry(source, second); };
+auto entryMaker(const Source& source, SecondAddresses& second) noexcept {
+    const auto makeFirst = [&source, list = second.list]() noexcept {
+        return makeIpPortEntry(source, list);
+    };
+    return EntryMaker(second.firstEntry, makeFirst);
 }
 
 // The second addresses of a rule, for its entries in the IPv4 structures.
 struct SecondLists {
-    const AddressRange* asRead;    // as the rule's form reads them
-    const AddressRange* ipv4Form;  // those of them that have an IPv4 form; null without any
+    SecondAddresses asRead;    // as the rule's form reads them
+    SecondAddresses ipv4Form;  // those of them that have an IPv4 form
 };
 
-bool enterAnyFirst4(const Source& source, const SecondLists& second, Build& build) noexcept {
+bool enterAnyFirst4(const Source& source, SecondLists& second, Build& build) noexcept {
     const bool isPlain = !hasAnySecond(source.rule) && !isWide(source.rule);
     if (isPlain) {
         return insertIntoList(build.anyFirst4, entryMaker(source, second.asRead));
     }
-    if (second.ipv4Form != nullptr &&
+    if (second.ipv4Form.list != nullptr &&
         !insertIntoList(build.anyFirst4, entryMaker(source, second.ipv4Form))) {
         return false;
     }
-    // Deliberate: a rule with "*" twice is entered twice, which changes no answer.
+    // Deliberate: a rule with "*" twice is entered twice, with lists of its own for each, which
+    // changes no answer.
     return !hasAnySecond(source.rule) ||
            insertIntoList(build.anyFirst4, entryMaker(source, second.asRead));
 }
 
-bool enterWideFirst4(const AddressRange& first, const Source& source, const SecondLists& second,
+bool enterWideFirst4(const AddressRange& first, const Source& source, SecondLists& second,
                      Build& build) noexcept {
-    if (!isIpv4Mapped(first.low) || !isIpv4Mapped(first.high) || second.ipv4Form == nullptr) {
+    if (!isIpv4Mapped(first.low) || !isIpv4Mapped(first.high) || second.ipv4Form.list == nullptr) {
         return true;
     }
     return enterAddresses(build, first.low.words[3], first.high.words[3],
                           entryMaker(source, second.ipv4Form));
 }
 
-bool enterFirst4(const AddressRange& first, const Source& source, const SecondLists& second,
+bool enterFirst4(const AddressRange& first, const Source& source, SecondLists& second,
                  Build& build) noexcept {
     if (hasAnyFirst(source.rule)) {
         return enterAnyFirst4(source, second, build);
@@ -71,24 +81,24 @@ bool enterFirst4(const AddressRange& first, const Source& source, const SecondLi
                                    : enterAddresses(build, low, high, makeEntry);
 }
 
-// Converts second on the way. That harms no other item: a rule with "*" as its first address has no
-// further one.
-bool enterAnyFirst6(const AddressRange& first, const Source& source, AddressRange* second,
+// Converts second on the way, for entries with lists of their own. That harms no other item: a rule
+// with "*" as its first address has no further one.
+bool enterAnyFirst6(const AddressRange& first, const Source& source, SecondAddresses& second,
                     Build& build) noexcept {
-    const auto makeEntry = entryMaker(source, second);
     const bool isForEveryAddress = hasAnySecond(source.rule) || isWide(source.rule);
-    if (isForEveryAddress && !insertIntoList(build.anyFirst6, makeEntry)) {
+    if (isForEveryAddress && !insertIntoList(build.anyFirst6, entryMaker(source, second))) {
         return false;
     }
     if (isForEveryAddress && !hasAnySecond(source.rule)) {
         return true;
     }
-    convertToMapped(second);
+    convertToMapped(second.list);
+    second.firstEntry = nullptr;
     return enterRange(build, mappedFromIpv4Form(first.low), mappedFromIpv4Form(first.high),
-                      makeEntry);
+                      entryMaker(source, second));
 }
 
-bool enterFirst6(const AddressRange& first, const Source& source, AddressRange* second,
+bool enterFirst6(const AddressRange& first, const Source& source, SecondAddresses& second,
                  Build& build) noexcept {
     if (hasAnyFirst(source.rule)) {
         return enterAnyFirst6(first, source, second, build);
@@ -123,7 +133,7 @@ bool enterIpv4View(const Source& source, Build& build) noexcept {
         !copyAsIpv4List(addresses.second.get(), hasAnySecond(source.rule), ipv4Second)) {
         return false;
     }
-    const SecondLists second{addresses.second.get(), ipv4Second.get()};
+    SecondLists second{{addresses.second.get(), nullptr}, {ipv4Second.get(), nullptr}};
     for (const auto* first = addresses.first.get(); first != nullptr; first = first->next) {
         if (!enterFirst4(*first, source, second, build)) {
             return false;
@@ -141,8 +151,9 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
     if (!hasAnyFirst(rule) && !hasAnySecond(rule) && !isWide(rule)) {
         convertToMapped(addresses.second.get());
     }
+    SecondAddresses second{addresses.second.get(), nullptr};
     for (const auto* first = addresses.first.get(); first != nullptr; first = first->next) {
-        if (!enterFirst6(*first, source, addresses.second.get(), build)) {
+        if (!enterFirst6(*first, source, second, build)) {
             return false;
         }
     }

@@ -13,9 +13,11 @@ using Entry = CompiledIpPortRule;
 
 // Frees an entry, whole or not; one that owns userData gives it back.
 void freeEntry(Entry* entry, const ReleaseInfo& info) noexcept {
-    freeRangeList(&entry->firstPorts);
-    freeRangeList(&entry->secondAddresses);
-    freeRangeList(&entry->secondPorts);
+    if (endListUse(*entry)) {
+        freeRangeList(&entry->firstPorts);
+        freeRangeList(&entry->secondAddresses);
+        freeRangeList(&entry->secondPorts);
+    }
     callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
                         entry->releaseOwner);
     freeMemory(entry);

@@ -20,7 +20,8 @@
 //             by one entry only, the first one made, whose releaseOwner has bit 0 set.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       each item of a rule's first address field makes an entry, and a range of IPv4 first
-//             addresses one for each /16 block that it touches. Every entry has lists of its own.
+//             addresses one for each /16 block that it touches. The entries that a rule has in one
+//             view share their lists.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +39,7 @@
 namespace rs {
 
 struct CompiledIpPortRule {
-    PortRange* firstPorts;          // owned, like the next two
+    PortRange* firstPorts;          // shared, like the next two; see endpoint/endpoint_entry.h
     AddressRange* secondAddresses;  // in IPv4 form or of 128 bits, as the structure
     PortRange* secondPorts;
     uint32_t ruleMask;
@@ -48,7 +49,12 @@ struct CompiledIpPortRule {
     void* userData;         // borrowed from the host
     uint32_t releaseOwner;  // bit 0: this entry gives userData back
     CompiledIpPortRule* next;
+    uint32_t* listUsers;  // shared; how many entries have these three lists, null for one
 };
+
+constexpr uint32_t& releaseFlagsOf(CompiledIpPortRule& entry) noexcept {
+    return entry.releaseOwner;
+}
 
 struct IpPortIndex {
     HashTable* exact4;  // owned; null until needed, like all of these
@@ -61,7 +67,8 @@ struct IpPortIndex {
 };
 
 // A new entry with what a rule says beside its first address, and a copy of a list of second
-// addresses; null when memory is out. It owns the rule's userData when it is the first for the rule.
+// addresses; null when memory is out. It has its lists for itself, and owns the rule's userData when
+// it is the first for the rule.
 [[nodiscard]] CompiledIpPortRule* makeIpPortEntry(const EntrySource<const IpPortRule>& source,
                                                   const AddressRange* secondAddresses) noexcept;
 

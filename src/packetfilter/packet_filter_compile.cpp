@@ -44,45 +44,51 @@ void rewriteToMapped(Address128& start, Address128& end) noexcept {
     end = mappedAddress(end.words[3]);
 }
 
-// The makeEntry of insertions. The entries carry the second address as it is in the record when they
-// are made.
-auto entryMaker(const Source& source) noexcept {
-    return [&source]() noexcept { return makeFilterEntry(source); };
+// The makeEntry of insertions. The entries carry the second address as it is in the record when the
+// first of them is made; a pass does not rewrite it after that.
+auto entryMaker(const Source& source, FilterEntry*& first) noexcept {
+    return EntryMaker(first, [&source]() noexcept { return makeFilterEntry(source); });
 }
 
 bool enterIpv4View(const Source& source, Build& build) noexcept {
+    FilterEntry* firstEntry = nullptr;
+    const auto makeEntry = entryMaker(source, firstEntry);
     const PacketFilterRuleFields& fields = source.rule.fields;
     const AddressKind first = firstKind(fields);
     const uint32_t low = fields.firstAddressStart.words[3];
     const uint32_t high = fields.firstAddressEnd.words[3];
     if (first == AddressKind::IPV4) {
-        return isWholeSpace(low, high) ? insertIntoList(build.anyFirst4, entryMaker(source))
-                                       : enterAddresses(build, low, high, entryMaker(source));
+        return isWholeSpace(low, high) ? insertIntoList(build.anyFirst4, makeEntry)
+                                       : enterAddresses(build, low, high, makeEntry);
     }
     if (secondKind(fields) == AddressKind::IPV6 && !isSecondMapped(fields)) {
         return true;
     }
     if (first == AddressKind::ANY) {
-        return insertIntoList(build.anyFirst4, entryMaker(source));
+        return insertIntoList(build.anyFirst4, makeEntry);
     }
-    return !isFirstMapped(fields) || enterAddresses(build, low, high, entryMaker(source));
+    return !isFirstMapped(fields) || enterAddresses(build, low, high, makeEntry);
 }
 
 bool enterAnyFirst6(const Source& source, Build& build) noexcept {
+    FilterEntry* firstEntry = nullptr;
+    const auto makeEntry = entryMaker(source, firstEntry);
     PacketFilterRuleFields& fields = source.rule.fields;
     const AddressKind second = secondKind(fields);
-    if (second != AddressKind::IPV4 && !insertIntoList(build.anyFirst6, entryMaker(source))) {
+    if (second != AddressKind::IPV4 && !insertIntoList(build.anyFirst6, makeEntry)) {
         return false;
     }
     if (second == AddressKind::IPV6) {
         return true;
     }
     rewriteToMapped(fields.firstAddressStart, fields.firstAddressEnd);
-    return enterRange(build, fields.firstAddressStart, fields.firstAddressEnd, entryMaker(source));
+    return enterRange(build, fields.firstAddressStart, fields.firstAddressEnd, makeEntry);
 }
 
 // Deliberate: addresses are rewritten in the rule set's own records.
 bool enterIpv6View(const Source& source, Build& build) noexcept {
+    FilterEntry* firstEntry = nullptr;
+    const auto makeEntry = entryMaker(source, firstEntry);
     PacketFilterRuleFields& fields = source.rule.fields;
     const Address128& start = fields.firstAddressStart;
     const Address128& end = fields.firstAddressEnd;
@@ -91,7 +97,7 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
             return enterAnyFirst6(source, build);
         case AddressKind::IPV6:
             if (isWholeSpace(start, end)) {
-                return insertIntoList(build.anyFirst6, entryMaker(source));
+                return insertIntoList(build.anyFirst6, makeEntry);
             }
             break;
         case AddressKind::IPV4:
@@ -100,7 +106,7 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
             }
             break;
     }
-    return enterAddresses(build, start, end, entryMaker(source));
+    return enterAddresses(build, start, end, makeEntry);
 }
 
 Build startBuild(PacketFilterTable& table) noexcept {

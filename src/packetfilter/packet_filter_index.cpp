@@ -11,8 +11,10 @@ namespace {
 
 // Frees an entry, whole or not; one that owns userData gives it back.
 void freeEntry(FilterEntry* entry, const ReleaseInfo& info) noexcept {
-    freeRangeList(&entry->firstPorts);
-    freeRangeList(&entry->secondPorts);
+    if (endListUse(*entry)) {
+        freeRangeList(&entry->firstPorts);
+        freeRangeList(&entry->secondPorts);
+    }
     callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
                         entry->entryFlags);
     freeMemory(entry);

@@ -20,7 +20,7 @@
 //             by one entry only, the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a range of IPv4 first addresses makes an entry for each /16 block that it touches.
-//             Every entry has lists of its own.
+//             The entries that a rule has in one view share their lists.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +38,7 @@
 namespace rs {
 
 struct FilterEntry {
-    PortRange* firstPorts;  // owned, like secondPorts
+    PortRange* firstPorts;  // shared, like secondPorts; see endpoint/endpoint_entry.h
     Address128 secondAddressStart;
     Address128 secondAddressEnd;
     PortRange* secondPorts;
@@ -49,7 +49,12 @@ struct FilterEntry {
     void* userData;  // borrowed from the host
     uint32_t protocol;
     FilterEntry* next;
+    uint32_t* listUsers;  // shared; how many entries have these two lists, null for one
 };
+
+constexpr uint32_t& releaseFlagsOf(FilterEntry& entry) noexcept {
+    return entry.entryFlags;
+}
 
 struct PacketFilterTable {
     uint32_t refCount;
@@ -61,8 +66,8 @@ struct PacketFilterTable {
     EntryList<FilterEntry>* ipv6AnyList;
 };
 
-// A new entry with what a rule says beside its first address; null when memory is out. It owns the
-// rule's userData when it is the first for the rule.
+// A new entry with what a rule says beside its first address; null when memory is out. It has
+// its lists for itself, and owns the rule's userData when it is the first for the rule.
 [[nodiscard]] FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept;
 
 // Clears *slot and drops one reference; the last one frees the table and gives userData back. A

@@ -77,6 +77,81 @@ TEST(EntryClaims, AreNotNeededWithoutUserData) {
     EXPECT_EQ(0, flags);
 }
 
+// An entry with what makers ask of one, and a list of one port.
+struct SharingEntry {
+    PortRange* firstPorts;
+    uint32_t flags;
+    SharingEntry* next;
+    uint32_t* listUsers;
+};
+
+constexpr uint32_t& releaseFlagsOf(SharingEntry& entry) {
+    return entry.flags;
+}
+
+class SharedLists : public ::testing::Test {
+protected:
+    // Makers count what they make first.
+    auto maker(SharingEntry*& first) {
+        return EntryMaker(first, [this]() -> SharingEntry* {
+            ++firsts;
+            auto* entry = allocateRecord<SharingEntry>();
+            entry->firstPorts = makeRange<uint16_t>(80, 80);
+            entry->flags = ENTRY_RELEASES_USER_DATA;
+            return entry;
+        });
+    }
+
+    // Whether the lists went with the entry.
+    static bool freeEntry(SharingEntry* entry) {
+        const bool isLast = endListUse(*entry);
+        if (isLast) {
+            freeRangeList(&entry->firstPorts);
+        }
+        freeMemory(entry);
+        return isLast;
+    }
+
+    uint32_t firsts = 0;
+};
+
+TEST_F(SharedLists, AreMadeOnceAndFreedWithTheLastEntry) {
+    SharingEntry* first = nullptr;
+    const auto makeEntry = maker(first);
+    SharingEntry* entry = makeEntry();
+    EXPECT_EQ(first, entry);
+    EXPECT_EQ(nullptr, entry->listUsers) << "one entry counts nothing";
+    first->next = first;
+    SharingEntry* second = makeEntry();
+    SharingEntry* third = makeEntry();
+    EXPECT_EQ(1, firsts);
+    EXPECT_EQ(first->firstPorts, second->firstPorts);
+    EXPECT_EQ(first->firstPorts, third->firstPorts);
+    EXPECT_EQ(3, *first->listUsers);
+    EXPECT_EQ(0, second->flags) << "userData stays with the first";
+    EXPECT_EQ(nullptr, second->next);
+    EXPECT_FALSE(freeEntry(first));
+    EXPECT_FALSE(freeEntry(third));
+    EXPECT_TRUE(freeEntry(second));
+}
+
+TEST_F(SharedLists, TellTheEntriesOfAMakerFromOthers) {
+    SharingEntry* first = nullptr;
+    SharingEntry* other = nullptr;
+    const auto makeEntry = maker(first);
+    const auto makeOther = maker(other);
+    SharingEntry* made = makeEntry();
+    EXPECT_FALSE(makeOther.made(*made)) << "a maker that has made none";
+    SharingEntry* otherMade = makeOther();
+    SharingEntry* second = makeEntry();
+    EXPECT_TRUE(makeEntry.made(*made));
+    EXPECT_TRUE(makeEntry.made(*second));
+    EXPECT_FALSE(makeEntry.made(*otherMade)) << "equal lists, but not the same";
+    for (SharingEntry* entry : {made, second, otherMade}) {
+        freeEntry(entry);
+    }
+}
+
 }  // namespace
 
 }  // namespace rs::test

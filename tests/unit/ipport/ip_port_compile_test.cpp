@@ -77,7 +77,20 @@ TEST(IpPortCompile, SplitsRangesAtBlocks) {
     EXPECT_EQ(1, group->ipPortIndex->blocks4->count) << "of insertions, not of blocks";
     const auto* slots = group->ipPortIndex->blocks4->slots[10];
     EXPECT_NE(slots[0].first->entry, slots[1].first->entry);
-    EXPECT_NE(slots[0].first->entry->firstPorts, slots[1].first->entry->firstPorts);
+    EXPECT_EQ(slots[0].first->entry->firstPorts, slots[1].first->entry->firstPorts);
+}
+
+TEST(IpPortCompile, SharesListsWithinAViewOnly) {
+    const RuleGroupHandle group = makeIpPortGroup({{"10.0.0.1,11.0.0.0-11.1.0.0;1;1.1.1.1;1;1"}});
+    const IpPortIndex& index = *group->ipPortIndex;
+    const CompiledIpPortRule& block = *index.blocks4->slots[11][0].first->entry;
+    const CompiledIpPortRule& range = *index.ranges6->buckets.first->entries.first;
+    EXPECT_EQ(3, *block.listUsers) << "two blocks and a single address";
+    EXPECT_EQ(2, *range.listUsers);
+    EXPECT_NE(block.firstPorts, range.firstPorts);
+    const RuleGroupHandle stars = makeIpPortGroup({{"*;1;*;1;1"}});
+    const CompiledIpPortRule& star = *stars->ipPortIndex->anyFirst4->entries.first;
+    EXPECT_NE(star.firstPorts, star.next->firstPorts) << "of different second addresses";
 }
 
 TEST(IpPortCompile, SplitsRangesAcrossFirstOctets) {

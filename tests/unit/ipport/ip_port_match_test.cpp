@@ -210,7 +210,7 @@ class PlantedIpPortEntry : public ::testing::Test {
 protected:
     using Entry = CompiledIpPortRule;
 
-    // Takes one list away from an entry.
+    // Takes one list away from an entry that has it for itself.
     static void dropFirstPorts(Entry& entry) { freeRangeList(&entry.firstPorts); }
     static void dropSecondPorts(Entry& entry) { freeRangeList(&entry.secondPorts); }
     static void dropSecondAddresses(Entry& entry) {
@@ -266,7 +266,7 @@ TEST_F(PlantedIpPortEntry, WithoutAnyOfItsListsIsAnError) {
 
 TEST_F(PlantedIpPortEntry, IsAnErrorInEveryStructure) {
     const RuleGroupHandle group =
-        makeIpPortGroup({{"*;80;9.9.9.9;80;2"}, {"1.0.0.0/8;80;9.9.9.9;80;2"}});
+        makeIpPortGroup({{"*;80;9.9.9.9;80;2"}, {"1.2.0.0/16;80;9.9.9.9;80;2"}});
     IpPortIndex& index = *group->ipPortIndex;
     dropSecondPorts(*index.blocks4->slots[1][2].first->entry);
     dropSecondPorts(*index.ranges6->buckets.last->entries.first);

@@ -237,7 +237,7 @@ TEST_F(PlantedFilterEntry, WithoutSecondPortsIsAnErrorOnceTheyAreAskedFor) {
 
 TEST_F(PlantedFilterEntry, IsAnErrorInEveryStructure) {
     const RuleGroupHandle group =
-        makePacketFilterGroup({{"tcp;*;80;*;80"}, {"tcp;1.0.0.0/8;80;*;80"}});
+        makePacketFilterGroup({{"tcp;*;80;*;80"}, {"tcp;1.2.0.0/16;80;*;80"}});
     PacketFilterTable& table = *group->packetFilterTable;
     freeRangeList(&table.ipv4BlockIndex->slots[1][2].first->entry->firstPorts);
     freeRangeList(&table.ipv6RangeList->buckets.last->entries.first->firstPorts);
