@@ -10,13 +10,15 @@
 // says what makeEntry answers, and endpoint/entry_walk.h what test does.
 //
 // Invariants: a range has one node in each block that it touches, with the low 16 bits of what it
-//             has there and an entry of its own. The nodes of a block are in rule order, because
-//             rules are inserted in that order.
+//             has there and an entry of its own; none where the last node of the block covers as
+//             much and has an entry of the same makeEntry. The nodes of a block are in rule order,
+//             because rules are inserted in that order.
 // Ownership:  the index owns its slots, nodes and entries. An entry is freed by freeEntry, which
 //             its rule type passes in.
 // Threads:    one thread builds; then any number of threads may look up.
 // Cost:       a range makes a node and an entry for each block that it touches: 256 for a /8, 65536
-//             at most. A first octet in use takes 4096 bytes more. A lookup walks the nodes of one
+//             at most. All ranges of one makeEntry together make as many, and two more for each
+//             range. A first octet in use takes 4096 bytes more. A lookup walks the nodes of one
 //             block up to the first that covers; scanAllBlocks walks all.
 #pragma once
 
@@ -47,6 +49,15 @@ struct BlockIndex {
     uint32_t count;             // of ranges inserted, not of nodes
 };
 
+// Whether a node has an entry of makeEntry for all of a span. Then a node for that span would change
+// no answer: insertion.h says why.
+template <typename Entry, typename MakeEntry>
+[[nodiscard]] bool coversSpan(const BlockSpanNode<Entry>* node, uint16_t spanLow, uint16_t spanHigh,
+                              const MakeEntry& makeEntry) noexcept {
+    return node != nullptr && node->spanLow <= spanLow && spanHigh <= node->spanHigh &&
+           makeEntry.made(*node->entry);
+}
+
 // Enters one node for the addresses that [low, high] has in a /16 block.
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool insertBlockSpan(BlockIndex<Entry>& index, uint32_t block, uint32_t low,
@@ -56,22 +67,31 @@ template <typename Entry, typename MakeEntry>
     if (slots == nullptr) {
         slots = allocateArray<Slot>(OCTET_VALUES);
     }
-    OwnedMemory<BlockSpanNode<Entry>> node(allocateRecord<BlockSpanNode<Entry>>());
-    if (slots == nullptr || !node) {
+    if (slots == nullptr) {
         return false;
     }
-    node->spanLow = block == low >> 16U ? static_cast<uint16_t>(low & 0xFFFFU) : 0;
-    node->spanHigh = block == high >> 16U ? static_cast<uint16_t>(high & 0xFFFFU) : 0xFFFF;
+    const auto spanLow = static_cast<uint16_t>(block == low >> 16U ? low & 0xFFFFU : 0);
+    const auto spanHigh = static_cast<uint16_t>(block == high >> 16U ? high & 0xFFFFU : 0xFFFF);
+    Slot& slot = slots[block & 0xFFU];
+    if (coversSpan(slot.last, spanLow, spanHigh, makeEntry)) {
+        return true;
+    }
+    OwnedMemory<BlockSpanNode<Entry>> node(allocateRecord<BlockSpanNode<Entry>>());
+    if (!node) {
+        return false;
+    }
+    node->spanLow = spanLow;
+    node->spanHigh = spanHigh;
     node->entry = makeEntry();
     if (node->entry == nullptr) {
         return false;
     }
-    slots[block & 0xFFU].append(node.release());
+    slot.append(node.release());
     return true;
 }
 
-// Enters a range, with one call of makeEntry for each block. False when memory is out or makeEntry
-// failed; what the blocks before have got stays in the index.
+// Enters a range, with one call of makeEntry at most for each block. False when memory is out or
+// makeEntry failed; what the blocks before have got stays in the index.
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool insertIntoBlocks(BlockIndex<Entry>*& index, uint32_t low, uint32_t high,
                                     const MakeEntry& makeEntry) noexcept {

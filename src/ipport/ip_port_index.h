@@ -20,8 +20,9 @@
 //             by one entry only, the first one made, whose releaseOwner has bit 0 set.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       each item of a rule's first address field makes an entry, and a range of IPv4 first
-//             addresses one for each /16 block that it touches. The entries that a rule has in one
-//             view share their lists.
+//             addresses one for each /16 block that it touches. An item makes none where an entry of
+//             the rule covers as much already. The entries that a rule has in one view share their
+//             lists.
 #pragma once
 
 #include <cstdint>

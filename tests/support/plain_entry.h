@@ -29,14 +29,32 @@ inline PlainEntry* makePlainEntry(uint32_t ruleIndex) {
     return entry;
 }
 
-// The maker of an insertion: entries of one rule, or none at all.
-inline auto making(uint32_t ruleIndex) {
-    return [ruleIndex]() { return makePlainEntry(ruleIndex); };
+// The maker of an insertion: as many entries of one rule as it may.
+class PlainMaker {
+public:
+    explicit PlainMaker(uint32_t ruleIndex, uint32_t most = UINT32_MAX)
+        : ruleIndex_(ruleIndex), left_(most) {}
+
+    PlainEntry* operator()() const {
+        if (left_ == 0) {
+            return nullptr;
+        }
+        --left_;
+        return makePlainEntry(ruleIndex_);
+    }
+    bool made(const PlainEntry& entry) const { return entry.ruleIndex == ruleIndex_; }
+
+private:
+    uint32_t ruleIndex_;
+    mutable uint32_t left_;
+};
+
+inline PlainMaker making(uint32_t ruleIndex) {
+    return PlainMaker(ruleIndex);
 }
 
-inline PlainEntry* makeNothing() {
-    return nullptr;
-}
+// Of no rule.
+inline const PlainMaker makeNothing(0, 0);
 
 // Takes every entry, whatever its rule.
 inline int32_t takeAny(const PlainEntry& /*entry*/) {

@@ -1,6 +1,7 @@
 #include "endpoint/block_index.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -56,6 +57,32 @@ TEST_F(BlockIndexTest, TakesARangeInsideOneBlock) {
     EXPECT_EQ(2, index->count);
 }
 
+// Both sides of what the last node of a block covers.
+TEST_F(BlockIndexTest, TakesNoSpanThatTheLastNodeCoversForTheSameMaker) {
+    add(0x0A000005, 0x0A000009, 1);
+    for (const auto& [low, high] : {std::pair(5U, 9U), {6U, 9U}, {5U, 8U}, {7U, 7U}}) {
+        EXPECT_TRUE(insertIntoBlocks(index, 0x0A000000 + low, 0x0A000000 + high, making(1)));
+    }
+    EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 5-9 #1"));
+    EXPECT_EQ(5, index->count) << "of insertions";
+    add(0x0A000004, 0x0A000009, 1);
+    add(0x0A000004, 0x0A00000A, 1);
+    add(0x0A000005, 0x0A000009, 2);
+    add(0x0A000005, 0x0A000009, 1);
+    EXPECT_THAT(lines(),
+                ElementsAre("blocks4 10.0 5-9 #1", "blocks4 10.0 4-9 #1", "blocks4 10.0 4-a #1",
+                            "blocks4 10.0 5-9 #2", "blocks4 10.0 5-9 #1"));
+}
+
+TEST_F(BlockIndexTest, TakesTheBlocksOfARangeThatAreNotCovered) {
+    add(0x0A000005, 0x0A02FFFF, 1);
+    EXPECT_TRUE(insertIntoBlocks(index, 0x0A000004, 0x0A030000, making(1)));
+    made += 2;
+    EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 5-ffff #1", "blocks4 10.0 4-ffff #1",
+                                     "blocks4 10.1 0-ffff #1", "blocks4 10.2 0-ffff #1",
+                                     "blocks4 10.3 0 #1"));
+}
+
 TEST_F(BlockIndexTest, ReachesTheLastAddress) {
     add(0xFFFE0000, 0xFFFFFFFF, 1);
     add(0, 0, 2);
@@ -104,9 +131,7 @@ TEST_F(BlockIndexTest, EntersNothingWithoutAnEntry) {
 }
 
 TEST_F(BlockIndexTest, KeepsTheBlocksThatWereEnteredBeforeAFailure) {
-    uint32_t calls = 0;
-    const auto makeTwo = [&calls]() { return ++calls <= 2 ? makePlainEntry(7) : nullptr; };
-    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A030000, makeTwo));
+    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A030000, PlainMaker(7, 2)));
     made = 2;
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-ffff #7", "blocks4 10.1 0-ffff #7"));
     EXPECT_EQ(0, index->count);

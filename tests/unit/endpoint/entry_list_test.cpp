@@ -39,6 +39,14 @@ TEST_F(EntryListTest, AppendsAndCounts) {
     EXPECT_EQ(nullptr, list);
 }
 
+TEST_F(EntryListTest, CountsAnInsertionThatNeedsNoFurtherEntry) {
+    for (const uint32_t rule : {1U, 1U, 1U, 2U}) {
+        EXPECT_TRUE(insertIntoList(list, making(rule)));
+    }
+    EXPECT_EQ(4, list->count);
+    EXPECT_THAT(freeAll(), ElementsAre(1, 2));
+}
+
 TEST_F(EntryListTest, HasNoAnswerWhileItIsMissing) {
     EXPECT_EQ(0, scanList(list, takeAny).status);
 }

@@ -56,6 +56,17 @@ TEST_F(ExactTableTest, SharesTheNodeOfAnAddress) {
     EXPECT_EQ(0, scanExact<PlainEntry>(exact6, address(2), takeAny).status);
 }
 
+TEST_F(ExactTableTest, HasOneEntryOfAMakerForAnAddress) {
+    add(exact4, 5U, 1);
+    add(exact4, 6U, 1);
+    EXPECT_TRUE(insertExact<PlainEntry>(exact4, 5U, making(1)));
+    add(exact4, 5U, 2);
+    add(exact6, address(1), 1);
+    EXPECT_TRUE(insertExact<PlainEntry>(exact6, address(1), making(1)));
+    EXPECT_EQ(2, exact4->elementCount);
+    EXPECT_EQ(1, exact6->elementCount);
+}
+
 // Two addresses in one bucket are told apart by the whole key.
 TEST_F(ExactTableTest, TellsNeighboursInABucketApart) {
     constexpr uint32_t FIRST = 0x0A000001;

@@ -37,6 +37,18 @@ TEST(EndpointInsertion, AppendsWhatWasMade) {
     EXPECT_THAT(rules, ElementsAre(1, 2));
 }
 
+// A rule is told by its last entry only: no entry of another rule comes between those of one.
+TEST(EndpointInsertion, AppendsNoSecondEntryOfAMaker) {
+    Chain<PlainEntry> chain{};
+    for (const uint32_t rule : {1U, 1U, 2U, 2U, 1U}) {
+        EXPECT_TRUE(appendMadeEntry(chain, making(rule)));
+    }
+    EXPECT_TRUE(appendMadeEntry(chain, PlainMaker(1, 0))) << "nothing has to be made";
+    std::vector<uint32_t> rules;
+    freeChain(chain.first, notingRules(rules));
+    EXPECT_THAT(rules, ElementsAre(1, 2, 1));
+}
+
 }  // namespace
 
 }  // namespace rs::test

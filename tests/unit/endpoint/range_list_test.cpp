@@ -61,6 +61,15 @@ TEST_F(RangeListTest, KeepsRangesInOrderOfTheirFirstUse) {
     EXPECT_EQ(nullptr, list);
 }
 
+TEST_F(RangeListTest, HasOneEntryOfAMakerForARange) {
+    add(address(0), address(9), 1);
+    add(address(0), address(8), 1);
+    EXPECT_TRUE(insertIntoRanges(list, finder, address(0), address(9), making(1)));
+    add(address(0), address(9), 2);
+    EXPECT_EQ(4, list->count) << "of insertions";
+    EXPECT_THAT(freeAll(), ElementsAre(1, 2, 1));
+}
+
 TEST_F(RangeListTest, LetsTheFirstRangeThatAnswersWin) {
     add(address(0), address(9), 1);
     add(address(0), address(5), 2);

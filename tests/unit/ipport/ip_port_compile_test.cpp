@@ -80,6 +80,30 @@ TEST(IpPortCompile, SplitsRangesAtBlocks) {
     EXPECT_EQ(slots[0].first->entry->firstPorts, slots[1].first->entry->firstPorts);
 }
 
+TEST(IpPortCompile, EntersARepeatedItemOnceIntoEachStructure) {
+    const RuleGroupHandle group =
+        makeIpPortGroup({{"10.0.0.1,10.0.0.1,1.0.0.0/31,1.0.0.0/31,0.0.0.0-255.255.255.255,"
+                          "0.0.0.0-255.255.255.255;1;1.1.1.1;1;1"}});
+    EXPECT_THAT(linesOf(*group),
+                ElementsAre("any4 #1 1010101:0:0:0", "exact4 a000001 #1 1010101:0:0:0",
+                            "blocks4 1.0 0-1 #1 1010101:0:0:0",
+                            "exact6 0:0:ffff:a000001 #1 0:0:ffff:1010101",
+                            "ranges6 0:0:ffff:0-0:0:ffff:ffffffff #1 0:0:ffff:1010101",
+                            "ranges6 0:0:ffff:1000000-0:0:ffff:1000001 #1 0:0:ffff:1010101"));
+    const IpPortIndex& index = *group->ipPortIndex;
+    EXPECT_EQ(2, index.anyFirst4->count) << "of insertions";
+    EXPECT_EQ(2, index.blocks4->count);
+    EXPECT_EQ(4, index.ranges6->count);
+    EXPECT_EQ(1, index.exact4->elementCount);
+    EXPECT_EQ(1, index.exact6->elementCount);
+}
+
+// Equal texts make two rules all the same.
+TEST(IpPortCompile, KeepsTheEntriesOfEqualRules) {
+    EXPECT_THAT(linesOf({{"::1,::1;1;::2;1;1"}, {"::1;1;::2;1;1"}}),
+                ElementsAre("exact6 0:0:0:1 #1 0:0:0:2", "exact6 0:0:0:1 #2 0:0:0:2"));
+}
+
 TEST(IpPortCompile, SharesListsWithinAViewOnly) {
     const RuleGroupHandle group = makeIpPortGroup({{"10.0.0.1,11.0.0.0-11.1.0.0;1;1.1.1.1;1;1"}});
     const IpPortIndex& index = *group->ipPortIndex;
