@@ -203,6 +203,22 @@ TYPED_TEST(EndpointMatchProperty, OfSharedGroupsAgreesWithReference) {
     });
 }
 
+// A rule gives no structure an entry that one of its own covers already.
+TEST(IpPortMatchProperty, OfRepeatedFirstAddressesAgreesWithReference) {
+    IpPortComparisons comparisons;
+    forEachCase(1500, [&comparisons](RandomSource& random) {
+        RandomEndpoints endpoints(RULE_TYPE_IP_PORT, random.between(1, 12), random);
+        const auto count = static_cast<size_t>(random.between(1, 8));
+        EndpointPair pair(RULE_TYPE_IP_PORT, count + 1);
+        addRandomRules(
+            pair, count, [&endpoints] { return endpoints.nextRepeatingRule(); }, random);
+        pair.checkBuild(
+            [&](const RuleGroup& group) { comparisons.checkKeys(group, pair, endpoints, 80); });
+    });
+    EXPECT_LT(comparisons.pair4().compared() / 20, comparisons.pair4().found());
+    EXPECT_LT(comparisons.pair6().compared() / 20, comparisons.pair6().found());
+}
+
 // The option is read when a rule is added; a build reads the texts as they were read then.
 TEST(IpPortMatchProperty, OfSecondBuildWithoutIpv6AgreesWithReference) {
     IpPortComparisons comparisons;

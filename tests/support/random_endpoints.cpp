@@ -164,6 +164,18 @@ std::string RandomEndpoints::nextAddresses(bool asIpv6) {
     return text;
 }
 
+std::string RandomEndpoints::nextRepeatedAddresses(bool asIpv6) {
+    std::vector<std::string> items;
+    for (uint64_t count = random_.between(1, 4); count > 0; --count) {
+        items.push_back(nextItem(random_.oneIn(6) ? !asIpv6 : asIpv6));
+    }
+    std::string text = items.front();
+    for (uint64_t count = random_.between(1, 30); count > 0; --count) {
+        text += ',' + random_.pick(items);
+    }
+    return text;
+}
+
 std::string RandomEndpoints::nextPorts() {
     static const std::vector<std::string> PORTS{
         "*", "*",     "*",     "*",       "*",        "80",         "79-81",   "80,81", "1-65535",
@@ -198,6 +210,20 @@ std::string RandomEndpoints::nextRule() {
     if (random_.oneIn(12)) {
         text = mutateEndpointRule(text, random_);
     }
+    earlier_.push_back(text);
+    return text;
+}
+
+std::string RandomEndpoints::nextRepeatingRule() {
+    if (random_.oneIn(4)) {
+        return nextRule();
+    }
+    const bool asIpv6 = random_.below(4) >= ipv4Share_;
+    std::string text = nextRepeatedAddresses(asIpv6);
+    text += ';' + nextPorts() + ';';
+    text += nextAddresses(asIpv6);
+    text += ';' + nextPorts() + ';';
+    text += randomMask(random_);
     earlier_.push_back(text);
     return text;
 }

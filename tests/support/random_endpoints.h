@@ -20,6 +20,10 @@ public:
     // The text of a rule; now and then one that is refused or was there before.
     std::string nextRule();
 
+    // The same of a rule that names the same few ranges again and again, and ranges inside them and
+    // across their ends, as its first address; of IP:Port rules only, as others name one range.
+    std::string nextRepeatingRule();
+
     // Endpoints near the edges of the ranges, with 128-bit addresses.
     EndpointKey nextKey();
 
@@ -34,6 +38,7 @@ private:
     Number128 nextKeyAddress();
     std::string nextItem(bool asIpv6);
     std::string nextAddresses(bool asIpv6);
+    std::string nextRepeatedAddresses(bool asIpv6);
     std::string nextPorts();
     std::string nextText();
     uint32_t nextPort();
