@@ -11,6 +11,7 @@ namespace {
 
 struct WatchState {
     uint64_t allocationCount = 0;
+    uint64_t allocatedBytes = 0;
     uint64_t failingAllocation = AllocationWatch::NO_FAILURE;
     std::unordered_set<const void*> liveBlocks;
     std::vector<const void*> freedBlocks;
@@ -22,9 +23,12 @@ WatchState* currentState = nullptr;
 uint64_t failureCount = 0;  // of all watches that are gone
 
 // Counts one allocation. False when it must fail.
-bool countAllocation() {
-    return currentState == nullptr ||
-           ++currentState->allocationCount != currentState->failingAllocation;
+bool countAllocation(size_t size) {
+    if (currentState == nullptr) {
+        return true;
+    }
+    currentState->allocatedBytes += size;
+    return ++currentState->allocationCount != currentState->failingAllocation;
 }
 
 void* remember(void* block) {
@@ -79,6 +83,10 @@ uint64_t AllocationWatch::allocationCount() const {
     return currentState->allocationCount;
 }
 
+uint64_t AllocationWatch::allocatedBytes() const {
+    return currentState->allocatedBytes;
+}
+
 bool AllocationWatch::hasFailed() const {
     return currentState->failingAllocation != NO_FAILURE &&
            currentState->allocationCount >= currentState->failingAllocation;
@@ -104,15 +112,16 @@ void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
 
 void* __wrap_malloc(size_t size) {
-    return rs::test::countAllocation() ? rs::test::remember(__real_malloc(size)) : nullptr;
+    return rs::test::countAllocation(size) ? rs::test::remember(__real_malloc(size)) : nullptr;
 }
 
 void* __wrap_calloc(size_t count, size_t size) {
-    return rs::test::countAllocation() ? rs::test::remember(__real_calloc(count, size)) : nullptr;
+    return rs::test::countAllocation(count * size) ? rs::test::remember(__real_calloc(count, size))
+                                                   : nullptr;
 }
 
 void* __wrap_realloc(void* block, size_t size) {
-    if (!rs::test::countAllocation()) {
+    if (!rs::test::countAllocation(size)) {
         return nullptr;  // block stays as it is
     }
     rs::test::forget(block);

@@ -27,6 +27,9 @@ public:
 
     // How many allocations were asked for, the failed one included.
     uint64_t allocationCount() const;
+    // How many bytes were asked for in all, those freed since included.
+    uint64_t allocatedBytes() const;
+
     bool hasFailed() const;
 
     // Blocks that were allocated under this watch and are not freed yet.
