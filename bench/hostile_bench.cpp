@@ -7,6 +7,12 @@
 //   nested     ranges of IPv4 addresses, each inside the one before, the widest first
 //   wide       IP:Port rules whose first address spans all /16 blocks
 //
+// and one IP:Port rule, of 63, 630 and 4,000 bytes or so. A row is <step>/<kind>/<first addresses>:
+//
+//   repeated   0.0.0.0/1 again and again, with as many bytes of ports
+//   ends       ranges of all /16 blocks, each with ends of its own, with as many bytes of ports
+//   every      :: again and again, with as many bytes of ports
+//
 // A key of match is one that has to be compared with as many rules as possible.
 #include <ruleset.h>
 #include <ruleset_static.h>
@@ -25,7 +31,7 @@
 
 namespace {
 
-enum class Hostile { NAMES, HOSTS, ADDRESSES, PATHS, NESTED, WIDE };
+enum class Hostile { NAMES, HOSTS, ADDRESSES, PATHS, NESTED, WIDE, REPEATED, ENDS, EVERY };
 
 struct Attack {
     int32_t type;
@@ -122,6 +128,36 @@ Attack rulesForAllBlocks(uint32_t count) {
     return attack;
 }
 
+// One rule with count first addresses, and ports that take as many bytes.
+template <typename ItemAt>
+Attack ruleOfItems(uint32_t count, const ItemAt& itemAt) {
+    std::string first = itemAt(0U);
+    for (uint32_t i = 1; i < count; ++i) {
+        first += ',' + itemAt(i);
+    }
+    std::string ports = "1";
+    while (ports.size() + 2 <= first.size()) {
+        ports += ",1";
+    }
+    return {RULE_TYPE_IP_PORT, {first + ';' + ports + ";10.0.0.1;80;1"}, ""};
+}
+
+Attack ruleOfOneRange(uint32_t count) {
+    return ruleOfItems(count, [](uint32_t /*number*/) -> std::string { return "0.0.0.0/1"; });
+}
+
+Attack ruleOfManyEnds(uint32_t count) {
+    Attack attack = ruleOfItems(count, [](uint32_t number) {
+        return "0.0.0." + std::to_string(number) + "-255.255.9." + std::to_string(number);
+    });
+    attack.address = 0xFFFF;  // in the block of all first ends
+    return attack;
+}
+
+Attack ruleOfOneAddress(uint32_t count) {
+    return ruleOfItems(count, [](uint32_t /*number*/) -> std::string { return "::"; });
+}
+
 Attack attackOf(Hostile kind, uint32_t count) {
     switch (kind) {
         case Hostile::NAMES:
@@ -136,6 +172,12 @@ Attack attackOf(Hostile kind, uint32_t count) {
             return nestedRanges(count);
         case Hostile::WIDE:
             return rulesForAllBlocks(count);
+        case Hostile::REPEATED:
+            return ruleOfOneRange(count);
+        case Hostile::ENDS:
+            return ruleOfManyEnds(count);
+        case Hostile::EVERY:
+            return ruleOfOneAddress(count);
     }
     return {};
 }
@@ -169,7 +211,11 @@ int32_t lookUp(Hostile kind, const RuleGroup* group, const Attack& attack, Match
         case Hostile::NESTED:
             return rs_matchIPRuleGroup(group, attack.address, &result);
         case Hostile::WIDE:
+        case Hostile::REPEATED:
+        case Hostile::ENDS:
             return rs::matchIpPortPair4(group, attack.address, 81, 0x0A000001, 80, 1, &result);
+        case Hostile::EVERY:
+            return rs::matchIpPortPair6(group, {}, 81, {0, 0, 0xFFFF, 0x0A000001}, 80, 1, &result);
     }
     return 0;
 }
@@ -194,12 +240,25 @@ void manyRules(benchmark::internal::Benchmark* row) {
     row->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
 }
 
+void shortItems(benchmark::internal::Benchmark* row) {
+    row->Arg(3)->Arg(30)->Arg(200)->Unit(benchmark::kMicrosecond);
+}
+void longItems(benchmark::internal::Benchmark* row) {
+    row->Arg(1)->Arg(10)->Arg(80)->Unit(benchmark::kMicrosecond);
+}
+void shortestItems(benchmark::internal::Benchmark* row) {
+    row->Arg(8)->Arg(100)->Arg(680)->Unit(benchmark::kMicrosecond);
+}
+
 BENCHMARK_CAPTURE(build, names, Hostile::NAMES)->Apply(twoSizes);
 BENCHMARK_CAPTURE(build, hosts, Hostile::HOSTS)->Apply(twoSizes);
 BENCHMARK_CAPTURE(build, addresses, Hostile::ADDRESSES)->Apply(twoSizes);
 BENCHMARK_CAPTURE(build, paths, Hostile::PATHS)->Apply(manyRules);
 BENCHMARK_CAPTURE(build, nested, Hostile::NESTED)->Apply(twoSizes);
 BENCHMARK_CAPTURE(build, wide, Hostile::WIDE)->Apply(fewRules);
+BENCHMARK_CAPTURE(build, repeated, Hostile::REPEATED)->Apply(shortItems);
+BENCHMARK_CAPTURE(build, ends, Hostile::ENDS)->Apply(longItems);
+BENCHMARK_CAPTURE(build, every, Hostile::EVERY)->Apply(shortestItems);
 
 BENCHMARK_CAPTURE(match, names, Hostile::NAMES)->Apply(twoSizes);
 BENCHMARK_CAPTURE(match, hosts, Hostile::HOSTS)->Apply(twoSizes);
@@ -207,5 +266,8 @@ BENCHMARK_CAPTURE(match, addresses, Hostile::ADDRESSES)->Apply(twoSizes);
 BENCHMARK_CAPTURE(match, paths, Hostile::PATHS)->Apply(manyRules);
 BENCHMARK_CAPTURE(match, nested, Hostile::NESTED)->Apply(twoSizes);
 BENCHMARK_CAPTURE(match, wide, Hostile::WIDE)->Apply(fewRules);
+BENCHMARK_CAPTURE(match, repeated, Hostile::REPEATED)->Apply(shortItems);
+BENCHMARK_CAPTURE(match, ends, Hostile::ENDS)->Apply(longItems);
+BENCHMARK_CAPTURE(match, every, Hostile::EVERY)->Apply(shortestItems);
 
 }  // namespace
