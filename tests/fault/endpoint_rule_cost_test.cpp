@@ -120,6 +120,7 @@ TEST(EndpointRuleCost, OfABlockIsPaidOnce) {
 
 enum class Family : uint8_t {
     REPEATED,     // a range of half of all blocks
+    MAPPED,       // the range of all blocks
     HALVES,       // the two halves in turn
     NESTED,       // ranges of all blocks, each inside the next one
     SHIFTED,      // ranges of all blocks, each with ends of its own
@@ -129,15 +130,17 @@ enum class Family : uint8_t {
     WIDE,         // ranges of 128-bit addresses
 };
 
-constexpr Family FAMILIES[] = {Family::REPEATED, Family::HALVES,      Family::NESTED,
-                               Family::SHIFTED,  Family::ALTERNATING, Family::ONE_BLOCK,
-                               Family::HOSTS,    Family::WIDE};
+constexpr Family FAMILIES[] = {Family::REPEATED,  Family::MAPPED,  Family::HALVES,
+                               Family::NESTED,    Family::SHIFTED, Family::ALTERNATING,
+                               Family::ONE_BLOCK, Family::HOSTS,   Family::WIDE};
 
 std::string itemOf(Family family, uint32_t number) {
     const std::string low = std::to_string(number / 250) + '.' + std::to_string(number % 250);
     switch (family) {
         case Family::REPEATED:
             return "0.0.0.0/1";
+        case Family::MAPPED:
+            return "::ffff:0:0/96";
         case Family::HALVES:
             return number % 2 == 0 ? "0.0.0.0/1" : "128.0.0.0/1";
         case Family::NESTED:
