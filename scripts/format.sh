@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # format.sh [--all] [--check]: formats the changed sources, or all of them; with --check only names those that are not
-# formatted, and fails when there is one.
+# formatted, and fails when there is one. Exit status 2 when the files cannot be told or clang-format is missing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -17,7 +17,17 @@ for argument in "$@"; do
     esac
 done
 
-mapfile -t files < <(scripts/sources.sh "${which[@]}" '*.h' '*.hpp' '*.c' '*.cpp')
+if ! command -v clang-format >/dev/null; then
+    echo "format.sh: there is no clang-format; scripts/packages.sh lint installs it" >&2
+    exit 2
+fi
+
+# Of a command in <( ) the failure would be lost.
+sources=$(scripts/sources.sh "${which[@]}" '*.h' '*.hpp' '*.c' '*.cpp') || exit 2
+files=()
+if [[ -n $sources ]]; then
+    mapfile -t files <<<"$sources"
+fi
 failures=0
 for file in "${files[@]}"; do
     if ! $check; then

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # sources.sh [--all] PATTERN...: prints the project's source files that match one of the file name patterns, one a
-# line; without --all only those that git sees as changed since the last commit, or as new.
+# line; without --all only those that git sees as changed since the last commit, or as new. Exit status 2 when git
+# cannot tell.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -24,6 +25,10 @@ if $all; then
     done
     find "${folders[@]}" -type f \( "${names[@]:1}" \) | sort
 else
+    if ! git rev-parse --is-inside-work-tree >/dev/null; then
+        echo "sources.sh: without a git repository nothing tells which files have changed; --all names every file" >&2
+        exit 2
+    fi
     pathspecs=()
     for folder in "${folders[@]}"; do
         for pattern in "$@"; do
