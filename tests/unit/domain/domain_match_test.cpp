@@ -10,7 +10,11 @@
 
 #include "api/domain_wire_api.h"
 #include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "domain/domain_rule.h"
+#include "support/host_names.h"
 #include "support/rule_builder.h"
+#include "support/rule_records.h"
 #include "support/text.h"
 #include "support/winner.h"
 
@@ -290,6 +294,39 @@ TEST(DomainWireMatch, StopsAtAZeroLengthAndAtTheEnd) {
                               "a\3com"));
     EXPECT_EQ(0, wireWinnerOf(*group, "\1"));
     EXPECT_EQ(0, wireWinnerOf(*group, std::string(1, '\0')));
+}
+
+// The longest names that rules hold: 255 bytes, or 253 after "*.".
+TEST(DomainMatch, FindsTheLongestNames) {
+    const std::string exact = nameOfLength(255, 'x');
+    const std::string below = nameOfLength(253, 'w');
+    const RuleGroupHandle group = makeDomainGroup({{exact}, {"*." + below}});
+    EXPECT_EQ(1, winnerOf(*group, exact));
+    EXPECT_EQ(1, winnerOf(*group, exact + '.'));
+    EXPECT_EQ(0, winnerOf(*group, exact + 'x'));
+    EXPECT_EQ(0, winnerOf(*group, exact.substr(1)));
+    EXPECT_EQ(2, winnerOf(*group, "a." + below));
+    EXPECT_EQ(2, winnerOf(*group, "a.b.c." + below));
+    EXPECT_EQ(0, winnerOf(*group, below));
+}
+
+// Only a record that was overwritten can hold such a name: a lookup does not ask for it.
+TEST(DomainMatch, LooksUpNoNameOver255Bytes) {
+    const std::string longest = nameOfLength(255);
+    const std::string tooLong = nameOfLength(256);
+    for (const std::string& name : {longest, tooLong}) {
+        const RuleSetHandle set = makeDomainRuleSet({{"exact"}, {"*.wildcard"}});
+        auto& exact = ruleAt<DomainRule>(set->domainRules, 1).rule;
+        exact.text = name.data();
+        exact.length = size32(name);
+        const std::string below = "*." + name;
+        auto& wildcard = ruleAt<DomainRule>(set->domainRules, 2).rule;
+        wildcard.text = below.data();
+        wildcard.length = size32(below);
+        const RuleGroupHandle group = buildRuleGroup(*set);
+        EXPECT_EQ(name == longest ? 1 : 0, winnerOf(*group, name));
+        EXPECT_EQ(name == longest ? 2 : 0, winnerOf(*group, "a." + name));
+    }
 }
 
 // The cost of such a name must not grow with the square of its length, and its short suffixes still count.

@@ -11,9 +11,13 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
+#include "core/rule_set.h"
+#include "support/host_names.h"
 #include "support/rule_builder.h"
+#include "support/rule_records.h"
 #include "support/text.h"
 #include "support/winner.h"
+#include "url/url_rule.h"
 
 namespace rs::test {
 
@@ -472,6 +476,41 @@ TEST(UrlPathBlocks, OrderTheirBytesWithoutSign) {
     for (uint32_t byte = 0x60; byte < 0xA0; ++byte) {
         EXPECT_EQ(byte - 0x60 + 1,
                   winnerOf(*group, "a.test/" + std::string(5, static_cast<char>(byte))));
+    }
+}
+
+// ---- Long hosts.
+
+// The longest hosts that rules hold: 255 bytes, or 253 after "*.".
+TEST(UrlMatch, FindsTheLongestHosts) {
+    const std::string exact = nameOfLength(255, 'x');
+    const std::string below = nameOfLength(253, 'w');
+    const RuleGroupHandle group = makeUrlGroup({{exact + "/a"}, {"*." + below}});
+    EXPECT_EQ(1, winnerOf(*group, "http://" + exact + "/a"));
+    EXPECT_EQ(1, winnerOf(*group, exact + "./a"));
+    EXPECT_EQ(0, winnerOf(*group, exact + "x/a"));
+    EXPECT_EQ(0, winnerOf(*group, exact.substr(1) + "/a"));
+    EXPECT_EQ(2, winnerOf(*group, "a." + below));
+    EXPECT_EQ(2, winnerOf(*group, "http://a.b.c." + below + "/a"));
+    EXPECT_EQ(0, winnerOf(*group, below));
+}
+
+// Only a record that was overwritten can hold such a host: a lookup does not ask for it.
+TEST(UrlMatch, LooksUpNoHostOver255Bytes) {
+    const std::string longest = nameOfLength(255);
+    const std::string tooLong = nameOfLength(256);
+    for (const std::string& host : {longest, tooLong}) {
+        const RuleSetHandle set = makeUrlRuleSet({{"exact"}, {"*.wildcard"}});
+        DomainRuleText& exact = ruleAt<UrlRule>(set->urlRules, 1).rule.host;
+        exact.text = host.data();
+        exact.length = size32(host);
+        const std::string below = "*." + host;
+        DomainRuleText& wildcard = ruleAt<UrlRule>(set->urlRules, 2).rule.host;
+        wildcard.text = below.data();
+        wildcard.length = size32(below);
+        const RuleGroupHandle group = buildRuleGroup(*set);
+        EXPECT_EQ(host == longest ? 1 : 0, winnerOf(*group, host));
+        EXPECT_EQ(host == longest ? 2 : 0, winnerOf(*group, "a." + host));
     }
 }
 
