@@ -63,6 +63,12 @@ int32_t removeFirst(HashBucket* bucket, const void* /*key*/, void** removed) noe
     return 0;
 }
 
+// Answers what the key says, with an element in *removed that is still in the bucket.
+int32_t refuseRemoval(HashBucket* bucket, const void* key, void** removed) noexcept {
+    *removed = chainOf(bucket);
+    return *static_cast<const int32_t*>(key);
+}
+
 struct Visits {
     std::vector<HashBucket*> buckets;
     uint32_t* elementCount = nullptr;
@@ -214,6 +220,17 @@ TEST(HashTable, CountsRemovalsThatHappened) {
     EXPECT_EQ(&items[0], hashRemove(table.get(), 1, nullptr, removeFirst));
     EXPECT_EQ(nullptr, hashRemove(table.get(), 1, nullptr, removeFirst));
     EXPECT_EQ(0, table->elementCount);
+}
+
+TEST(HashTable, RemovesNothingUnlessTheCallbackAnswersZero) {
+    const OwnedHashTable table = makeTable(3);
+    Item item{};
+    ASSERT_EQ(1, hashInsert(table.get(), 1, &item, pushItem));
+    for (const int32_t answer : {1, 2, INT32_MAX, -1, INT32_MIN}) {
+        SCOPED_TRACE(answer);
+        EXPECT_EQ(nullptr, hashRemove(table.get(), 1, &answer, refuseRemoval));
+        EXPECT_EQ(1, table->elementCount);
+    }
 }
 
 TEST(HashTable, HandsItsElementCountToVisitors) {
