@@ -162,8 +162,12 @@ TEST(HostLabel, OfOtherLettersBecomesAscii) {
 
 TEST(HostLabel, HasAtMost63CodePoints) {
     // Each of these becomes a plain 'i', so that only their number counts.
-    expectOk(std::string(63, 'i'), normalizeLabel(repeat("\xC4\xB0", 63), true));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, normalizeLabel(repeat("\xC4\xB0", 64), true).status);
+    expectOk(std::string(63, 'i'), normalizeLabel(repeat("\xC4\xB0", 63), true, 63));
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL, normalizeLabel(repeat("\xC4\xB0", 63), true, 62).status);
+    // There are too many before their form is too large for the room.
+    for (const uint32_t capacity : {0U, 63U, 64U}) {
+        EXPECT_EQ(RULE_ERR_BAD_RULE, normalizeLabel(repeat("\xC4\xB0", 64), true, capacity).status);
+    }
 }
 
 TEST(HostLabel, MayDecodeToFarMoreBytesThanItKeeps) {
@@ -173,8 +177,24 @@ TEST(HostLabel, MayDecodeToFarMoreBytesThanItKeeps) {
     EXPECT_EQ(RULE_ERR_BAD_RULE, normalizeLabel(repeat("\xF0\x80\x81\xA1", 64), true).status);
 }
 
+// Of a label without other letters, the mark changes neither status nor output.
 TEST(HostLabel, MarkedForNothingIsCopied) {
     expectOk("web", normalizeLabel("WEB", true));
+    for (uint32_t value = 0; value < 0x80; ++value) {
+        SCOPED_TRACE(value);
+        const char byte = static_cast<char>(value);
+        const std::string label{'A', byte == '%' ? 'b' : byte, '-'};
+        const Normalized plain = normalizeLabel(label, false);
+        EXPECT_EQ(RULE_OK, plain.status);
+        expectOk(plain.text, normalizeLabel(label, true));
+        for (const size_t length : {61U, 62U, 200U}) {
+            for (const uint32_t capacity : {0U, 62U, 63U, 64U}) {
+                const std::string longLabel = label + std::string(length, byte);
+                EXPECT_EQ(normalizeLabel(longLabel, false, capacity).status,
+                          normalizeLabel(longLabel, true, capacity).status);
+            }
+        }
+    }
 }
 
 TEST(HostLabel, RefusesASequenceOfFourThatItsEndCutsOff) {
@@ -309,10 +329,19 @@ TEST(HostName, EncodesLabelsOfOtherLetters) {
     expectAllForms("xn--tda.a.xn--tda", "\xC3\x9C.A.%c3%9c");
 }
 
-TEST(HostName, MarksOnlyTheLabelThatHoldsOtherLetters) {
-    // The label behind one of other letters is plain again.
+TEST(HostName, EncodesEachLabelByItself) {
+    // Other letters mark their label, whichever it is and wherever they are in it.
     expectAllForms("xn--tda.xn--a", "\xC3\xBC.XN--A");
     expectAllForms("xn--tda.com", "\xC3\xBC.com");
+    expectAllForms("web.xn--tda", "WEB.\xC3\xBC");
+    expectAllForms("web.xn--tda.com", "WEB.\xC3\x9C.com.");
+    expectAllForms("xn--a-eha.b.xn--b-eha.xn--bab-ioa",
+                   "a\xC3\xBC.B."
+                   "b\xC3\xBC."
+                   "BA\xC3\xBC"
+                   "B");
+    // The letters of one label do not make a plain one of the next.
+    expectAllForms("xn--tda.xn--tda", "\xC3\xBC.\xC3\xBC");
 }
 
 TEST(HostName, TurnsTheDottedCapitalIIntoAPlainI) {
