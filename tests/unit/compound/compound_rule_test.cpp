@@ -4,6 +4,7 @@
 #include <ruleset_static.h>
 
 #include <cstdint>
+#include <malloc.h>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -434,6 +435,19 @@ TEST(CompoundRecord, KeepsTheTextAsGivenWithANul) {
     EXPECT_EQ(11, record->rule.ruleValue);
     EXPECT_EQ(12, record->rule.ruleId);
     EXPECT_EQ(&data, record->rule.userData);
+}
+
+// The allocator rounds sizes up: of texts whose lengths follow each other, one fills its block.
+TEST(CompoundRecord, HasRoomForTheNul) {
+    for (size_t blanks = 0; blanks < 64; ++blanks) {
+        const std::string text = std::string(blanks, ' ') + "5;*;*;*;1;2";
+        int32_t status = RULE_ERR_FAILED;
+        const Owned<CompoundRuleRecord, freeCompoundRecord> record(
+            makeCompoundRule(text.data(), size32(text), {}, &status));
+        ASSERT_NE(nullptr, record);
+        ASSERT_LT(text.size(), malloc_usable_size(record->text));
+        EXPECT_STREQ(text.c_str(), record->text);
+    }
 }
 
 TEST(CompoundRecord, IsFreedWithTheListsThatItHas) {

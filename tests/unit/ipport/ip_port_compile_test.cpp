@@ -257,6 +257,8 @@ TEST(IpPortCompile, LeavesRulesWithoutMappedSecondAddressToThe128BitView) {
 TEST(IpPortCompile, LeavesRangesWithOneMappedEndToThe128BitView) {
     EXPECT_THAT(linesOf({{"::ffff:10.0.0.1-::1:0:0:1;1;1.1.1.1;1;1"}}),
                 ElementsAre("ranges6 0:0:ffff:a000001-0:0:10000:1 #1 0:0:ffff:1010101"));
+    EXPECT_THAT(linesOf({{"::ffff:10.0.0.1-::1:0:a00:9;1;1.1.1.1;1;1"}}),
+                ElementsAre("ranges6 0:0:ffff:a000001-0:0:10000:a000009 #1 0:0:ffff:1010101"));
     EXPECT_THAT(linesOf({{"::1-::ffff:10.0.0.1;1;1.1.1.1;1;1"}}),
                 ElementsAre("ranges6 0:0:0:1-0:0:ffff:a000001 #1 0:0:ffff:1010101"));
 }

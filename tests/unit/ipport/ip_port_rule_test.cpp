@@ -183,6 +183,31 @@ TEST(IpPortRule, EndsAddressesInDigits) {
     }
 }
 
+// Deliberate: the length of an IPv4 prefix may hold a byte that is no digit. At an end of the field
+// it makes the default form refuse, not the wide one.
+TEST(IpPortRule, EndsAddressesOfTheDefaultFormInDigits) {
+    constexpr struct {
+        std::string_view rule;
+        int32_t defaultStatus;
+    } ROWS[] = {
+        {"10.0.0.0/1:;80;*;80;1", RULE_ERR_BAD_RULE},
+        {"*;80;10.0.0.0/1:;80;1", RULE_ERR_BAD_RULE},
+        {"1.2.3.4,10.0.0.0/1:;80;*;80;1", RULE_ERR_BAD_RULE},
+        {"10.0.0.0/1:,1.2.3.4;80;*;80;1", RULE_OK},
+        {"10.0.0.0/:1;80;*;80;1", RULE_ERR_BAD_RULE},
+        {"10.0.0.0/20;80;*;80;1", RULE_OK},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.rule);
+        const ExactText text(row.rule);
+        IpPortRuleFields fields{};
+        EXPECT_EQ(row.defaultStatus, parseIpPortRuleDefault(text.data(), text.size(), &fields));
+        fields = {};
+        EXPECT_EQ(row.rule.find("/:1") == std::string_view::npos ? RULE_OK : RULE_ERR_BAD_RULE,
+                  parseIpPortRuleWide(text.data(), text.size(), &fields));
+    }
+}
+
 TEST(IpPortRule, MarksIpv6InEitherField) {
     for (const std::string_view rule :
          {"2001:db8::1;80;10.0.0.1;80;1", "10.0.0.1;80;2001:db8::1;80;1"}) {
@@ -291,6 +316,11 @@ TEST(RuleMask, ReadsDecimalAndHexadecimal) {
         {"4294967295", RULE_OK, 4294967295},
         {"0xffffffff", RULE_OK, 4294967295},
         {"0xAb", RULE_OK, 0xAB},
+        // Ten characters at most, whatever their value.
+        {"0000000001", RULE_OK, 1},
+        {"00000000001", RULE_ERR_BAD_RULE, 0},
+        {"0x00000001", RULE_OK, 1},
+        {"0x000000001", RULE_ERR_BAD_RULE, 0},
         {"4294967296", RULE_ERR_BAD_RULE, 0},
         {"9999999999", RULE_ERR_BAD_RULE, 0},
         {"12345678901", RULE_ERR_BAD_RULE, 0},
