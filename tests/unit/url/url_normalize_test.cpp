@@ -17,6 +17,7 @@ namespace rs::test {
 namespace {
 
 constexpr uint32_t ROOMY = 512;
+constexpr uint8_t NO_FIELD = 77;  // what shortField is before
 
 struct Capacities {
     uint32_t scheme = ROOMY;
@@ -31,7 +32,7 @@ struct Normalized {
     std::string host;
     std::string path;
     uint16_t port = 0;
-    uint8_t shortField = 0;
+    uint8_t shortField = NO_FIELD;
 };
 
 // All texts stand in blocks of exactly their sizes.
@@ -48,6 +49,7 @@ Normalized normalize(std::string_view url, uint8_t keepPathCase = 0, Capacities 
     record.path = path.get();
     record.pathLength = capacities.path;
     record.port = 77;
+    record.shortField = NO_FIELD;
     record.keepPathCase = keepPathCase;
     Normalized result;
     result.status = normalizeUrl(text.data(), text.size(), &record);
@@ -228,20 +230,38 @@ TEST_F(UrlNormalize, NamesTheFieldThatIsTooSmall) {
         int32_t status;
         uint8_t shortField;
     } ROWS[] = {
-        {{4, 7, 5}, RULE_OK, 0},
-        {{3, 7, 5}, RULE_ERR_BUFFER_SMALL, 1},
-        {{0, 0, 0}, RULE_ERR_BUFFER_SMALL, 1},
-        {{4, 6, 5}, RULE_ERR_BUFFER_SMALL, 2},
-        {{4, 0, 0}, RULE_ERR_BUFFER_SMALL, 2},
-        {{4, 7, 4}, RULE_ERR_BUFFER_SMALL, 3},
+        {{4, 7, 5}, RULE_OK, NO_FIELD},        {{3, 7, 5}, RULE_ERR_BUFFER_SMALL, 1},
+        {{0, 0, 0}, RULE_ERR_BUFFER_SMALL, 1}, {{4, 6, 5}, RULE_ERR_BUFFER_SMALL, 2},
+        {{4, 0, 0}, RULE_ERR_BUFFER_SMALL, 2}, {{4, 7, 4}, RULE_ERR_BUFFER_SMALL, 3},
         {{4, 7, 0}, RULE_ERR_BUFFER_SMALL, 3},
     };
     for (const auto& row : ROWS) {
         const Normalized normalized = normalize(URL, 0, row.capacities);
         EXPECT_EQ(row.status, normalized.status);
-        if (row.status != RULE_OK) {
-            EXPECT_EQ(row.shortField, normalized.shortField);
-        }
+        EXPECT_EQ(row.shortField, normalized.shortField);
+    }
+}
+
+TEST_F(UrlNormalize, NamesNoFieldUnlessOneIsTooSmall) {
+    constexpr struct {
+        std::string_view url;
+        int32_t status;
+    } ROWS[] = {
+        {"HTTP://Web.Com:8/Path", RULE_OK},
+        {"a", RULE_OK},
+        {"/x", RULE_OK},
+        {"mailto://", RULE_OK},
+        {"[::1]", RULE_OK},
+        {"://a", RULE_ERR_BAD_RULE},
+        {"a..b", RULE_ERR_BAD_RULE},
+        {"a:0", RULE_ERR_BAD_RULE},
+        {"http:///x", RULE_ERR_BAD_RULE},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.url);
+        const Normalized normalized = normalize(row.url);
+        EXPECT_EQ(row.status, normalized.status);
+        EXPECT_EQ(NO_FIELD, normalized.shortField);
     }
 }
 
