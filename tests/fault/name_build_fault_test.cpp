@@ -166,6 +166,25 @@ TEST(NameBuildFault, UrlRulesInPathBlocks) {
     EXPECT_EQ(4U, totals.complete);
 }
 
+// Hosts as long as can be, whose paths lie in blocks.
+TEST(NameBuildFault, UrlRulesInPathBlocksOfLongHosts) {
+    BuildPlan plan{{RULE_TYPE_URL, {}, {}}, {}, {}, {}};
+    for (const size_t length : {200U, 255U}) {
+        const std::string host = nameOfLength(length);
+        append(plan.rules.rules, manyPaths(host, 20));
+        append(plan.rules.rules, manyPaths("https://*." + host.substr(2), 20));
+        plan.rules.keys.push_back(host + "/path/number19/of/many");
+        // Without its port, a URL has port 80 to a block.
+        plan.rules.keys.push_back("https://a." + host.substr(2) + ":443/path/number7/of/many/x");
+    }
+    const FaultTotals totals = failBuild("URL rules in path blocks of long hosts", plan);
+    EXPECT_EQ(totals.allocations, totals.failures);
+    EXPECT_EQ(6U, totals.failedBuilds);
+    // Two for each path, two for each of four hosts, and one for each scheme of two.
+    EXPECT_EQ(2U * 80 + 8 + 2, totals.leftOut);
+    EXPECT_EQ(4U, totals.complete);
+}
+
 uint32_t urlBucketOf(std::string_view host) {
     return urlHostHash(host.data(), size32(host)) % URL_BUCKETS;
 }

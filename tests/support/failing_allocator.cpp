@@ -2,6 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <malloc.h>
 #include <unordered_set>
 #include <vector>
 
@@ -47,6 +49,15 @@ void forget(const void* block) {
 void rememberFreed(const void* block) {
     if (currentState != nullptr && block != nullptr) {
         currentState->freedBlocks.push_back(block);
+    }
+}
+
+// Fills a block that is about to be freed, so that whoever reads it later reads what nobody wrote:
+// a pointer to nothing, a large count, a byte that is no NUL.
+void wipe(void* block) {
+    constexpr int WIPED = 0xDB;
+    if (block != nullptr) {
+        std::memset(block, WIPED, malloc_usable_size(block));
     }
 }
 
@@ -131,6 +142,7 @@ void* __wrap_realloc(void* block, size_t size) {
 void __wrap_free(void* block) {
     rs::test::forget(block);
     rs::test::rememberFreed(block);
+    rs::test::wipe(block);
     __real_free(block);
 }
 }

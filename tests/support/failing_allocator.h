@@ -4,6 +4,8 @@
 // call in the program and in the static libraries of it comes by here. Operators new and delete do
 // not, for they live in a shared library; so what is counted is what the tested library does.
 //
+// A block is overwritten before it is freed, with or without a watch: what is read too late is wrong.
+//
 // Threads: none. One watch at a time, on one thread.
 #pragma once
 
