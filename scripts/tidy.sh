@@ -14,17 +14,24 @@ esac
 
 # A header is checked through the sources that include it.
 changed_sources() {
-    scripts/sources.sh '*.cpp'
-    local header
+    local headers header
+    scripts/sources.sh '*.cpp' || return
+    headers=$(scripts/sources.sh '*.h') || return
     while read -r header; do
         scripts/sources.sh --all '*.cpp' | xargs --no-run-if-empty grep -l "#include [<\"]${header#*/}[>\"]" || true
-    done < <(scripts/sources.sh '*.h')
+    done <<<"$headers"
 }
 
+# Of a command in <( ) the failure would be lost.
 if [[ ${1:-} == --all ]]; then
-    mapfile -t files < <(scripts/sources.sh --all '*.cpp')
+    sources=$(scripts/sources.sh --all '*.cpp') || exit 2
 else
-    mapfile -t files < <(changed_sources | sort -u)
+    sources=$(changed_sources) || exit 2
+    sources=$(sort -u <<<"$sources")
+fi
+files=()
+if [[ -n $sources ]]; then
+    mapfile -t files <<<"$sources"
 fi
 
 cmake --preset lint --log-level=WARNING >/dev/null
