@@ -4,8 +4,8 @@
 
 #include "core/entry.h"
 #include "core/growing_text.h"
+#include "core/scratch.h"
 #include "domain/host_name.h"
-#include "domain/scratch.h"
 #include "lookup/chain_blocks.h"
 #include "syntax/ascii.h"
 

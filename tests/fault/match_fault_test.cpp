@@ -13,9 +13,9 @@
 
 #include "core/growing_text.h"
 #include "core/rule_group.h"
+#include "core/scratch.h"
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
-#include "domain/scratch.h"
 #include "support/failing_allocator.h"
 #include "support/fault_host.h"
 #include "support/match_result.h"

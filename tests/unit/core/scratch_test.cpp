@@ -1,4 +1,4 @@
-#include "domain/scratch.h"
+#include "core/scratch.h"
 
 #include <cstddef>
 #include <cstdint>
