@@ -1,5 +1,5 @@
 // Domain rules. A key is a host name.
-#include "core/growing_text.h"
+#include "core/text_buffer.h"
 #include "domain/host_name.h"
 #include "host_text.h"
 #include "rule_type.h"

@@ -1,6 +1,6 @@
 #include "host_text.h"
 
-#include "core/growing_text.h"
+#include "core/text_buffer.h"
 #include "domain/host_name.h"
 #include "domain/punycode.h"
 #include "text_output.h"

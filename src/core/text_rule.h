@@ -5,12 +5,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <utility>
 
 #include "core/entry.h"
-#include "core/growing_text.h"
 #include "core/memory.h"
 #include "core/rule_set.h"
+#include "core/scratch.h"
+#include "core/text_buffer.h"
 
 namespace rs {
 
@@ -47,22 +47,36 @@ template <typename Rule, auto freeRule, typename Parse>
     });
 }
 
-// A new Rule that keeps its text in canonical form. parse(record, out, inOutCapacity) fills the
-// parsed form, which points into out, and answers RULE_ERR_BUFFER_SMALL for more room.
-template <typename Rule, auto freeRule, typename Parse>
+// A new Rule that keeps its text in canonical form, in a block of that length. The parser runs once,
+// in the largest buffer for an input of length bytes; RULE_ERR_NO_MEMORY when the text does not fit.
+//
+//     parse(record, buffer, inOutCapacity)   fills the parsed form, which points into the buffer
+//     moveTexts(record, buffer)              lets it point into record.text, which has the same bytes
+template <typename Rule, auto freeRule, typename Parse, typename MoveTexts>
 [[nodiscard]] Rule* makeCanonicalRule(uint32_t length, const RuleValues& values, int32_t* status,
-                                      const Parse& parse) noexcept {
-    return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept {
-        OwnedMemory<char[]> buffer;
-        const int32_t parsed = parseRuleIntoGrowingText(
-            length,
-            [&](char* out, uint32_t* inOutCapacity) noexcept {
-                return parse(rule, out, inOutCapacity);
-            },
-            buffer);
-        rule.text = buffer.release();
+                                      const Parse& parse, const MoveTexts& moveTexts) noexcept {
+    return makeRuleRecord<Rule, freeRule>(status, [&](Rule& rule) noexcept -> int32_t {
+        const uint64_t capacity = largestTextBuffer(length);
+        if (capacity > UINT32_MAX) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        Scratch<MAX_TEXT_BUFFER> scratch;
+        char* buffer = scratch.reserve(capacity);
+        if (buffer == nullptr) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        auto textLength = static_cast<uint32_t>(capacity);
+        const int32_t parsed = parse(rule, buffer, &textLength);
+        if (parsed != RULE_OK) {
+            return parsed == RULE_ERR_BUFFER_SMALL ? RULE_ERR_NO_MEMORY : parsed;
+        }
+        rule.text = copyRuleText(buffer, textLength, 0);
+        if (rule.text == nullptr) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        moveTexts(rule, buffer);
         copyRuleValues(values, rule);
-        return parsed;
+        return RULE_OK;
     });
 }
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "core/entry.h"
-#include "core/growing_text.h"
 #include "core/scratch.h"
+#include "core/text_buffer.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
 #include "syntax/ascii.h"

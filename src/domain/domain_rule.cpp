@@ -76,7 +76,8 @@ DomainRule* makeDomainRule(const char* text, uint32_t length, const RuleValues& 
         length, values, status,
         [text, length](DomainRule& rule, char* out, uint32_t* inOutCapacity) noexcept {
             return parseDomainRule(text, length, out, inOutCapacity, &rule.rule);
-        });
+        },
+        [](DomainRule& rule, const char* /*buffer*/) noexcept { rule.rule.text = rule.text; });
 }
 
 void freeDomainRule(DomainRule* rule) noexcept {

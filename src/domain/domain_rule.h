@@ -44,7 +44,8 @@ struct DomainRule {
                                       uint32_t* inOutCapacity, DomainRuleText* record) noexcept;
 
 // Parses a rule into a new record, which the caller frees with freeDomainRule; null with a status
-// otherwise. A text that no buffer below 8192 bytes is large enough for is RULE_ERR_NO_MEMORY.
+// otherwise. A text that the largest buffer of core/text_buffer.h does not hold is
+// RULE_ERR_NO_MEMORY.
 [[nodiscard]] DomainRule* makeDomainRule(const char* text, uint32_t length,
                                          const RuleValues& values, int32_t* status) noexcept;
 

@@ -131,6 +131,16 @@ int32_t writeRule(const UrlParts& parts, RuleOutput& rule) noexcept {
     return status == RULE_OK ? writePath(parts.rest, rule) : status;
 }
 
+// Lets the pieces of a rule point into its own text instead of a buffer; an absent piece stays so.
+void moveTexts(UrlRule& rule, const char* buffer) noexcept {
+    for (const char** piece :
+         {&rule.rule.host.text, &rule.rule.scheme.text, &rule.rule.path.text}) {
+        if (*piece != nullptr) {
+            *piece = rule.text + (*piece - buffer);
+        }
+    }
+}
+
 }  // namespace
 
 int32_t parseUrlRule(const char* text, uint32_t length, char* out, uint32_t* inOutCapacity,
@@ -160,7 +170,8 @@ UrlRule* makeUrlRule(const char* text, uint32_t length, const RuleValues& values
         length, values, status,
         [text, length](UrlRule& rule, char* out, uint32_t* inOutCapacity) noexcept {
             return parseUrlRule(text, length, out, inOutCapacity, &rule.rule);
-        });
+        },
+        moveTexts);
 }
 
 void freeUrlRule(UrlRule* rule) noexcept {

@@ -58,7 +58,8 @@ struct UrlRule {
                                    uint32_t* inOutCapacity, UrlRuleText* record) noexcept;
 
 // Parses a rule into a new record, which the caller frees with freeUrlRule; null with a status
-// otherwise. A text that no buffer below 8192 bytes is large enough for is RULE_ERR_NO_MEMORY.
+// otherwise. A text that the largest buffer of core/text_buffer.h does not hold is
+// RULE_ERR_NO_MEMORY.
 [[nodiscard]] UrlRule* makeUrlRule(const char* text, uint32_t length, const RuleValues& values,
                                    int32_t* status) noexcept;
 

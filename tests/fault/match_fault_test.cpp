@@ -11,9 +11,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/growing_text.h"
 #include "core/rule_group.h"
 #include "core/scratch.h"
+#include "core/text_buffer.h"
 #include "domain/domain_index.h"
 #include "domain/domain_match.h"
 #include "support/failing_allocator.h"

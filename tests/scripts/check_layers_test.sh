@@ -36,7 +36,7 @@ fi
 
 refuses 'syntax may not include core/memory.h' src/syntax/port.h '#include "core/memory.h"'
 refuses '"port.h" is no file of src' src/syntax/port.cpp '#include "port.h"'
-refuses 'headers of src include each other' src/core/memory.h '#include "core/growing_text.h"'
+refuses 'headers of src include each other' src/core/memory.h '#include "core/scratch.h"'
 refuses '<core/memory.h> is a file of the project' src/core/release.h '#include <core/memory.h>'
 refuses 'src/new.h belongs into a folder' src/new.h '#pragma once'
 refuses 'a public header may not include' include/ruleset.h '#include "core/memory.h"'

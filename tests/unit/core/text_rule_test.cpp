@@ -91,41 +91,69 @@ TEST_F(TextRuleTest, PassesTheStatusOfAFillerOn) {
     EXPECT_EQ(1, freedRules);
 }
 
-TEST_F(TextRuleTest, GivesACanonicalTextTheRoomThatItAsksFor) {
+TEST_F(TextRuleTest, ParsesACanonicalTextOnceInTheLargestBuffer) {
     int userData = 0;
     std::vector<uint32_t> rooms;
+    const char* parsedInto = nullptr;
     const OwnedRule rule(makeCanonicalRule<Rule, freeRule>(
-        3, {5, 6, &userData}, &status, [&](Rule& record, char* out, uint32_t* inOutCapacity) {
+        3, {5, 6, &userData}, &status,
+        [&](Rule& record, char* out, uint32_t* inOutCapacity) {
             rooms.push_back(*inOutCapacity);
-            if (rooms.size() < 3) {
-                return RULE_ERR_BUFFER_SMALL;
-            }
-            std::memcpy(out, "canonical", 10);
+            std::memset(out, 'x', *inOutCapacity);  // all of it is the parser's to write
+            std::memcpy(out, "canonical", 9);
+            *inOutCapacity = 9;
             record.parsed = 7;
+            parsedInto = out;
             return RULE_OK;
+        },
+        [&](Rule& record, const char* buffer) {
+            EXPECT_EQ(parsedInto, buffer);
+            EXPECT_NE(buffer, record.text);
+            EXPECT_EQ("canonical", std::string_view(record.text, 9)) << "copied before";
+            EXPECT_EQ(7, record.parsed);
+            record.parsed = 8;
         }));
     ASSERT_NE(nullptr, rule);
     EXPECT_EQ(RULE_OK, status);
-    EXPECT_EQ((std::vector<uint32_t>{19, 35, 51}), rooms);
-    EXPECT_STREQ("canonical", rule->text);
-    EXPECT_EQ(7, rule->parsed);
+    EXPECT_EQ(std::vector<uint32_t>{8179}, rooms);
+    EXPECT_EQ("canonical", std::string_view(rule->text, 9));
+    EXPECT_EQ(8, rule->parsed);
     EXPECT_EQ(5, rule->ruleValue);
     EXPECT_EQ(6, rule->ruleId);
     EXPECT_EQ(&userData, rule->userData);
 }
 
+// The status of a rule whose parser gives an answer, and how often the parser ran.
+int32_t statusOfAnswer(uint32_t length, int32_t answer, uint32_t& runs) {
+    int32_t status = RULE_OK;
+    const OwnedRule rule(makeCanonicalRule<Rule, freeRule>(
+        length, {}, &status,
+        [&](Rule& /*record*/, char* /*out*/, uint32_t* /*inOutCapacity*/) {
+            ++runs;
+            return answer;
+        },
+        [](Rule& /*record*/, const char* /*buffer*/) { ADD_FAILURE() << "there is no text"; }));
+    EXPECT_EQ(nullptr, rule);
+    return status;
+}
+
 TEST_F(TextRuleTest, HasNoCanonicalTextWhenTheParserFails) {
-    EXPECT_EQ(nullptr, (makeCanonicalRule<Rule, freeRule>(
-                           3, {}, &status, [](Rule& /*record*/, char* /*out*/, uint32_t* /*room*/) {
-                               return RULE_ERR_BAD_RULE;
-                           })));
-    EXPECT_EQ(RULE_ERR_BAD_RULE, status);
-    EXPECT_EQ(nullptr, (makeCanonicalRule<Rule, freeRule>(
-                           3, {}, &status, [](Rule& /*record*/, char* /*out*/, uint32_t* /*room*/) {
-                               return RULE_ERR_BUFFER_SMALL;
-                           })));
-    EXPECT_EQ(RULE_ERR_NO_MEMORY, status) << "no room was enough";
-    EXPECT_EQ(2, freedRules);
+    uint32_t runs = 0;
+    for (const uint32_t length : {0U, 3U, 8175U, 8176U, 100000U}) {
+        EXPECT_EQ(RULE_ERR_BAD_RULE, statusOfAnswer(length, RULE_ERR_BAD_RULE, runs));
+        EXPECT_EQ(RULE_ERR_BAD_SCHEME, statusOfAnswer(length, RULE_ERR_BAD_SCHEME, runs));
+        EXPECT_EQ(RULE_ERR_NO_MEMORY, statusOfAnswer(length, RULE_ERR_BUFFER_SMALL, runs))
+            << "no room was enough";
+    }
+    EXPECT_EQ(15, runs);
+    EXPECT_EQ(15, freedRules);
+}
+
+TEST_F(TextRuleTest, RefusesAnInputWhoseBufferWouldBeTooLong) {
+    uint32_t runs = 0;
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, statusOfAnswer(UINT32_MAX, RULE_OK, runs));
+    EXPECT_EQ(RULE_ERR_NO_MEMORY, statusOfAnswer(UINT32_MAX - 15, RULE_OK, runs));
+    EXPECT_EQ(0, runs);
 }
 
 }  // namespace
