@@ -150,9 +150,7 @@ const UrlPathEntry* matchSuffixes(const HashTable* table, const UrlMatchKey& key
 
 const char* findSubstring(const char* text, uint32_t textLength, const char* pattern,
                           uint32_t patternLength) noexcept {
-    const char* const end = text + textLength;
-    const char* const found = std::search(text, end, pattern, pattern + patternLength);
-    return found != end || patternLength == 0 ? found : nullptr;
+    return static_cast<const char*>(memmem(text, textLength, pattern, patternLength));
 }
 
 const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept {

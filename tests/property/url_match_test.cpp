@@ -1,4 +1,6 @@
 // Compiled groups of URL rules against the walk over the rules one by one.
+#include "url/url_match.h"
+
 #include <ruleset.h>
 
 #include <cstddef>
@@ -219,6 +221,34 @@ TEST(UrlMatchProperty, OfUrlsWithoutRoomAgreesWithReference) {
             url.insert(static_cast<size_t>(random.below(url.size())), random.oneIn(2) ? "@" : "/");
         }
         pair.checkBuild([&](const RuleGroup& group) { checkKey(group, url, pair); });
+    });
+}
+
+// Texts of two letters, one of them NUL, so that patterns nearly occur everywhere.
+TEST(FindSubstringProperty, FindsWhatAPlainSearchFinds) {
+    const auto fewLetters = [](RandomSource& random, uint64_t maxLength) {
+        std::string text(static_cast<size_t>(random.below(maxLength + 1)), 'a');
+        const uint64_t rarity = random.between(1, 40);
+        for (char& byte : text) {
+            byte = random.oneIn(rarity + 1) ? '\0' : byte;
+        }
+        return text;
+    };
+    forEachCase(5000, [&](RandomSource& random) {
+        const uint64_t size = random.oneIn(10) ? 2000 : 20;
+        const std::string text = fewLetters(random, size);
+        std::string pattern = fewLetters(random, random.oneIn(2) ? size : 4);
+        if (random.oneIn(3) && !text.empty()) {
+            pattern = text.substr(static_cast<size_t>(random.below(text.size())));
+            pattern = pattern.substr(0, static_cast<size_t>(random.below(pattern.size() + 1)));
+        }
+        const ExactText exactText(text);
+        const ExactText exactPattern(pattern);
+        const char* found = findSubstring(exactText.data(), exactText.size(), exactPattern.data(),
+                                          exactPattern.size());
+        const size_t expected = text.find(pattern);
+        EXPECT_EQ(expected == std::string::npos ? nullptr : exactText.data() + expected, found)
+            << ::testing::PrintToString(pattern) << " in " << ::testing::PrintToString(text);
     });
 }
 

@@ -539,6 +539,15 @@ TEST(FindSubstring, FindsNothingButTheEmptyPatternInAnEmptyText) {
     EXPECT_EQ(nullptr, findSubstring(&text, 0, "a", 1));
 }
 
+TEST(FindSubstring, TakesANulForAnyOtherByte) {
+    constexpr std::string_view TEXT("a\0b\0\0c", 6);
+    constexpr std::string_view TWO("\0\0", 2);
+    constexpr std::string_view AFTER("\0c", 2);
+    EXPECT_EQ(TEXT.data() + 3, findSubstring(TEXT.data(), 6, TWO.data(), 2));
+    EXPECT_EQ(TEXT.data() + 4, findSubstring(TEXT.data(), 6, AFTER.data(), 2));
+    EXPECT_EQ(TEXT.data() + 1, findSubstring(TEXT.data(), 6, TWO.data(), 1));
+}
+
 }  // namespace
 
 }  // namespace rs::test
