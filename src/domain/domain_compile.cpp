@@ -42,24 +42,16 @@ OwnedDomainEntry makeEntry(const DomainRule& rule, uint32_t skipped, uint32_t ru
     return entry;
 }
 
-struct DomainInsertion {
-    DomainEntry* entry;
-    bool isDuplicate;
-};
-
-void* insertIntoDomainBucket(HashBucket* bucket, void* item) noexcept {
-    auto* insertion = static_cast<DomainInsertion*>(item);
-    auto* head = static_cast<DomainEntry*>(bucket->chain);
-    const HashedName name = nameOf(*insertion->entry);
-    for (const DomainEntry* entry = head; entry != nullptr; entry = entry->next) {
+// The entry of a name in a bucket whose chain is not packed yet; null without one.
+void* findEntry(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
+    const auto& name = *static_cast<const HashedName*>(key);
+    for (auto* entry = static_cast<DomainEntry*>(bucket->chain); entry != nullptr;
+         entry = entry->next) {
         if (compareHashedNames(nameOf(*entry), name) == 0) {
-            insertion->isDuplicate = true;
-            return nullptr;
+            return entry;
         }
     }
-    pushSingleNode(head, *insertion->entry);
-    bucket->chain = head;
-    return insertion;
+    return nullptr;
 }
 
 // Enters a rule into a table, which is created when needed. False only when that fails.
@@ -72,13 +64,17 @@ bool insertDomainRule(HashTable*& table, const RuleSet& set, const DomainRule& r
     if (!entry) {
         return true;  // the rule is left out
     }
-    DomainInsertion insertion{entry.get(), false};
-    if (hashInsert(table, entry->hash, &insertion, insertIntoDomainBucket) > 0) {
-        entry.release();
-    } else if (insertion.isDuplicate) {
+    const HashedName name = nameOf(*entry);
+    if (hashLookup(table, name.hash, &name, findEntry) != nullptr) {
         callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData,
                             ENTRY_RELEASES_USER_DATA);
+        return true;
     }
+    hashAdd(*table, name.hash, [&entry](HashBucket& bucket) noexcept {
+        auto* head = static_cast<DomainEntry*>(bucket.chain);
+        pushSingleNode(head, *entry.release());
+        bucket.chain = head;
+    });
     return true;
 }
 
@@ -92,21 +88,6 @@ void enterMatchAll(DomainIndex& index, const DomainRule& rule, uint32_t ruleInde
         index.matchAll->nameLength = rule.rule.length;
         index.matchAll->nextCount = 1;
     }
-}
-
-bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
-                     uint32_t ruleIndex) noexcept {
-    if (rule.rule.flags == 0) {
-        return insertDomainRule(index.exactTable, set, rule, 0, ruleIndex);
-    }
-    if (rule.rule.flags != DOMAIN_RULE_WILDCARD) {
-        return true;
-    }
-    if (rule.rule.length == 1) {
-        enterMatchAll(index, rule, ruleIndex);
-        return true;
-    }
-    return insertDomainRule(index.wildcardTable, set, rule, WILDCARD_LENGTH, ruleIndex);
 }
 
 bool enterDomainRules(DomainIndex& index, RuleSet& set) noexcept {
@@ -126,6 +107,21 @@ void packDomainBucket(HashBucket& bucket) noexcept {
 }
 
 }  // namespace
+
+bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
+                     uint32_t ruleIndex) noexcept {
+    if (rule.rule.flags == 0) {
+        return insertDomainRule(index.exactTable, set, rule, 0, ruleIndex);
+    }
+    if (rule.rule.flags != DOMAIN_RULE_WILDCARD) {
+        return true;
+    }
+    if (rule.rule.length == 1) {
+        enterMatchAll(index, rule, ruleIndex);
+        return true;
+    }
+    return insertDomainRule(index.wildcardTable, set, rule, WILDCARD_LENGTH, ruleIndex);
+}
 
 DomainIndex* buildDomainIndex(RuleSet* set, RuleGroup* group) noexcept {
     if (set == nullptr || group == nullptr) {

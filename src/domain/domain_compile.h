@@ -15,11 +15,19 @@
 // Cost:       a rule costs one walk through the chain of its bucket.
 #pragma once
 
+#include <cstdint>
+
 #include "core/rule_group.h"
 #include "core/rule_set.h"
 #include "domain/domain_index.h"
+#include "domain/domain_rule.h"
 
 namespace rs {
+
+// A step of the build: enters a rule of a set into an index whose chains are not packed yet. False
+// when a table cannot be made.
+[[nodiscard]] bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
+                                   uint32_t ruleIndex) noexcept;
 
 // Builds the index of a set's domain rules, stores it in the group's slot and returns it; null, with
 // null in the slot, when that fails. A rule that memory runs out for is left out.

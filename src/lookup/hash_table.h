@@ -69,7 +69,8 @@ using HashVisitCallback = int32_t (*)(HashBucket* bucket, void* argument,
 [[nodiscard]] bool ensureHashTable(HashTable*& table, int32_t bucketCount) noexcept;
 
 // Returns the element count afterwards, RULE_ERR_EXISTS when the callback refused, or
-// RULE_ERR_INVALID_ARG for a null table or one without buckets.
+// RULE_ERR_INVALID_ARG for a null table or one without buckets. The count of 2^31 elements or more is
+// negative, too: a caller that may have so many asks its item whether it was refused, or uses hashAdd.
 [[nodiscard]] int32_t hashInsert(HashTable* table, uint32_t hash, void* item,
                                  HashInsertCallback callback) noexcept;
 

@@ -9,9 +9,15 @@
 
 #include <gtest/gtest.h>
 
+#include "core/structure.h"
+#include "domain/domain_compile.h"
+#include "domain/domain_match.h"
+#include "support/failing_allocator.h"
 #include "support/fault_build.h"
 #include "support/fault_host.h"
 #include "support/host_names.h"
+#include "support/rule_builder.h"
+#include "support/rule_records.h"
 #include "support/text.h"
 #include "url/url_index.h"
 
@@ -59,6 +65,26 @@ TEST(NameBuildFault, DomainRules) {
     EXPECT_EQ(6U, totals.failedBuilds);
     EXPECT_EQ(1U, totals.entered) << "\"*\" is never handed back";
     EXPECT_EQ(6U, totals.leftOut);
+}
+
+// With 2^31 names, the count of a table is no positive number any more.
+TEST(NameBuildFault, KeepsTheEntryThatBringsTheCountToTwoToThe31) {
+    const RuleSetHandle set = newRuleSet(RULE_TYPE_FQDN);
+    ASSERT_EQ(RULE_OK, addRule(*set, "a.test"));
+    const auto index = newStructure<DomainIndex, releaseDomainIndex>(*set);
+    ASSERT_NE(nullptr, index);
+    ASSERT_TRUE(ensureHashTable(index->exactTable, DOMAIN_BUCKETS));
+    index->exactTable->elementCount = INT32_MAX;
+    {
+        const AllocationWatch watch;
+        ASSERT_TRUE(enterDomainRule(*index, *set, ruleAt<DomainRule>(set->domainRules, 1), 1));
+        EXPECT_EQ(2U, watch.allocationCount());
+        ASSERT_EQ(2U, watch.liveBlockCount()) << "the entry is in the table";
+    }
+    EXPECT_EQ(uint32_t{INT32_MAX} + 1, index->exactTable->elementCount);
+    MatchResult result{};
+    EXPECT_EQ(1, lookupDomainWire(*index, "\1a\4test", 7, result));
+    EXPECT_EQ(1U, result.ruleIndex);
 }
 
 std::vector<std::string> sharingNames(uint32_t count, std::string_view before) {

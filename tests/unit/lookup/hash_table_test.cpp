@@ -165,6 +165,11 @@ TEST(HashTable, AnswersAnInsertWithTheElementCount) {
     EXPECT_EQ(2, hashInsert(table.get(), 0, &items[1], pushItem));
     EXPECT_EQ(3, hashInsert(table.get(), 1, &items[2], pushItem));
     EXPECT_EQ(3, table->elementCount);
+    // The count of 2^31 elements is a negative answer.
+    table->elementCount = INT32_MAX;
+    Item last{};
+    EXPECT_EQ(INT32_MIN, hashInsert(table.get(), 1, &last, pushItem));
+    EXPECT_EQ(&last, table->buckets[1].chain);
 }
 
 TEST(HashTable, AnswersARefusedInsertWithExists) {
