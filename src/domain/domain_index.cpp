@@ -4,6 +4,7 @@
 
 #include "core/memory.h"
 #include "core/structure.h"
+#include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
@@ -12,6 +13,9 @@ namespace {
 
 constexpr uint32_t HASH_FACTOR = 1999;
 constexpr uint32_t MAX_WIRE_LABEL = 255;
+
+static_assert(largestNameHash(MAX_HOST_LENGTH, HASH_FACTOR) <= INT32_MAX,
+              "names are sorted and searched by the sign of a wrapping difference");
 
 void freeMatchAll(DomainEntry* entry, const ReleaseInfo& info) noexcept {
     if (entry == nullptr) {

@@ -5,6 +5,7 @@
 #include "core/chain.h"
 #include "core/memory.h"
 #include "core/structure.h"
+#include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
@@ -12,6 +13,10 @@ namespace rs {
 namespace {
 
 constexpr uint32_t HASH_FACTOR = 3571;
+
+// Hosts are stored up to MAX_STORED_LENGTH, but no rule has one over MAX_HOST_LENGTH.
+static_assert(largestNameHash(MAX_HOST_LENGTH, HASH_FACTOR) <= INT32_MAX,
+              "hosts are sorted and searched by the sign of a wrapping difference");
 
 void releaseEntry(UrlPathEntry& entry, const ReleaseInfo& info) noexcept {
     freeMemory(entry.path);

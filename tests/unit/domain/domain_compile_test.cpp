@@ -366,6 +366,17 @@ TEST(DomainUserData, OfABlockComesBackForItsFirstEntryOnly) {
     }
 }
 
+// No name of the largest length has larger bytes.
+TEST(DomainCompile, HashesTheLargestNameBelowTheSign) {
+    const std::string label(63, '\xFF');
+    const std::string name = label + '.' + label + '.' + label + '.' + label;
+    const RuleGroupHandle group = makeDomainGroup({{name}});
+    const uint32_t hash = largestNameHash(252, 1999);
+    EXPECT_EQ((std::vector<size_t>{1}),
+              blockSizesOf<DomainEntry>(group->domainIndex->exactTable, hash));
+    EXPECT_EQ(1, winnerOf(*group, name));
+}
+
 }  // namespace
 
 }  // namespace rs::test

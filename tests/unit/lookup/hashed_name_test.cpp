@@ -88,6 +88,42 @@ TEST(AddToNameHash, AddsTheByteAndTheUpperHalfOfTheHash) {
     SUCCEED();
 }
 
+TEST(LargestNameHash, IsThatOfTheLargestBytes) {
+    static_assert(largestNameHash(0, 1999) == 0);
+    static_assert(largestNameHash(1, 3571) == 255U * 3571);
+    static_assert(largestNameHash(2, 3571) == 2U * 255 * 3571 + (255U * 3571 >> 16U));
+    for (const uint32_t factor : {1999U, 3571U}) {
+        uint32_t hash = 0;
+        for (uint32_t length = 1; length <= 255; ++length) {
+            const uint32_t before = hash;
+            hash = addToNameHash(hash, '\xFF', factor);
+            EXPECT_LT(before, hash);
+            EXPECT_EQ(hash, largestNameHash(length, factor));
+        }
+        EXPECT_GT(uint32_t{INT32_MAX}, hash);
+    }
+}
+
+TEST(LargestNameHash, SaysFromWhichLengthOnNamesFormACircle) {
+    for (const uint32_t factor : {1999U, 3571U}) {
+        uint32_t length = 255;
+        while (largestNameHash(length, factor) <= INT32_MAX) {
+            ++length;
+        }
+        // So are all longer names.
+        EXPECT_LT(uint32_t{INT32_MAX}, largestNameHash(length + 1, factor));
+        EXPECT_LT(uint32_t{INT32_MAX}, largestNameHash(UINT32_MAX, factor));
+
+        const HashedName none = nameOf("", 0);
+        const HashedName longest = nameOf("a", largestNameHash(length - 1, factor));
+        EXPECT_EQ(-1, orderOf(none, longest)) << "0 comes first up to this length";
+        // One more: no hash comes first of the three.
+        const HashedName tooLong = nameOf("b", largestNameHash(length, factor) + 1);
+        EXPECT_EQ(-1, orderOf(longest, tooLong));
+        EXPECT_EQ(-1, orderOf(tooLong, none));
+    }
+}
+
 }  // namespace
 
 }  // namespace rs::test

@@ -406,6 +406,18 @@ TEST(UrlCompile, PacksThePathsOfHostsInCrowdedBuckets) {
     }
 }
 
+// No host of the largest length has larger bytes, but for its dots.
+TEST(UrlCompile, HashesTheLargestHostBelowTheSign) {
+    const std::string label(63, '\xFF');
+    const std::string host = label + '.' + label + '.' + label + '.' + label;
+    const RuleGroupHandle group = makeUrlGroup({{host}});
+    const uint32_t hash = hashOf(host);
+    EXPECT_LT(largestNameHash(252, 3571), hash);
+    EXPECT_GT(largestNameHash(255, 3571), hash);
+    EXPECT_EQ((Sizes{1}), blockSizesOf<UrlHostNode>(group->urlIndex->exactHosts, hash));
+    EXPECT_EQ(1, winnerOf(*group, host));
+}
+
 }  // namespace
 
 }  // namespace rs::test
