@@ -1,6 +1,10 @@
 #include "rule_handles.h"
 
+#include <ruleset_static.h>
+
 #include <new>
+#include <stdexcept>
+#include <string>
 
 namespace cli {
 
@@ -17,7 +21,11 @@ RuleGroupHandle buildRuleGroup(RuleSet& set) {
     if (rs_buildRuleGroup(&set, &group) != RULE_OK) {
         throw std::bad_alloc();
     }
-    return RuleGroupHandle(group);
+    RuleGroupHandle handle(group);
+    if (const uint32_t leftOut = rs::rulesLeftOut(group); leftOut != 0) {
+        throw std::runtime_error(std::to_string(leftOut) + " rules were left out: out of memory");
+    }
+    return handle;
 }
 
 }  // namespace cli

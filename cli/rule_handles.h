@@ -22,7 +22,8 @@ using RuleGroupHandle = std::unique_ptr<RuleGroup, DeletingRuleGroup>;
 // An empty set for rules of a type, RULE_TYPE_... Throws std::bad_alloc.
 RuleSetHandle newRuleSet(int32_t type);
 
-// Compiles a set. The set may be deleted before the group. Throws std::bad_alloc.
+// Compiles a set. The set may be deleted before the group. Throws std::bad_alloc, and
+// std::runtime_error when memory ran out for some of the rules: answers without them would be wrong.
 RuleGroupHandle buildRuleGroup(RuleSet& set);
 
 }  // namespace cli

@@ -193,7 +193,7 @@ RS_API int32_t rs_delRuleSet(RuleSet** set) RS_NOEXCEPT;
  *   out   receives the group; the caller frees it with rs_delRuleGroup
  * An IP or domain rule that an equal earlier rule makes superfluous does not enter the group: its
  * userData is given back during the call, for IP rules only in the first build of the set. A domain
- * or URL rule that memory runs out for is left out.
+ * or URL rule that memory runs out for is left out; rulesLeftOut of <ruleset_static.h> counts them.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG when set or out is null; RULE_ERR_BAD_TYPE when the set's
  * type is outside 1..7; RULE_ERR_NO_MEMORY when the build fails, whatever the reason. A failed build
  * has given back the userData of the rules that had entered the unfinished group. */

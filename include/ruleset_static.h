@@ -3,7 +3,8 @@
  *
  * The shared library exports the functions of <ruleset.h> and nothing else. A C++ host that links
  * the static archive reaches more: lookups in groups of IP:Port, packet filter and compound rules,
- * the library's option, its ident text, and groups that share their compiled structures.
+ * the library's option, its ident text, groups that share their compiled structures, and what a
+ * build left out.
  *
  * Statuses, ownership and threads are as in <ruleset.h>: lookups only read, allocate nothing and may
  * run in any number of threads. Unless an operation says otherwise, *result is left alone when it
@@ -44,6 +45,11 @@ const char* getLibraryVersion() noexcept;
  * dropped last decides through which callback, if any, userData goes back; only the trees of IP
  * groups keep the callback that they were built with. */
 RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept;
+
+/* How many rules of a group were left out because memory ran out while it was built: 0 as a rule,
+ * and for a null group. Such a build is RULE_OK all the same, and the group answers for all other
+ * rules. A filter that must not have holes asks this after the build. */
+uint32_t rulesLeftOut(const RuleGroup* group) noexcept;
 
 /* ------------------------------------------------------------------------------------------------
  * Endpoint lookups

@@ -7,7 +7,9 @@
 #include "core/entry.h"
 #include "core/memory.h"
 #include "core/structure.h"
+#include "core/text_rule.h"
 #include "domain/domain_rule.h"
+#include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
 
 namespace rs {
@@ -20,24 +22,36 @@ void freeEntry(DomainEntry* entry) noexcept {
 }
 using OwnedDomainEntry = Owned<DomainEntry, freeEntry>;
 
-// An entry for the part of a rule's text from skipped on; null when that has no wire form or memory
-// is out.
-OwnedDomainEntry makeEntry(const DomainRule& rule, uint32_t skipped, uint32_t ruleIndex) noexcept {
+// The name of a rule in wire form, before there is an entry for it.
+struct RuleName {
+    char bytes[MAX_HOST_LENGTH + 2];
+    HashedName name;  // borrows bytes
+};
+
+// Reads the part of a rule's text from skipped on. False when that has no wire form.
+bool readRuleName(const DomainRule& rule, uint32_t skipped, RuleName& out) noexcept {
     const uint32_t length = rule.rule.length - skipped;
+    std::copy_n(rule.rule.text + skipped, length, out.bytes + 1);
+    if (!makeWireName(out.bytes, length)) {
+        return false;
+    }
+    out.name = {out.bytes, length + 1, hashWireName(out.bytes, length + 1)};
+    return true;
+}
+
+// An entry for a rule; null when memory is out: then the rule is left out, and counts.
+OwnedDomainEntry makeEntry(DomainIndex& index, const DomainRule& rule, const HashedName& name,
+                           uint32_t ruleIndex) noexcept {
     OwnedDomainEntry entry(allocateRecord<DomainEntry>());
-    if (!entry) {
+    if (entry) {
+        entry->name = copyRuleText(name.bytes, name.length, 1);
+    }
+    if (!entry || entry->name == nullptr) {
+        ++index.leftOut;
         return nullptr;
     }
-    entry->name = allocateBytes(size_t{length} + 2);
-    if (entry->name == nullptr) {
-        return nullptr;
-    }
-    std::copy_n(rule.rule.text + skipped, length, entry->name + 1);
-    if (!makeWireName(entry->name, length)) {
-        return nullptr;
-    }
-    entry->nameLength = length + 1;
-    entry->hash = hashWireName(entry->name, entry->nameLength);
+    entry->nameLength = name.length;
+    entry->hash = name.hash;
     fillEntry(rule, ruleIndex, *entry);
     return entry;
 }
@@ -54,23 +68,26 @@ void* findEntry(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept
     return nullptr;
 }
 
-// Enters a rule into a table, which is created when needed. False only when that fails.
-bool insertDomainRule(HashTable*& table, const RuleSet& set, const DomainRule& rule,
-                      uint32_t skipped, uint32_t ruleIndex) noexcept {
+// Enters a rule into a table of the index, which is created when needed. False only when that fails.
+bool insertDomainRule(DomainIndex& index, HashTable*& table, const RuleSet& set,
+                      const DomainRule& rule, uint32_t skipped, uint32_t ruleIndex) noexcept {
     if (!ensureHashTable(table, DOMAIN_BUCKETS)) {
         return false;
     }
-    OwnedDomainEntry entry = makeEntry(rule, skipped, ruleIndex);
-    if (!entry) {
-        return true;  // the rule is left out
+    RuleName key;
+    if (!readRuleName(rule, skipped, key)) {
+        return true;  // no key has such a name
     }
-    const HashedName name = nameOf(*entry);
-    if (hashLookup(table, name.hash, &name, findEntry) != nullptr) {
+    if (hashLookup(table, key.name.hash, &key.name, findEntry) != nullptr) {
         callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData,
                             ENTRY_RELEASES_USER_DATA);
         return true;
     }
-    hashAdd(*table, name.hash, [&entry](HashBucket& bucket) noexcept {
+    OwnedDomainEntry entry = makeEntry(index, rule, key.name, ruleIndex);
+    if (!entry) {
+        return true;
+    }
+    hashAdd(*table, key.name.hash, [&entry](HashBucket& bucket) noexcept {
         auto* head = static_cast<DomainEntry*>(bucket.chain);
         pushSingleNode(head, *entry.release());
         bucket.chain = head;
@@ -79,10 +96,11 @@ bool insertDomainRule(HashTable*& table, const RuleSet& set, const DomainRule& r
 }
 
 void enterMatchAll(DomainIndex& index, const DomainRule& rule, uint32_t ruleIndex) noexcept {
-    if (index.matchAll != nullptr) {
+    RuleName key;
+    if (index.matchAll != nullptr || !readRuleName(rule, 0, key)) {
         return;
     }
-    index.matchAll = makeEntry(rule, 0, ruleIndex).release();
+    index.matchAll = makeEntry(index, rule, key.name, ruleIndex).release();
     if (index.matchAll != nullptr) {
         // No lookup reads these: "*" is no name in wire form, and the entry is in no chain.
         index.matchAll->nameLength = rule.rule.length;
@@ -111,7 +129,7 @@ void packDomainBucket(HashBucket& bucket) noexcept {
 bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
                      uint32_t ruleIndex) noexcept {
     if (rule.rule.flags == 0) {
-        return insertDomainRule(index.exactTable, set, rule, 0, ruleIndex);
+        return insertDomainRule(index, index.exactTable, set, rule, 0, ruleIndex);
     }
     if (rule.rule.flags != DOMAIN_RULE_WILDCARD) {
         return true;
@@ -120,7 +138,7 @@ bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& r
         enterMatchAll(index, rule, ruleIndex);
         return true;
     }
-    return insertDomainRule(index.wildcardTable, set, rule, WILDCARD_LENGTH, ruleIndex);
+    return insertDomainRule(index, index.wildcardTable, set, rule, WILDCARD_LENGTH, ruleIndex);
 }
 
 DomainIndex* buildDomainIndex(RuleSet* set, RuleGroup* group) noexcept {

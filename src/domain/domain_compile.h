@@ -25,12 +25,13 @@
 namespace rs {
 
 // A step of the build: enters a rule of a set into an index whose chains are not packed yet. False
-// when a table cannot be made.
+// when a table cannot be made; a rule that memory runs out for is left out, as by buildDomainIndex.
 [[nodiscard]] bool enterDomainRule(DomainIndex& index, const RuleSet& set, const DomainRule& rule,
                                    uint32_t ruleIndex) noexcept;
 
 // Builds the index of a set's domain rules, stores it in the group's slot and returns it; null, with
-// null in the slot, when that fails. A rule that memory runs out for is left out.
+// null in the slot, when that fails. A rule that memory runs out for is left out and
+// counts in index.leftOut.
 DomainIndex* buildDomainIndex(RuleSet* set, RuleGroup* group) noexcept;
 
 }  // namespace rs

@@ -45,6 +45,7 @@ struct DomainIndex {
     DomainEntry* matchAll;  // owned; null without a rule "*"
     HashTable* exactTable;  // owned; null until needed, like wildcardTable
     HashTable* wildcardTable;
+    uint32_t leftOut;  // rules that memory ran out for during the build; they are in no table
 };
 
 // The hash of a name in wire form: its label bytes, not their lengths. 0 for less than 2 bytes.

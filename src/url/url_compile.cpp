@@ -45,6 +45,7 @@ HostPlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
     return {rule.rule.scheme, key, urlHostHash(key.text, key.length)};
 }
 
+// Null for a host that no node can have, and when memory is out.
 UrlHostNode* makeHostNode(const HostPlace& place) noexcept {
     if (place.host.length == 0 || place.host.length > MAX_STORED_LENGTH) {
         return nullptr;
@@ -64,12 +65,15 @@ UrlHostNode* makeHostNode(const HostPlace& place) noexcept {
     return node.release();
 }
 
-void addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+// False for a path that no entry can have, and when memory is out.
+bool addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcept {
     UrlPathEntry* entry = makePathEntry(rule, ruleIndex);
-    if (entry != nullptr) {
-        pushToChain(node.paths, entry);
-        ++node.pathCount;
+    if (entry == nullptr) {
+        return false;
     }
+    pushToChain(node.paths, entry);
+    ++node.pathCount;
+    return true;
 }
 
 // The node of a place in a bucket whose chain is not packed yet; null without one.
@@ -87,7 +91,14 @@ void* findHostNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexc
     return nullptr;
 }
 
-// The node of a place, made when there is none; null when memory is out.
+// Counts a rule that has no node or no entry, unless its host or path is what none can have.
+void countLeftOut(UrlIndex& index, const HostPlace& place, const UrlRule& rule) noexcept {
+    const bool isStorable = place.host.length != 0 && place.host.length <= MAX_STORED_LENGTH &&
+                            rule.rule.path.length <= MAX_STORED_LENGTH;
+    index.leftOut += isStorable ? 1 : 0;
+}
+
+// The node of a place, made when there is none; null as makeHostNode.
 UrlHostNode* ensureHostNode(HashTable& table, const HostPlace& place) noexcept {
     auto* found = static_cast<UrlHostNode*>(hashLookup(&table, place.hash, &place, findHostNode));
     if (found != nullptr) {
@@ -104,15 +115,16 @@ UrlHostNode* ensureHostNode(HashTable& table, const HostPlace& place) noexcept {
     return made;
 }
 
-// Enters a rule into a table, which is created when needed. False only when that fails.
-bool insertUrlRule(HashTable*& table, const UrlRule& rule, uint32_t skipped,
+// Enters a rule into a table of the index, which is created when needed. False only when that fails.
+bool insertUrlRule(UrlIndex& index, HashTable*& table, const UrlRule& rule, uint32_t skipped,
                    uint32_t ruleIndex) noexcept {
     if (!ensureHashTable(table, URL_BUCKETS)) {
         return false;
     }
-    UrlHostNode* node = ensureHostNode(*table, placeOf(rule, skipped));
-    if (node != nullptr) {
-        addPath(*node, rule, ruleIndex);
+    const HostPlace place = placeOf(rule, skipped);
+    UrlHostNode* node = ensureHostNode(*table, place);
+    if (node == nullptr || !addPath(*node, rule, ruleIndex)) {
+        countLeftOut(index, place, rule);
     }
     return true;
 }
@@ -120,18 +132,19 @@ bool insertUrlRule(HashTable*& table, const UrlRule& rule, uint32_t skipped,
 // Deliberate: rules for "*" share one node, which has the scheme of the first of them; no lookup
 // asks for it.
 void enterAnyHost(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+    const HostPlace place = placeOf(rule, 0);
     if (index.anyHost == nullptr) {
-        index.anyHost = makeHostNode(placeOf(rule, 0));
+        index.anyHost = makeHostNode(place);
     }
-    if (index.anyHost != nullptr) {
-        addPath(*index.anyHost, rule, ruleIndex);
+    if (index.anyHost == nullptr || !addPath(*index.anyHost, rule, ruleIndex)) {
+        countLeftOut(index, place, rule);
     }
 }
 
 bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
     const DomainRuleText& host = rule.rule.host;
     if ((host.flags & DOMAIN_RULE_WILDCARD) == 0) {
-        return insertUrlRule(index.exactHosts, rule, 0, ruleIndex);
+        return insertUrlRule(index, index.exactHosts, rule, 0, ruleIndex);
     }
     if (host.length == 1) {
         enterAnyHost(index, rule, ruleIndex);
@@ -140,7 +153,7 @@ bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noex
     if (host.length <= WILDCARD_LENGTH) {
         return true;  // nothing is left after the wildcard
     }
-    return insertUrlRule(index.wildcardHosts, rule, WILDCARD_LENGTH, ruleIndex);
+    return insertUrlRule(index, index.wildcardHosts, rule, WILDCARD_LENGTH, ruleIndex);
 }
 
 bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {

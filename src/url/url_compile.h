@@ -20,7 +20,8 @@
 namespace rs {
 
 // Builds the index of a set's URL rules, stores it in the group's slot and returns it; null, with
-// null in the slot, when that fails. A rule that memory runs out for is left out.
+// null in the slot, when that fails. A rule that memory runs out for is left out and
+// counts in index.leftOut.
 UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept;
 
 }  // namespace rs

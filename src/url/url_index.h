@@ -85,6 +85,7 @@ struct UrlIndex {
     UrlHostNode* anyHost;   // owned; null without a rule for "*"
     HashTable* exactHosts;  // owned; null until needed, like wildcardHosts
     HashTable* wildcardHosts;
+    uint32_t leftOut;  // rules that memory ran out for during the build; they are in no node
 };
 
 // The hash of a host text: all its bytes, dots included.

@@ -68,6 +68,7 @@ std::vector<uint64_t> numbersToFail(uint64_t count, bool isLarge) {
 
 // A group without failures gives userData back as documented.
 void expectCleanBuild(const BuildPlan& plan, const BuildRecord& record) {
+    EXPECT_EQ(0U, record.leftOut);
     EXPECT_EQ(plan.duplicates, record.atBuild);
     EXPECT_EQ(record.inside.handingBack, record.atDelete);
     if (plan.rules.type != RULE_TYPE_FQDN) {
@@ -105,6 +106,7 @@ void expectFinishedBuild(const BuildPlan& plan, const BuildRecord& clean, const 
     EXPECT_EQ(record.inside.handingBack, record.atDelete);
     const uint32_t leftOut = findLeftOut(clean, record);
     ++(leftOut == 0 ? totals.complete : totals.leftOut);
+    EXPECT_EQ(leftOut == 0 ? 0U : 1U, record.leftOut) << "the group tells of its holes";
     const BuildRecord expected = leftOut == 0 ? clean : buildWithout(plan, leftOut);
     EXPECT_EQ(expected.answers, record.answers);
     EXPECT_EQ(expected.atBuild, record.atBuild);

@@ -206,7 +206,7 @@ void PrintTo(const BuildRecord& record, std::ostream* out) {
          << ::testing::PrintToString(record.atBuild) << " and at the deletion "
          << ::testing::PrintToString(record.atDelete) << ", stored "
          << ::testing::PrintToString(record.inside.stored) << ", to be handed back "
-         << ::testing::PrintToString(record.inside.handingBack);
+         << ::testing::PrintToString(record.inside.handingBack) << ", left out " << record.leftOut;
 }
 
 FaultHost::FaultHost(const FaultRules& rules, size_t count)
@@ -291,6 +291,7 @@ BuildRecord FaultHost::recordAndDelete(RuleGroup* group) {
     record.atBuild = takeHandedBack();
     record.answers = answersOf(*group);
     record.inside = storedRulesOf(*group, rules_, listOf(*set_).ruleCount);
+    record.leftOut = rulesLeftOut(group);
     EXPECT_EQ(Positions(), takeHandedBack()) << "lookups hand nothing back";
     EXPECT_EQ(RULE_OK, rs_delRuleGroup(&group));
     EXPECT_EQ(nullptr, group);

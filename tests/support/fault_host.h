@@ -52,6 +52,7 @@ struct BuildRecord {
     Positions atBuild;   // given back, in that order
     Positions atDelete;  // given back, in rising order
     StoredRules inside;
+    uint32_t leftOut = 0;  // as the group tells
 
     friend bool operator==(const BuildRecord&, const BuildRecord&) = default;
 };

@@ -12,11 +12,13 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
+#include "domain/domain_index.h"
 #include "ip/ip_index.h"
 #include "ipport/ip_port_index.h"
 #include "packetfilter/packet_filter_index.h"
 #include "support/release_recorder.h"
 #include "support/rule_builder.h"
+#include "url/url_index.h"
 
 namespace rs::test {
 
@@ -256,6 +258,31 @@ TEST(RetainRuleGroup, LetsThreadsMatchRetainAndDropAtOnce) {
     }
     EXPECT_EQ(0, wrongAnswers);
     EXPECT_EQ(Pointers{&range}, recorder.order());
+}
+
+TEST(RulesLeftOut, IsZeroForNullAndForGroupsThatHaveAllRules) {
+    EXPECT_EQ(0, rulesLeftOut(nullptr));
+    for (int32_t type = RULE_TYPE_IP; type <= RULE_TYPE_COMPOUND; ++type) {
+        EXPECT_EQ(0, rulesLeftOut(buildRuleGroup(*newRuleSet(type)).get())) << type;
+    }
+    // Superfluous rules are not left out for want of memory, nor is a rule that covers no name.
+    EXPECT_EQ(0, rulesLeftOut(makeDomainGroup({{"a.b"}, {"a.b"}, {"*"}, {"*"}}).get()));
+    EXPECT_EQ(0, rulesLeftOut(makeUrlGroup({{"a.b/c"}, {"a.b/c"}, {"*"}, {"*/c"}}).get()));
+    EXPECT_EQ(0, rulesLeftOut(makeIpGroup({{"10.0.0.1"}, {"10.0.0.1"}}).get()));
+}
+
+TEST(RulesLeftOut, IsWhatTheStructureCounted) {
+    const RuleGroupHandle ip = makeIpGroup({{"10.0.0.1"}});
+    const RuleGroupHandle domain = makeDomainGroup({{"a.b"}});
+    const RuleGroupHandle url = makeUrlGroup({{"a.b"}});
+    ip->ipTable->leftOut = 3;
+    domain->domainIndex->leftOut = 4;
+    url->urlIndex->leftOut = 5;
+    EXPECT_EQ(3, rulesLeftOut(ip.get()));
+    EXPECT_EQ(4, rulesLeftOut(domain.get()));
+    EXPECT_EQ(5, rulesLeftOut(url.get()));
+    const RuleGroupHandle copy(retainRuleGroup(url.get()));
+    EXPECT_EQ(5, rulesLeftOut(copy.get()));
 }
 
 }  // namespace
