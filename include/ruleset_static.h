@@ -48,7 +48,8 @@ RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept;
 
 /* How many rules of a group were left out because memory ran out while it was built: 0 as a rule,
  * and for a null group. Such a build is RULE_OK all the same, and the group answers for all other
- * rules. A filter that must not have holes asks this after the build. */
+ * rules. An IP rule counts once for each of the two families whose lookups lack it. A filter that
+ * must not have holes asks this after the build. */
 uint32_t rulesLeftOut(const RuleGroup* group) noexcept;
 
 /* ------------------------------------------------------------------------------------------------
