@@ -68,7 +68,7 @@ extern "C" {
 #define RULE_ERR_BAD_TYPE (-86)     /* the set's rule type is not one that takes rules */
 #define RULE_ERR_EXISTS (-89)       /* internal: an equal element is already stored */
 #define RULE_ERR_BAD_SCHEME (-91)   /* a URL rule names a scheme other than http and https */
-#define RULE_ERR_NO_MEMORY (-98)    /* an allocation failed; also any other failure of a build */
+#define RULE_ERR_NO_MEMORY (-98)    /* an allocation or a build failed; no room for a rule's text */
 #define RULE_ERR_INVALID_ARG (-99) /* a required pointer is null, a length or ruleId is zero, ... */
 #define RULE_ERR_DUPLICATE (-4083) /* internal: an equal rule is already in the group */
 #define RULE_ERR_BAD_RANGE (-4085) /* a range validator refuses its text */
@@ -157,14 +157,20 @@ RS_API int32_t rs_addRuleToRuleSet(RuleSet* set, const char* text, uint32_t leng
  *                 when their ruleValues are equal too
  *   ruleId        any number but 0; reported with a match
  *   userData      any pointer, or null; borrowed by the set, see RuleReleaseCallback
- * Returns RULE_OK, or the first of these that applies, with the set left as it was:
+ * Returns RULE_OK, or one of these, with the set left as it was. The first four are checked in this
+ * order, before the text is read:
  *   RULE_ERR_INVALID_ARG  set is null or ruleId is 0
  *   RULE_ERR_BAD_TYPE     the set's type takes no rules
  *   RULE_ERR_SET_FULL     the set holds 4294967295 rules
  *   RULE_ERR_INVALID_ARG  text is null
- *   RULE_ERR_NO_MEMORY    an allocation failed
- *   RULE_ERR_BAD_RULE     the text is not well formed; an empty one never is
- * Cost: linear in the length of the text, one allocation. */
+ *   RULE_ERR_NO_MEMORY    an allocation failed; or the canonical form of a host name or URL has no
+ *                         room in the largest of length + 16, length + 32 ... bytes that is below
+ *                         8192, or in length + 16 bytes when that is 8192 or more
+ *   RULE_ERR_BAD_SCHEME   a URL rule names a scheme other than http and https
+ *   RULE_ERR_BAD_RULE     the text is not well formed; an empty one never is. A compound rule
+ *                         answers this, too, when the allocation for an item of its lists failed
+ * Cost: linear in the length of the text. An IP rule is one allocation; a host name, a URL and a rule
+ * with two endpoints are two; a compound rule is two, and one for each item of its four lists. */
 RS_API int32_t rs_addRuleToRuleSetEx(RuleSet* set, const char* text, uint32_t length,
                                      uint32_t ruleValue, uint32_t ruleId, void* userData)
     RS_NOEXCEPT;
@@ -289,16 +295,17 @@ RS_API int32_t rs_validate_PortRange(const char* text, uint32_t length) RS_NOEXC
 RS_API int32_t rs_validateRule_IP(const char* text, uint32_t length) RS_NOEXCEPT;
 
 /* A rule for a set of type RULE_TYPE_FQDN: a host name, one after "*.", or "*".
- * Returns RULE_OK, or what adding it would return: RULE_ERR_BAD_RULE; RULE_ERR_INVALID_ARG for a
- * null text; RULE_ERR_NO_MEMORY for one whose canonical form exceeds 4095 bytes. */
+ * Returns RULE_OK for what can be added; RULE_ERR_BAD_RULE; RULE_ERR_INVALID_ARG for a null text;
+ * RULE_ERR_NO_MEMORY for one whose canonical form has no room in 4095 bytes. Adding refuses that one,
+ * too: as RULE_ERR_BAD_RULE when its own, larger buffer has room. */
 RS_API int32_t rs_validateRule_FQDN(const char* text, uint32_t length) RS_NOEXCEPT;
 
 /* A rule for a set of type RULE_TYPE_URL: an optional http:// or https://, a domain rule or a
  * bracketed IPv6 literal (RFC 3986 section 3.2.2), an optional port or ":*", and an optional path
  * with one '*' at most.
- * Returns RULE_OK, or what adding it would return: RULE_ERR_BAD_RULE; RULE_ERR_BAD_SCHEME for
- * another scheme; RULE_ERR_INVALID_ARG for a null text; RULE_ERR_NO_MEMORY for one whose canonical
- * form exceeds 4095 bytes. */
+ * Returns RULE_OK for what can be added; RULE_ERR_BAD_RULE; RULE_ERR_BAD_SCHEME for another scheme;
+ * RULE_ERR_INVALID_ARG for a null text; RULE_ERR_NO_MEMORY for one whose canonical form has no room
+ * in 4095 bytes. Adding has more room: it may take that one, or answer RULE_ERR_BAD_RULE. */
 RS_API int32_t rs_validateRule_URL(const char* text, uint32_t length) RS_NOEXCEPT;
 
 /* A rule for a set of type RULE_TYPE_IP_PORT: addresses, ports, addresses, ports and a mask between

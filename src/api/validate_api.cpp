@@ -14,7 +14,8 @@
 
 namespace {
 
-// Deliberate: a canonical text that does not fit here is RULE_ERR_NO_MEMORY, as when it is added.
+// Deliberate: a canonical text that does not fit here is RULE_ERR_NO_MEMORY, as one is that does not
+// fit where rules are added. There is more room there.
 template <typename Record, auto parse>
 int32_t validateText(const char* text, uint32_t length) noexcept {
     char canonical[rs::MAX_ITEM_LENGTH];
