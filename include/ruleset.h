@@ -130,9 +130,11 @@ typedef struct ConvertedRange {
     uint8_t endAddress[16];   /* last address, likewise */
 } ConvertedRange;
 
-/* Takes ownership of a rule's userData back. Called from rs_buildRuleGroup for a rule that an equal
- * earlier rule makes superfluous, and from rs_delRuleGroup for every rule that the group holds. It
- * runs on the calling thread and must not call into the library with the same set or group. */
+/* Takes ownership of a rule's userData back. Called from rs_buildRuleGroup for a rule that earlier
+ * rules make superfluous, and for the rules that had entered when a build fails; called from
+ * rs_delRuleGroup for the rules that the group holds. It runs on the calling thread and must not call
+ * into the library with the same set or group. It must return: both functions are noexcept, and what
+ * they do would stay half done after an exception or a longjmp. */
 typedef void (*RuleReleaseCallback)(void* userData, void* releaseContext);
 
 /* ------------------------------------------------------------------------------------------------
@@ -197,12 +199,21 @@ RS_API int32_t rs_delRuleSet(RuleSet** set) RS_NOEXCEPT;
  * freed; the group does not refer to it.
  *   set   the rules; an empty set gives a group in which nothing matches
  *   out   receives the group; the caller frees it with rs_delRuleGroup
- * An IP or domain rule that an equal earlier rule makes superfluous does not enter the group: its
- * userData is given back during the call, for IP rules only in the first build of the set. A domain
- * or URL rule that memory runs out for is left out; rulesLeftOut of <ruleset_static.h> counts them.
+ * An IP rule that earlier rules make superfluous does not enter the group, nor does a domain rule for
+ * a name that is there already. Its userData is handed back during the call: that of a domain rule in
+ * every build, that of an IP rule only once, in the first build with a callback registered. A second
+ * domain rule "*" does not enter either. The userData of a rule "*" is never handed back.
+ * Some rules are left out when memory runs out for them, and the call returns RULE_OK nevertheless:
+ *   IP        a range, for lookups in family 4, in family 6 or in both. Its userData is handed back
+ *             during the call if it entered for neither family yet, else with the group
+ *   domain    a rule; its userData stays the caller's
+ *   URL       a rule; its userData stays the caller's
+ * rulesLeftOut of <ruleset_static.h> counts them.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG when set or out is null; RULE_ERR_BAD_TYPE when the set's
  * type is outside 1..7; RULE_ERR_NO_MEMORY when the build fails, whatever the reason. A failed build
- * has given back the userData of the rules that had entered the unfinished group. */
+ * has handed back the userData of the rules that had entered the unfinished group, except of domain
+ * rules "*". A later build of the set gives what has entered then back with its group, also what a
+ * failed build has handed back before. */
 RS_API int32_t rs_buildRuleGroup(RuleSet* set, RuleGroup** out) RS_NOEXCEPT;
 
 /* Drops the caller's reference to a group and sets *group to null. With the last reference the

@@ -2,12 +2,14 @@
 // shared library.
 #include <ruleset.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
 #include <gtest/gtest.h>
 
+#include "support/release_recorder.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 
@@ -68,6 +70,62 @@ TEST(PromisedValidators, HaveRoomFor4095Bytes) {
     EXPECT_EQ(RULE_OK, validateBy(rs_validateRule_URL, url));
     EXPECT_EQ(RULE_ERR_NO_MEMORY, validateBy(rs_validateRule_URL, url + 'p'));
     EXPECT_EQ(RULE_OK, addTo(RULE_TYPE_URL, url + 'p'));
+}
+
+// ---- Building and deleting.
+
+// A callback that throws would have to pass these.
+static_assert(noexcept(rs_buildRuleGroup(nullptr, nullptr)));
+static_assert(noexcept(rs_delRuleGroup(nullptr)));
+
+TEST(PromisedBuild, HandsASuperfluousDomainRuleBackEachTimeAndAStarNever) {
+    int userData[5] = {};
+    ReleaseRecorder recorder;
+    const RuleSetHandle set = makeDomainRuleSet({{"*", 0, &userData[0]},
+                                                 {"a.test", 0, &userData[1]},
+                                                 {"A.test.", 0, &userData[2]},
+                                                 {"*", 0, &userData[3]},
+                                                 {"b.test", 0, &userData[4]}});
+    recorder.registerOn(*set);
+    for (size_t build = 1; build <= 3; ++build) {
+        RuleGroupHandle group = buildRuleGroup(*set);
+        EXPECT_EQ(build, recorder.countOf(&userData[2]));
+        group.reset();
+        EXPECT_EQ(build, recorder.countOf(&userData[1]));
+        EXPECT_EQ(build, recorder.countOf(&userData[4]));
+    }
+    EXPECT_EQ(0U, recorder.countOf(&userData[0]));
+    EXPECT_EQ(0U, recorder.countOf(&userData[3]));
+}
+
+// The statuses by which parts of a build tell each other of equal rules and elements.
+TEST(PromisedBuild, NeverReturnsTheInternalStatuses) {
+    constexpr struct {
+        int32_t type;
+        std::string_view rule;
+    } ROWS[] = {
+        {RULE_TYPE_IP, "10.0.0.1"},
+        {RULE_TYPE_IP, "10.0.0.0/8"},
+        {RULE_TYPE_IP_ALT, "2001:db8::1"},
+        {RULE_TYPE_IP_ALT, "2001:db8::/32"},
+        {RULE_TYPE_FQDN, "a.test"},
+        {RULE_TYPE_FQDN, "*.a.test"},
+        {RULE_TYPE_FQDN, "*"},
+        {RULE_TYPE_URL, "a.test/x"},
+        {RULE_TYPE_URL, "*"},
+        {RULE_TYPE_PACKET_FILTER, "tcp;10.0.0.1;80;10.0.0.1;80"},
+        {RULE_TYPE_IP_PORT, "10.0.0.1;80;10.0.0.1;80;1"},
+        {RULE_TYPE_COMPOUND, "1;1;10.0.0.1;80;0;0"},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.rule);
+        const RuleSetHandle set = makeRuleSet(row.type, {{row.rule}, {row.rule}, {row.rule}});
+        for (int build = 0; build < 2; ++build) {
+            RuleGroup* group = nullptr;
+            EXPECT_EQ(RULE_OK, rs_buildRuleGroup(set.get(), &group));
+            EXPECT_EQ(RULE_OK, rs_delRuleGroup(&group));
+        }
+    }
 }
 
 }  // namespace

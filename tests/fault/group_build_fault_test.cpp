@@ -9,9 +9,13 @@
 
 #include <gtest/gtest.h>
 
+#include "core/structure.h"
+#include "packetfilter/packet_filter_rule.h"
 #include "support/failing_allocator.h"
 #include "support/fault_build.h"
 #include "support/fault_host.h"
+#include "support/rule_builder.h"
+#include "syntax/address128.h"
 
 namespace rs::test {
 
@@ -165,6 +169,23 @@ TEST(GroupBuildFault, ThousandsOfEndpointRules) {
         EXPECT_EQ(totals.failures, totals.failedBuilds);
         EXPECT_LT(10000U, totals.allocations);
     }
+}
+
+// The tests above see that the next build answers alike.
+TEST(GroupBuildFault, FailedPacketFilterBuildMayHaveRewrittenRecords) {
+    uint32_t rewritten = 0;
+    failEachAllocation([&](uint64_t number) {
+        const RuleSetHandle set = makePacketFilterRuleSet({{"tcp;10.0.0.0/8;22;*;*"}});
+        const auto& rule = ruleOf<PacketFilterRule>(*set->packetFilterRules.head.next);
+        EXPECT_FALSE(isIpv4Mapped(rule.fields.secondAddressStart));
+        const AllocationWatch watch(number);
+        RuleGroup* group = nullptr;
+        rs_buildRuleGroup(set.get(), &group);
+        rewritten += group == nullptr && isIpv4Mapped(rule.fields.secondAddressStart) ? 1 : 0;
+        rs_delRuleGroup(&group);
+        return watch.hasFailed();
+    });
+    EXPECT_LT(0U, rewritten);
 }
 
 // Compound rules.

@@ -194,6 +194,66 @@ TEST(IpGroupFault, IntervalsMayBeLeftOut) {
     }
 }
 
+// Such a rule may answer for one family only. Its userData goes back at once unless the 32-bit tree,
+// which is filled first, has it.
+TEST(IpGroupFault, RangeMayBeLeftOutForOneFamily) {
+    constexpr uint32_t ADDRESS = 0x0A010203;
+    uint32_t family4Only = 0;
+    uint32_t family6Only = 0;
+    failEachAllocation([&](uint64_t number) {
+        FaultCase rules({{"10.0.0.0/8"}});
+        RuleGroup* group = nullptr;
+        bool hasFailed = false;
+        {
+            const AllocationWatch watch(number);
+            rs_buildRuleGroup(rules.set.get(), &group);
+            hasFailed = watch.hasFailed();
+        }
+        if (group != nullptr) {
+            MatchResult result{};
+            const bool isIn4 = rs_matchIPRuleGroup(group, ADDRESS, &result) == 1;
+            const bool isIn6 = rs_matchIPRuleGroupEx(
+                                   group, 6, bytesOf(mappedNumber(ADDRESS)).data(), &result) == 1;
+            EXPECT_EQ(isIn4 ? 0U : 1U, rules.recorder.order().size());
+            family4Only += isIn4 && !isIn6 ? 1 : 0;
+            family6Only += isIn6 && !isIn4 ? 1 : 0;
+        }
+        rs_delRuleGroup(&group);
+        return hasFailed;
+    });
+    EXPECT_LT(0U, family4Only);
+    EXPECT_LT(0U, family6Only);
+}
+
+// A superfluous rule goes back once for all builds, a rule that enters once for each.
+TEST(IpGroupFault, FailedBuildHandsBackWhatTheNextOneHandsBackAgain) {
+    uint32_t handedBackTwice = 0;
+    failEachAllocation([&](uint64_t number) {
+        FaultCase rules({{"10.0.0.1"}, {"10.0.0.1"}, {"2001:db8::1"}});
+        const auto countOf = [&rules](size_t i) {
+            return rules.recorder.countOf(&rules.tokens[i]);
+        };
+        RuleGroup* group = nullptr;
+        bool hasFailed = false;
+        {
+            const AllocationWatch watch(number);
+            rs_buildRuleGroup(rules.set.get(), &group);
+            hasFailed = watch.hasFailed();
+        }
+        EXPECT_EQ(hasFailed, group == nullptr);
+        rs_delRuleGroup(&group);
+        const size_t entered = countOf(0);
+        EXPECT_GE(1U, entered);
+        EXPECT_EQ(RULE_OK, rs_buildRuleGroup(rules.set.get(), &group));
+        rs_delRuleGroup(&group);
+        EXPECT_EQ(entered + 1, countOf(0));
+        EXPECT_EQ(1U, countOf(1));
+        handedBackTwice += hasFailed && countOf(0) == 2 ? 1 : 0;
+        return hasFailed;
+    });
+    EXPECT_LT(0U, handedBackTwice);
+}
+
 // The views of 32 and of 128 bits differ in what they find superfluous.
 TEST(IpGroupFault, RuleSuperfluousInOneViewKeepsItsUserDataOnce) {
     failEachAllocationOfBuild({{"::/1", 5}, {"10.0.0.0/8", 5}});
