@@ -64,7 +64,7 @@ extern "C" {
 
 #define RULE_OK 0                   /* success */
 #define RULE_ERR_FAILED (-1)        /* an unknown callback kind; a text that cannot be converted */
-#define RULE_ERR_BUFFER_SMALL (-85) /* a caller's output buffer is too small */
+#define RULE_ERR_BUFFER_SMALL (-85) /* a caller's buffer is too small; a key to match is too long */
 #define RULE_ERR_BAD_TYPE (-86)     /* the set's rule type is not one that takes rules */
 #define RULE_ERR_EXISTS (-89)       /* internal: an equal element is already stored */
 #define RULE_ERR_BAD_SCHEME (-91)   /* a URL rule names a scheme other than http and https */
@@ -255,9 +255,9 @@ RS_API int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family, con
  *   result        receives the winning rule; when there is none, its ruleIndex is set to 0
  * Returns 1 when a rule covers the name, 0 when none does; RULE_ERR_INVALID_ARG for a null group,
  * name or result, a zero length, a group without domain rules' index, and a name that has no labels
- * or an empty one ("a..b") or one over 255 bytes; RULE_ERR_BUFFER_SMALL when the canonical name
- * exceeds both 8191 bytes and the name as given by more than 16; RULE_ERR_NO_MEMORY, for names over
- * 8000 bytes only.
+ * or an empty one ("a..b") or one over 255 bytes; RULE_ERR_BUFFER_SMALL when the canonical form has
+ * no room in the largest of length + 16, length + 32 ... bytes that is below 8192, or in length + 16
+ * bytes when that is 8192 or more; RULE_ERR_NO_MEMORY, for names over 8000 bytes only.
  * Any number of threads may match in one group. Names of ordinary length allocate nothing.
  * Cost: the name and each of its suffixes are hashed and probed once. */
 RS_API int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const char* name,
@@ -270,8 +270,11 @@ RS_API int32_t rs_matchDomainNameWithRuleGroup(const RuleGroup* group, const cha
  *   result       receives the winning rule; when there is none, its ruleIndex is set to 0
  * Returns 1 when a rule covers the URL, 0 when none does; RULE_ERR_INVALID_ARG for a null group, url
  * or result, a zero length, and a group without URL rules' index; RULE_ERR_BAD_RULE for a URL that
- * has neither host nor path, or no host but a scheme or a port; RULE_ERR_BUFFER_SMALL when its
- * canonical form exceeds four times its length, or 4096 bytes for URLs over 1024.
+ * has neither host nor path, or no host but a scheme or a port; RULE_ERR_BUFFER_SMALL when scheme,
+ * user information, host, port and path, each in canonical form, have no room in four times the
+ * length, or in 4096 bytes if that is less. An IPv6 literal that has no room for its canonical form
+ * is compared as it is written, which no rule is: after 4059 bytes of scheme and user information or
+ * more it may be missed without a status.
  * Any number of threads may match in one group. Allocates nothing.
  * Cost: the host and each of its suffixes are hashed and probed once, and the paths of each host
  * found are walked or bisected. */
@@ -313,7 +316,8 @@ RS_API int32_t rs_validateRule_FQDN(const char* text, uint32_t length) RS_NOEXCE
 
 /* A rule for a set of type RULE_TYPE_URL: an optional http:// or https://, a domain rule or a
  * bracketed IPv6 literal (RFC 3986 section 3.2.2), an optional port or ":*", and an optional path
- * with one '*' at most.
+ * with one '*' at most. User information before the host is dropped; one with a ':' is well formed
+ * only if a port, ":*" or an IPv6 literal follows. Blanks around the host are dropped, too.
  * Returns RULE_OK for what can be added; RULE_ERR_BAD_RULE; RULE_ERR_BAD_SCHEME for another scheme;
  * RULE_ERR_INVALID_ARG for a null text; RULE_ERR_NO_MEMORY for one whose canonical form has no room
  * in 4095 bytes. Adding has more room: it may take that one, or answer RULE_ERR_BAD_RULE. */
@@ -346,12 +350,15 @@ RS_API int32_t rs_convertRule_IP(const char* text, uint32_t length, ConvertedRan
  * The scheme is written without "://" in lower case; the host in the form that URL rules store, an
  * IPv6 literal with all eight groups in brackets, an IPv4-mapped one as a dotted quad; the path with
  * query and fragment, percent-escapes decoded and, unless keepPathCase is set, in lower case, "/"
- * for a URL with a host and no path. User information is dropped.
+ * for a URL with a host and no path. User information is dropped. Blanks around the host are kept,
+ * where a URL rule drops them.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG for a null text or record, a zero length, and a null buffer
- * of a field that is needed; RULE_ERR_BUFFER_SMALL with shortField naming the buffer to enlarge,
- * with the other outputs not to be relied on; RULE_ERR_BAD_RULE for a URL that has no such form: no
- * scheme, host and path at all, a colon without a valid port after it, a bad host, a path without
- * host under a scheme other than file.
+ * of a field that is needed; RULE_ERR_BUFFER_SMALL with shortField naming the buffer to enlarge;
+ * RULE_ERR_BAD_RULE for a URL that has no such form: no scheme, host and path at all, a colon without
+ * a valid port after it, a bad host, a path without host under a scheme other than file. The colon of
+ * "user:password@" is such a colon unless a port or an IPv6 literal follows.
+ * After any failure buffers, lengths and port may have been written: set the capacities again before
+ * the next call.
  * Keeps nothing; may be called from any thread. Cost: linear in the length, no allocation. */
 RS_API int32_t rs_normalize_URL(const char* text, uint32_t length, NormalizedUrl* record)
     RS_NOEXCEPT;

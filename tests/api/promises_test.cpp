@@ -128,6 +128,152 @@ TEST(PromisedBuild, NeverReturnsTheInternalStatuses) {
     }
 }
 
+// ---- Names and URLs to be looked up.
+
+int32_t statusOfName(const RuleGroup& group, std::string_view name) {
+    const ExactText text(name);
+    MatchResult result{};
+    return rs_matchDomainNameWithRuleGroup(&group, text.data(), text.size(), &result);
+}
+
+int32_t statusOfUrl(const RuleGroup& group, std::string_view url) {
+    const ExactText text(url);
+    MatchResult result{};
+    return rs_matchUrlWithRuleGroup(&group, text.data(), text.size(), &result);
+}
+
+TEST(PromisedLookup, OfANameHasRoomForTheLargestBufferBelow8192Bytes) {
+    const RuleGroupHandle group = makeDomainGroup({{"*"}});
+    // As in PromisedAdding: 8,160 bytes and the rest.
+    for (const uint32_t rest : {11U, 12U, 27U}) {
+        EXPECT_EQ(1, statusOfName(*group, repeat("\xC3\xBC.", 1020) + std::string(rest, 'a')));
+    }
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL,
+              statusOfName(*group, repeat("\xC3\xBC.", 1020) + std::string(28, 'a')));
+    // A longer name has room for 16 bytes more than it has.
+    const std::string longName = repeat("a.", 9000);
+    EXPECT_EQ(1, statusOfName(*group, longName + repeat("\xC3\xBC.", 3) + 'a'));
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL, statusOfName(*group, longName + repeat("\xC3\xBC.", 4) + 'a'));
+}
+
+TEST(PromisedLookup, OfAUrlHasRoomFor4096BytesWithItsUserInformation) {
+    const RuleGroupHandle group = makeUrlGroup({{"*:*"}});
+    const std::string user = std::string(3000, 'u') + '@';
+    EXPECT_EQ(1, statusOfUrl(*group, "http://" + user + "a.test:81/" + std::string(1078, 'p')));
+    EXPECT_EQ(RULE_ERR_BUFFER_SMALL,
+              statusOfUrl(*group, "http://" + user + "a.test:81/" + std::string(1079, 'p')));
+}
+
+// The canonical form of the literal has 17 bytes, which go after scheme and user information.
+TEST(PromisedLookup, OfALiteralWithoutRoomMissesWithoutAStatus) {
+    const RuleGroupHandle group = makeUrlGroup({{"[::1]"}, {"[::]"}});
+    const auto userOf = [](size_t length) { return std::string(length - 1, 'u') + '@'; };
+    constexpr std::string_view LITERAL = "[::1]";
+    const struct {
+        std::string url;
+        int32_t status;
+    } rows[] = {
+        {userOf(4079).append(LITERAL), 1},
+        {userOf(4080).append(LITERAL), 0},
+        {userOf(4088).append(LITERAL), 0},
+        {userOf(4091).append(LITERAL), 0},
+        {userOf(4092).append(LITERAL), RULE_ERR_BUFFER_SMALL},
+        {("http://" + userOf(4072)).append(LITERAL), 1},
+        {("http://" + userOf(4073)).append(LITERAL), 0},
+        // No URL of 4,083 bytes or less is missed, but for the shortest of all.
+        {userOf(4079).append("[::]"), 1},
+        {userOf(4080).append("[::]"), 0},
+        {"[::]", 0},
+        {"[::1]", 1},
+        {"//[::]", 1},
+        {"[::]/", 1},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.status, statusOfUrl(*group, row.url)) << row.url.size();
+    }
+    // The longest canonical form that is longer than what is written has 38 bytes.
+    constexpr std::string_view LONGEST = "[1111:2222:3333:4444:5555:6666::8888]";
+    const RuleGroupHandle longest = makeUrlGroup({{LONGEST}});
+    EXPECT_EQ(1, statusOfUrl(*longest, userOf(4058).append(LONGEST)));
+    EXPECT_EQ(0, statusOfUrl(*longest, userOf(4059).append(LONGEST)));
+}
+
+// ---- User information and blanks in URLs.
+
+struct Normalized {
+    int32_t status;
+    std::string host;
+};
+
+Normalized normalize(std::string_view url) {
+    char scheme[16];
+    char host[255];
+    char path[64];
+    NormalizedUrl record{scheme, sizeof scheme, host, sizeof host, path, sizeof path, 0, 0, 0};
+    const ExactText text(url);
+    const int32_t status = rs_normalize_URL(text.data(), text.size(), &record);
+    return {status, status == RULE_OK ? std::string(record.host, record.hostLength) : ""};
+}
+
+TEST(PromisedUserInformation, MayHoldAColonIfAPortOrALiteralFollows) {
+    constexpr struct {
+        std::string_view url;
+        int32_t ruleStatus;
+        int32_t normalizeStatus;
+    } ROWS[] = {
+        {"u@a.test/x", RULE_OK, RULE_OK},
+        {"http://u@a.test", RULE_OK, RULE_OK},
+        {"u:p@a.test/x", RULE_ERR_BAD_RULE, RULE_ERR_BAD_RULE},
+        {"u:80@a.test/x", RULE_ERR_BAD_RULE, RULE_ERR_BAD_RULE},
+        {"u:@a.test/x", RULE_ERR_BAD_RULE, RULE_ERR_BAD_RULE},
+        {"//u:p@a.test", RULE_ERR_BAD_RULE, RULE_ERR_BAD_RULE},
+        {"http://u:p@a.test/", RULE_ERR_BAD_RULE, RULE_ERR_BAD_RULE},
+        {"u:p@a.test:80/x", RULE_OK, RULE_OK},
+        {"http://u:p@a.test:80", RULE_OK, RULE_OK},
+        {"u:p@[::1]/x", RULE_OK, RULE_OK},
+        {"http://u:p@[::1]:80/", RULE_OK, RULE_OK},
+        // ":*" is for rules.
+        {"u:p@a.test:*", RULE_OK, RULE_ERR_BAD_RULE},
+        {"http://a.test:*", RULE_OK, RULE_ERR_BAD_RULE},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.url);
+        EXPECT_EQ(row.ruleStatus, validateBy(rs_validateRule_URL, row.url));
+        EXPECT_EQ(row.ruleStatus, addTo(RULE_TYPE_URL, row.url));
+        EXPECT_EQ(row.normalizeStatus, normalize(row.url).status);
+    }
+    // A lookup takes each of them.
+    const RuleGroupHandle group = makeUrlGroup({{"a.test"}});
+    for (const std::string_view url : {"u@a.test", "u:p@a.test/x", "//u:80@a.test", "u:@a.test"}) {
+        EXPECT_EQ(1, statusOfUrl(*group, url)) << url;
+    }
+}
+
+TEST(PromisedBlanks, AroundAHostAreDroppedByRulesOnly) {
+    for (const std::string_view rule :
+         {"a.test /x", "http:// a.test/x", "http://\ta.test /x", "a.test :80/x"}) {
+        SCOPED_TRACE(rule);
+        const RuleGroupHandle group = makeUrlGroup({{rule}});
+        EXPECT_EQ(1, statusOfUrl(*group, "a.test/x"));
+        EXPECT_EQ(0, statusOfUrl(*group, rule));
+    }
+    EXPECT_EQ("a.test ", normalize("a.test /x").host);
+    EXPECT_EQ(" a.test", normalize("http:// a.test/x").host);
+    EXPECT_EQ("a.test", normalize(" a.test/x ").host);
+}
+
+TEST(PromisedNormalizing, MayWriteOutputsBeforeItFails) {
+    char scheme[16];
+    char host[255];
+    NormalizedUrl record{scheme, sizeof scheme, host, sizeof host, nullptr, 0, 77, 0, 0};
+    EXPECT_EQ(RULE_ERR_BAD_RULE, rs_normalize_URL("HTTP://a..b:80/", 15, &record));
+    EXPECT_EQ("http", std::string_view(scheme, record.schemeLength));
+    EXPECT_EQ(80, record.port);
+    record.schemeLength = sizeof scheme;
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, rs_normalize_URL("HTTP://A/", 9, &record));
+    EXPECT_EQ("a", std::string_view(host, record.hostLength));
+}
+
 }  // namespace
 
 }  // namespace rs::test
