@@ -6,6 +6,8 @@
  * the library's option, its ident text, groups that share their compiled structures, and what a
  * build left out.
  *
+ * This header needs C++17 or later, and the library is built without exceptions.
+ *
  * Statuses, ownership and threads are as in <ruleset.h>: lookups only read, allocate nothing and may
  * run in any number of threads. Unless an operation says otherwise, *result is left alone when it
  * does not return 1.
@@ -29,17 +31,17 @@ inline constexpr int32_t RULE_OPTION_IPV6 = 1;
 /* Whether rule texts and hosts of URLs may name IPv6 addresses: RULE_OPTION_IPV6 with a value other
  * than 0 allows it, as at first, with 0 forbids it. RULE_ERR_INVALID_ARG, with nothing changed, for
  * another option. A plain word for the whole process: set it before rules are added, while no other
- * thread uses the library. */
+ * thread uses the library. Cost: constant. */
 int32_t setLibraryOption(int32_t option, int32_t value) noexcept;
 
 /* Name, version, build platform and build date, as one constant line:
  * "ruleset 5.200.1021 (linux-x86_64, built 2026-11-21)". The date is the day of SOURCE_DATE_EPOCH
- * when that was set for the build. */
+ * when that was set for the build. Cost: constant. */
 const char* getLibraryVersion() noexcept;
 
 /* A new group record that shares every compiled structure of group. The caller frees it with
  * rs_delRuleGroup, in any order with the original and from any thread; the last one frees the
- * structures. Null for a null group or when memory is out.
+ * structures. Null for a null group or when memory is out. Cost: constant, one small allocation.
  *
  * Deliberate: the copy holds no release callback. Of the records that share a structure the one
  * dropped last decides through which callback, if any, userData goes back; only the trees of IP
@@ -71,8 +73,9 @@ uint32_t rulesLeftOut(const RuleGroup* group) noexcept;
 using AddressWords = std::array<uint32_t, 4>;
 
 /* IP:Port rules (RULE_TYPE_IP_PORT). A rule covers the pair only if its mask and the given one have
- * a bit in common. Cost: one hash probe and the rules for one /16 block (IPv4) or the list of ranges
- * (128 bits). */
+ * a bit in common. Cost: a walk over the rules for every first address; a hash probe and a walk over
+ * the rules for this one; a walk over the ranges in its /16 block (IPv4), or over all ranges up to the
+ * first that answers (128 bits). A walk ends at the first rule that covers. */
 int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
                          uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
                          MatchResult* result) noexcept;
@@ -81,7 +84,9 @@ int32_t matchIpPortPair6(const RuleGroup* group, const AddressWords& firstAddres
                          uint32_t mask, MatchResult* result) noexcept;
 
 /* Whether an address and port are covered by the second endpoint of any IP:Port rule, whatever its
- * first endpoint and mask. Cost: a walk over all rules. */
+ * first ports and its mask. matchSecondEndpoint4 knows a rule only if one of its first addresses is
+ * "*" or all IPv4, be it in mapped form: it does not see "2001:db8::1;*;10.0.0.1;80;1". Cost: a walk
+ * over all rules, up to the first that covers. */
 int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t port) noexcept;
 int32_t matchSecondEndpoint6(const RuleGroup* group, const AddressWords& address,
                              uint32_t port) noexcept;
@@ -119,7 +124,8 @@ struct CompoundFlow {
  * outputs written; 0 when none does; RULE_ERR_INVALID_ARG for a null argument or a group of another
  * type. With bit 0 of the rule's field 5 set and wantsListValue, outListValue becomes 4095 when
  * listValue12 is 4096; otherwise it becomes listValue12 when the rule covered listValue16 and
- * outListValue held the value of listValue16. Cost: a walk over all rules. */
+ * outListValue held the value of listValue16. Cost: a walk over all rules up to the first that
+ * covers, and in each over its ranges. */
 int32_t matchCompound(const RuleGroup* group, CompoundFlow* flow, bool wantsListValue,
                       MatchResult* result) noexcept;
 

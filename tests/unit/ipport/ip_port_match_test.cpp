@@ -1,6 +1,7 @@
 #include <ruleset_static.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,25 @@ TEST(IpPortMatch, FindsSecondEndpointsOfAllStructures) {
         EXPECT_EQ(0, matchSecondEndpoint4(group.get(), address, 81)) << address;
     }
     EXPECT_EQ(0, matchSecondEndpoint4(group.get(), 0x0A000004, 80));
+}
+
+TEST(IpPortMatch, FindsSecondIpv4EndpointsOfRulesForFirstIpv4AddressesOnly) {
+    constexpr struct {
+        std::string_view rule;
+        int32_t found4;
+    } ROWS[] = {
+        {"2001:db8::1;1;10.0.0.1;80;1", 0},
+        {"2001:db8::/32,fe80::1;1;10.0.0.1;80;1", 0},
+        {"::/8;1;10.0.0.1;80;1", 0},  // it reaches beyond the mapped block
+        {"2001:db8::1,1.1.1.1;1;10.0.0.1;80;1", 1},
+        {"::ffff:1.1.1.1;1;10.0.0.1;80;1", 1},
+        {"*;1;10.0.0.1;80;1", 1},
+    };
+    for (const auto& row : ROWS) {
+        const RuleGroupHandle group = makeIpPortGroup({{row.rule}});
+        EXPECT_EQ(row.found4, matchSecondEndpoint4(group.get(), 0x0A000001, 80)) << row.rule;
+        EXPECT_EQ(1, matchSecondEndpoint6(group.get(), mapped(0x0A000001), 80)) << row.rule;
+    }
 }
 
 TEST(IpPortMatch, FindsAFirstEndpointWhateverTheSecond) {
