@@ -274,6 +274,101 @@ TEST(PromisedNormalizing, MayWriteOutputsBeforeItFails) {
     EXPECT_EQ("a", std::string_view(host, record.hostLength));
 }
 
+// ---- Rules that cover more or less than they seem to.
+
+TEST(PromisedHosts, HaveRoomFor255BytesWithTheirWildcard) {
+    const std::string name = repeat("abc.", 63) + "abc";
+    ASSERT_EQ(255U, name.size());
+    for (const int32_t type : {RULE_TYPE_FQDN, RULE_TYPE_URL}) {
+        EXPECT_EQ(RULE_OK, addTo(type, name));
+        EXPECT_EQ(RULE_OK, addTo(type, "*." + name.substr(2)));
+        EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(type, "*." + name.substr(1)));
+    }
+}
+
+TEST(PromisedHosts, MayHaveNoNameThatMatches) {
+    int userData = 0;
+    ReleaseRecorder recorder;
+    for (const std::string_view rule : {"a%2e%2eb", "%2ea", "*.%2e", "*.a%2e%2eb"}) {
+        SCOPED_TRACE(rule);
+        EXPECT_EQ(RULE_OK, validateBy(rs_validateRule_FQDN, rule));
+        const RuleSetHandle set = makeDomainRuleSet({{rule, 0, &userData}});
+        recorder.registerOn(*set);
+        const RuleGroupHandle group = buildRuleGroup(*set);
+        for (const std::string_view name : {"a.b", "a", "ab", "x.a", "x.a.b"}) {
+            EXPECT_EQ(0, statusOfName(*group, name)) << name;
+        }
+        for (const std::string_view name : {"a..b", "a%2e%2eb", ".a", "x..", "x.%2e", "x.a..b"}) {
+            EXPECT_EQ(RULE_ERR_INVALID_ARG, statusOfName(*group, name)) << name;
+        }
+    }
+    const RuleSetHandle urlSet = makeUrlRuleSet({{"*.%2e", 0, &userData}});
+    recorder.registerOn(*urlSet);
+    RuleGroupHandle urls = buildRuleGroup(*urlSet);
+    for (const std::string_view url : {"http://a/", "http://a./", "http://a../", "http://./"}) {
+        EXPECT_EQ(0, statusOfUrl(*urls, url)) << url;
+    }
+    urls.reset();
+    EXPECT_TRUE(recorder.order().empty()) << "what was left out stays the caller's";
+    EXPECT_EQ(1, statusOfUrl(*makeUrlGroup({{"a%2e%2eb"}}), "http://a..b/"));
+}
+
+TEST(PromisedUrlRules, ForEveryHostHaveASchemeForItsPortOnly) {
+    const RuleGroupHandle anyPort = makeUrlGroup({{"https://*:*/x"}});
+    for (const std::string_view url :
+         {"http://a/x", "a/x", "https://a/x", "https://a:8443/x", "ftp://a/x"}) {
+        EXPECT_EQ(1, statusOfUrl(*anyPort, url)) << url;
+    }
+    const RuleGroupHandle https = makeUrlGroup({{"https://*/x"}});
+    EXPECT_EQ(1, statusOfUrl(*https, "https://a/x"));
+    EXPECT_EQ(1, statusOfUrl(*https, "http://a:443/x"));
+    EXPECT_EQ(0, statusOfUrl(*https, "http://a/x"));
+}
+
+// From 16 long paths of a host on.
+TEST(PromisedUrlRules, OfACrowdedHostMissHttpsWithoutAPort) {
+    const RuleSetHandle set = newRuleSet(RULE_TYPE_URL);
+    for (uint32_t i = 10; i < 26; ++i) {
+        EXPECT_EQ(RULE_OK, addExactRule(*set, "https://h.test/page" + std::to_string(i)));
+        EXPECT_EQ(RULE_OK, addExactRule(*set, "https://any.test:*/page" + std::to_string(i)));
+    }
+    const RuleGroupHandle group = buildRuleGroup(*set);
+    EXPECT_EQ(0, statusOfUrl(*group, "https://h.test/page10"));
+    EXPECT_EQ(1, statusOfUrl(*group, "https://h.test:443/page10"));
+    EXPECT_EQ(1, statusOfUrl(*group, "https://any.test/page10"));
+    // A plain path is a plain prefix there.
+    EXPECT_EQ(1, statusOfUrl(*group, "https://any.test/page10b"));
+}
+
+TEST(PromisedLength, OfARuleIs4095BytesInFourTypes) {
+    const auto filled = [](std::string_view before, std::string_view filling,
+                           std::string_view after, size_t length) {
+        std::string rule(before);
+        rule += repeat(filling, (length - before.size() - after.size()) / filling.size());
+        rule += after;
+        return rule;
+    };
+    const struct {
+        int32_t type;
+        std::string_view before;
+        std::string_view filling;
+        std::string_view after;
+    } rows[] = {
+        {RULE_TYPE_URL, "a.test/", "p", ""},
+        {RULE_TYPE_PACKET_FILTER, "tcp;10.0.0.1;80;10.0.0.1;", "8,", "80"},
+        {RULE_TYPE_IP_PORT, "10.0.0.1;8;10.0.0.1;", "8,", "8;1"},
+        {RULE_TYPE_COMPOUND, "", "0", "1;1;*;1;0;0"},
+    };
+    for (const auto& row : rows) {
+        const std::string rule = filled(row.before, row.filling, row.after, 4095);
+        EXPECT_EQ(4095U, rule.size()) << row.type;
+        EXPECT_EQ(RULE_OK, addTo(row.type, ' ' + rule + '\n')) << row.type;
+        const std::string longer = filled(row.before, row.filling, row.after, 4097);
+        EXPECT_EQ(RULE_ERR_BAD_RULE, addTo(row.type, longer)) << row.type;
+    }
+    EXPECT_EQ(RULE_OK, addTo(RULE_TYPE_FQDN, repeat("%61", 60) + std::string(5000, ' ')));
+}
+
 }  // namespace
 
 }  // namespace rs::test

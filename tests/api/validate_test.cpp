@@ -160,6 +160,36 @@ TEST(IpRuleConverter, WritesSixteenBytesOfIpv6Addresses) {
               bytesOf(range.endAddress));
 }
 
+// Deliberate: the characters of an IPv4 length are not checked for digits.
+TEST(IpRuleConverter, TakesUpToThreeCharactersOfAnIpv4LengthAsTheyCome) {
+    constexpr struct {
+        std::string_view text;
+        uint8_t start[4];
+        uint8_t end[4];
+    } ROWS[] = {
+        {"10.0.0.0/:", {10, 0, 0, 0}, {10, 63, 255, 255}},    // 10
+        {"10.0.0.0/1:", {10, 0, 0, 0}, {10, 0, 15, 255}},     // 20
+        {"10.0.0.0/1A", {10, 0, 0, 0}, {10, 0, 0, 31}},       // 27
+        {"10.1.2.3/3-", {10, 1, 2, 0}, {10, 1, 2, 31}},       // 27
+        {"10.1.2.3/1)0", {10, 1, 2, 0}, {10, 1, 2, 3}},       // 30
+        {"10.0.0.0/4\t5", {10, 0, 0, 0}, {10, 1, 255, 255}},  // 15
+        {"10.0.0.0/2 !", {10, 0, 0, 0}, {10, 0, 0, 127}},     // 25
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.text);
+        const ExactText text(row.text);
+        ConvertedRange range{};
+        EXPECT_EQ(RULE_OK, rs_convertRule_IP(text.data(), text.size(), &range));
+        EXPECT_EQ(4, range.family);
+        EXPECT_EQ(0, std::memcmp(row.start, range.startAddress, 4));
+        EXPECT_EQ(0, std::memcmp(row.end, range.endAddress, 4));
+    }
+    for (const std::string_view text : {"10.0.0.0/ 8", "10.0.0.0/-10", "10.0.0.0/1 2"}) {
+        ConvertedRange range{};
+        EXPECT_EQ(RULE_ERR_FAILED, rs_convertRule_IP(text.data(), size32(text), &range)) << text;
+    }
+}
+
 TEST(IpRuleConverter, KeepsTheFamilyOfTheWriting) {
     ConvertedRange range = guardedRange();
     ASSERT_EQ(RULE_OK, rs_convertRule_IP("::ffff:1.2.3.4", 14, &range));

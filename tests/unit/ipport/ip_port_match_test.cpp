@@ -117,6 +117,35 @@ TEST(IpPortMatch, FindsSecondIpv4EndpointsOfRulesForFirstIpv4AddressesOnly) {
     }
 }
 
+// Of 10.0.0.1:22 and 1.2.3.4:1, of the same in mapped form, and of ::ffff:10.0.0.1 and ::5.
+TEST(IpPortMatch, TakesStarAndIpv6RangesBesideIpv4Addresses) {
+    constexpr struct {
+        std::string_view rule;
+        int32_t ipv4;
+        int32_t mappedPair;
+        int32_t mixedPair;
+    } ROWS[] = {
+        {"10.0.0.0/8;22;*;*;1", 1, 1, 1},
+        {"10.0.0.1;22;*;*;1", 1, 1, 1},
+        {"::/8;22;*;*;1", 0, 1, 1},
+        {"10.0.0.0/8;22;::/8;*;1", 0, 1, 1},
+        {"*;22;::/8;*;1", 0, 1, 1},
+        {"::ffff:10.0.0.0/104;22;::ffff:1.0.0.0/104;*;1", 1, 1, 0},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.rule);
+        const RuleGroupHandle group = makeIpPortGroup({{row.rule}});
+        const auto find6 = [&](const AddressWords& second) {
+            MatchResult hit{};
+            return matchIpPortPair6(group.get(), mapped(0x0A000001), 22, second, 1, 1, &hit);
+        };
+        MatchResult hit{};
+        EXPECT_EQ(row.ipv4, matchIpPortPair4(group.get(), 0x0A000001, 22, 0x01020304, 1, 1, &hit));
+        EXPECT_EQ(row.mappedPair, find6(mapped(0x01020304)));
+        EXPECT_EQ(row.mixedPair, find6({0, 0, 0, 5}));
+    }
+}
+
 TEST(IpPortMatch, FindsAFirstEndpointWhateverTheSecond) {
     const RuleGroupHandle group = makeIpPortGroup({{"1.2.3.4;80;*;*;1"}});
     for (const uint32_t secondAddress : {0U, 0x05060708U, 0xFFFFFFFFU}) {

@@ -2,6 +2,7 @@
 #include <ruleset_static.h>
 
 #include <cstdint>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -298,6 +299,37 @@ TEST_F(PlantedFilterEntry, IsReadByItsLastWordsInTheIpv4View) {
     EXPECT_EQ(0, matchPacketFilter4(group.get(), 0x01020304, 5, 0x0506070A, 7, &hit));
     EXPECT_EQ(0,
               matchPacketFilter6(group.get(), mapped(0x01020304), 5, mapped(0x05060709), 7, &hit));
+}
+
+// Of 10.0.0.1:22 and 1.2.3.4:1, of the same in mapped form, and of ::ffff:10.0.0.1 and ::5.
+TEST(PacketFilterMatch, TakesStarAndIpv6RangesBesideIpv4Addresses) {
+    constexpr struct {
+        std::string_view rule;
+        int32_t ipv4;
+        int32_t mappedPair;
+        int32_t mixedPair;
+    } ROWS[] = {
+        {"tcp;10.0.0.0/8;22;*;*", 1, 1, 0},
+        {"tcp;10.0.0.0/31;22;*;*", 1, 1, 0},
+        {"tcp;10.0.0.1;22;*;*", 1, 1, 1},
+        {"tcp;0.0.0.0-255.255.255.255;22;*;*", 1, 1, 1},
+        {"tcp;::ffff:10.0.0.0/104;22;*;*", 1, 1, 1},
+        {"tcp;::/8;22;*;*", 0, 1, 1},
+        {"tcp;::ffff:10.0.0.0/104;22;::/8;*", 0, 1, 1},
+        {"tcp;*;22;::/8;*", 0, 1, 1},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.rule);
+        const RuleGroupHandle group = makePacketFilterGroup({{row.rule}});
+        const auto find6 = [&](const AddressWords& second) {
+            MatchResult hit{};
+            return matchPacketFilter6(group.get(), {0, 0, 0xFFFF, 0x0A000001}, 22, second, 1, &hit);
+        };
+        MatchResult hit{};
+        EXPECT_EQ(row.ipv4, matchPacketFilter4(group.get(), 0x0A000001, 22, 0x01020304, 1, &hit));
+        EXPECT_EQ(row.mappedPair, find6({0, 0, 0xFFFF, 0x01020304}));
+        EXPECT_EQ(row.mixedPair, find6({0, 0, 0, 5}));
+    }
 }
 
 }  // namespace
