@@ -200,20 +200,20 @@ RS_API int32_t rs_delRuleSet(RuleSet** set) RS_NOEXCEPT;
  *   set   the rules; an empty set gives a group in which nothing matches
  *   out   receives the group; the caller frees it with rs_delRuleGroup
  * An IP rule that earlier rules make superfluous does not enter the group, nor does a domain rule for
- * a name that is there already. Its userData is handed back during the call: that of a domain rule in
+ * a name that is there already. Its userData is given back during the call: that of a domain rule in
  * every build, that of an IP rule only once, in the first build with a callback registered. A second
- * domain rule "*" does not enter either. The userData of a rule "*" is never handed back.
+ * domain rule "*" does not enter either. The userData of a rule "*" is never given back.
  * Some rules are left out when memory runs out for them, and the call returns RULE_OK nevertheless:
- *   IP        a range, for lookups in family 4, in family 6 or in both. Its userData is handed back
+ *   IP        a range, for lookups in family 4, in family 6 or in both. Its userData is given back
  *             during the call if it entered for neither family yet, else with the group
  *   domain    a rule; its userData stays the caller's
  *   URL       a rule; its userData stays the caller's
  * rulesLeftOut of <ruleset_static.h> counts them.
  * Returns RULE_OK; RULE_ERR_INVALID_ARG when set or out is null; RULE_ERR_BAD_TYPE when the set's
  * type is outside 1..7; RULE_ERR_NO_MEMORY when the build fails, whatever the reason. A failed build
- * has handed back the userData of the rules that had entered the unfinished group, except of domain
+ * has given back the userData of the rules that had entered the unfinished group, except of domain
  * rules "*". A later build of the set gives what has entered then back with its group, also what a
- * failed build has handed back before. */
+ * failed build has given back before. */
 RS_API int32_t rs_buildRuleGroup(RuleSet* set, RuleGroup** out) RS_NOEXCEPT;
 
 /* Drops the caller's reference to a group and sets *group to null. With the last reference the

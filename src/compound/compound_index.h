@@ -10,9 +10,11 @@
 //
 //     valueMask      bit n: field 1 of a rule is the number n alone     bit 63: a number from 63 on
 //
+// valueMask and matchesAll are summaries. No lookup reads them.
+//
 // Invariants: there is one entry for each rule. valueMask has all bits set as soon as field 1 of one
 //             rule is not a single range of a single number: "1-2" and "5,5" set them, "5-5" sets bit
-//             5. A rule with matchesAll adds nothing to it. No lookup reads it.
+//             5. A rule with matchesAll adds no bit to it.
 // Ownership:  the table owns everything below it. Every entry owns its rule's userData.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a lookup walks the chain, and the lists of each entry on the way.
