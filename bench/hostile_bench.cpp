@@ -1,273 +1,386 @@
-// Rules that somebody chose to make lookups slow: what they cost, at two sizes each. A row is <step>/<kind>/<rules>.
+// What hostile inputs cost, beside random input of the same size: one line of JSON for each family and size.
 //
-//   names      host names of one hash             a.bcd..., ab.cd...: the hash passes over dots
-//   hosts      URL hosts of one bucket
-//   addresses  single IPv4 addresses of one bucket
-//   paths      paths of one host                  /aaaaa000000*, half of them with a '*' of their own
-//   nested     ranges of IPv4 addresses, each inside the one before, the widest first
-//   wide       IP:Port rules whose first address spans all /16 blocks
+//     hostile_bench [FILTER] > FILE       the rows whose name, as "IP rules/nested_values/4096", contains FILTER
 //
-// and one IP:Port rule, of 63, 630 and 4,000 bytes or so. A row is <step>/<kind>/<first addresses>:
-//
-//   repeated   0.0.0.0/1 again and again, with as many bytes of ports
-//   ends       ranges of all /16 blocks, each with ends of its own, with as many bytes of ports
-//   every      :: again and again, with as many bytes of ports
-//
-// A key of match is one that has to be compared with as many rules as possible.
+// Each row is measured in a child process of its own, which is stopped at 5 seconds of processor time or 3 GiB of
+// address space; larger sizes of a stopped family are not tried. Times are the best of up to fifteen rounds of adding,
+// building, looking up and deleting. Memory is the most that the library's allocations take at one time, set and group
+// together, counted where the linker sends its calls of the allocator.
 #include <ruleset.h>
 #include <ruleset_static.h>
 
-#include <cstdint>
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <malloc.h>
 #include <string>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-
-#include "generate_rules.h"
-#include "hosts.h"
-#include "lookup/address_hash.h"
-#include "url/url_index.h"
+#include "hostile_inputs.h"
 
 namespace {
 
-enum class Hostile { NAMES, HOSTS, ADDRESSES, PATHS, NESTED, WIDE, REPEATED, ENDS, EVERY };
+using bench::HostileEndpoint;
+using bench::HostileFamily;
+using bench::HostileGroup;
+using bench::HostileInput;
+using bench::HostileKey;
 
-struct Attack {
-    int32_t type;
-    std::vector<std::string> rules;
-    std::string key;  // for names and URLs
-    uint32_t address = 0x7FFFFFFF;
+constexpr std::array<size_t, 3> SIZES = {size_t{4} << 10U, size_t{64} << 10U, size_t{1} << 20U};
+constexpr rlim_t MOST_SECONDS = 5;
+constexpr rlim_t MOST_BYTES = rlim_t{3} << 30U;
+constexpr uint64_t MILLISECOND = 1'000'000;
+
+// ------------------------------------------------------------------------------------------------ one row
+
+enum Step : uint32_t { ADD, BUILD, LOOKUP, DELETE, STEPS };
+constexpr std::array<const char*, STEPS> STEP_NAMES = {"add", "build", "lookup", "delete"};
+
+// What a child tells its parent, in memory that they share.
+struct Row {
+    uint32_t step;  // under way; STEPS when all is measured
+    bool isOutOfMemory;
+    uint64_t rules;
+    uint64_t refused;
+    std::array<uint64_t, STEPS> nanoseconds;
+    uint64_t allocations;  // of the last round
+    uint64_t liveBytes;
+    uint64_t peakBytes;
 };
 
-constexpr uint32_t BUCKETS = 4096;
-constexpr uint32_t IPV4_BUCKETS = 4095;
+Row* current;  // the row being measured, where a child counts what the library allocates
 
-std::string addressText(uint32_t address) {
-    return bench::textOf(bench::ipv4Key(address));
-}
+constexpr size_t BLOCK_HEADER = 8;  // of glibc, before each block
 
-// Letters with dots between some of them, chosen by the bits of number.
-std::string dottedName(uint32_t number) {
-    std::string name;
-    for (char letter = 'a'; letter <= 't'; ++letter) {
-        name += letter;
-        if ((number & 1U) != 0 && letter != 't') {
-            name += '.';
-        }
-        number >>= 1U;
+void* countBlock(void* block) {
+    if (block != nullptr) {
+        ++current->allocations;
+        current->liveBytes += malloc_usable_size(block) + BLOCK_HEADER;
+        current->peakBytes = std::max(current->peakBytes, current->liveBytes);
     }
-    return name;
+    return block;
 }
 
-Attack namesOfOneHash(uint32_t count) {
-    Attack attack{RULE_TYPE_FQDN, {}, dottedName(count)};
-    for (uint32_t i = 0; i < count; ++i) {
-        attack.rules.push_back(dottedName(i));
+void discountBlock(void* block) {
+    if (block != nullptr) {
+        current->liveBytes -= malloc_usable_size(block) + BLOCK_HEADER;
     }
-    return attack;
 }
 
-Attack hostsOfOneBucket(uint32_t count) {
-    Attack attack{RULE_TYPE_URL, {}, ""};
-    bench::Random random(count);
-    std::string host = "aaaaaaaaaa.example";
-    const auto bucketOf = [&host] {
-        return rs::urlHostHash(host.data(), static_cast<uint32_t>(host.size())) % BUCKETS;
-    };
-    const uint32_t bucket = bucketOf();
-    while (attack.rules.size() <= count) {
-        for (size_t i = 0; i < 10; ++i) {
-            host[i] = static_cast<char>('a' + random.below(26));
-        }
-        if (bucketOf() == bucket) {
-            attack.rules.push_back(host);
-        }
+uint64_t nanosecondsOf(clockid_t clock) {
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<uint64_t>(time.tv_sec) * 1'000 * MILLISECOND +
+           static_cast<uint64_t>(time.tv_nsec);
+}
+
+// Processor time, which other programs do not disturb; but the clock for what is too short for it: some kernels count
+// processor time in steps of milliseconds.
+class Stopwatch {
+public:
+    uint64_t elapsed() const {
+        const uint64_t processor = nanosecondsOf(CLOCK_PROCESS_CPUTIME_ID) - processor_;
+        const uint64_t wall = nanosecondsOf(CLOCK_MONOTONIC) - wall_;
+        return processor >= 50 * MILLISECOND ? processor : wall;
     }
-    attack.key = attack.rules.back();  // in the bucket, but no rule
-    attack.rules.pop_back();
-    return attack;
-}
 
-Attack addressesOfOneBucket(uint32_t count) {
-    Attack attack{RULE_TYPE_IP, {}, ""};
-    uint32_t address = 0;
-    for (; attack.rules.size() <= count; ++address) {
-        if (rs::hashIPv4(address) % IPV4_BUCKETS == rs::hashIPv4(0) % IPV4_BUCKETS) {
-            attack.rules.push_back(addressText(address));
-        }
+private:
+    uint64_t processor_ = nanosecondsOf(CLOCK_PROCESS_CPUTIME_ID);
+    uint64_t wall_ = nanosecondsOf(CLOCK_MONOTONIC);
+};
+
+int32_t matchAddress(const RuleGroup* group, const HostileKey& key, MatchResult* result) {
+    if (key.family == 4) {
+        return rs_matchIPRuleGroup(group, key.first.address[0], result);
     }
-    attack.address = address - 1;  // in the bucket, but no rule
-    attack.rules.pop_back();
-    return attack;
-}
-
-Attack pathsOfOneHost(uint32_t count) {
-    Attack attack{RULE_TYPE_URL, {}, "http://example.com/aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa"};
-    for (uint32_t i = 0; i < count; ++i) {
-        const std::string number = std::to_string(i);
-        attack.rules.push_back("example.com/aaaaa" +
-                               (i % 2 == 0 ? "*z" : std::string(1 + i % 30, 'a')) + number);
+    std::array<uint8_t, 16> bytes{};
+    for (uint32_t i = 0; i < 16; ++i) {
+        bytes[i] = static_cast<uint8_t>(key.first.address[i / 4] >> (24 - 8 * (i % 4)));
     }
-    return attack;
+    return rs_matchIPRuleGroupEx(group, 6, bytes.data(), result);
 }
 
-Attack nestedRanges(uint32_t count) {
-    Attack attack{RULE_TYPE_IP, {}, ""};
-    for (uint32_t i = 0; i < count; ++i) {
-        attack.rules.push_back(addressText(i) + "-" + addressText(UINT32_MAX - i));
-    }
-    return attack;
+int32_t matchFilter(const RuleGroup* group, const HostileKey& key, MatchResult* result) {
+    const HostileEndpoint& first = key.first;
+    const HostileEndpoint& second = key.second;
+    return key.family == 4 ? rs::matchPacketFilter4(group, first.address[0], first.port,
+                                                    second.address[0], second.port, result)
+                           : rs::matchPacketFilter6(group, first.address, first.port,
+                                                    second.address, second.port, result);
 }
 
-Attack rulesForAllBlocks(uint32_t count) {
-    Attack attack{RULE_TYPE_IP_PORT, {}, ""};
-    for (uint32_t i = 0; i < count; ++i) {
-        attack.rules.push_back(addressText(i + 1) + "-255.255.255.254;80;10.0.0.1;80;1");
-    }
-    return attack;
+int32_t matchPair(const RuleGroup* group, const HostileKey& key, MatchResult* result) {
+    const HostileEndpoint& first = key.first;
+    const HostileEndpoint& second = key.second;
+    return key.family == 4 ? rs::matchIpPortPair4(group, first.address[0], first.port,
+                                                  second.address[0], second.port, 1, result)
+                           : rs::matchIpPortPair6(group, first.address, first.port, second.address,
+                                                  second.port, 1, result);
 }
 
-// One rule with count first addresses, and ports that take as many bytes.
-template <typename ItemAt>
-Attack ruleOfItems(uint32_t count, const ItemAt& itemAt) {
-    std::string first = itemAt(0U);
-    for (uint32_t i = 1; i < count; ++i) {
-        first += ',' + itemAt(i);
-    }
-    std::string ports = "1";
-    while (ports.size() + 2 <= first.size()) {
-        ports += ",1";
-    }
-    return {RULE_TYPE_IP_PORT, {first + ';' + ports + ";10.0.0.1;80;1"}, ""};
+int32_t matchFlow(const RuleGroup* group, const HostileKey& key, MatchResult* result) {
+    rs::CompoundFlow flow{};
+    flow.firstValue16 = 1;
+    flow.secondValue16 = 2;
+    flow.family = key.family;
+    flow.firstAddress = key.first.address;
+    flow.secondAddress = key.second.address;
+    flow.listValue12 = 4096;
+    flow.listValue16 = 1;
+    return rs::matchCompound(group, &flow, false, result);
 }
 
-Attack ruleOfOneRange(uint32_t count) {
-    return ruleOfItems(count, [](uint32_t /*number*/) -> std::string { return "0.0.0.0/1"; });
-}
-
-Attack ruleOfManyEnds(uint32_t count) {
-    Attack attack = ruleOfItems(count, [](uint32_t number) {
-        return "0.0.0." + std::to_string(number) + "-255.255.9." + std::to_string(number);
-    });
-    attack.address = 0xFFFF;  // in the block of all first ends
-    return attack;
-}
-
-Attack ruleOfOneAddress(uint32_t count) {
-    return ruleOfItems(count, [](uint32_t /*number*/) -> std::string { return "::"; });
-}
-
-Attack attackOf(Hostile kind, uint32_t count) {
-    switch (kind) {
-        case Hostile::NAMES:
-            return namesOfOneHash(count);
-        case Hostile::HOSTS:
-            return hostsOfOneBucket(count);
-        case Hostile::ADDRESSES:
-            return addressesOfOneBucket(count);
-        case Hostile::PATHS:
-            return pathsOfOneHost(count);
-        case Hostile::NESTED:
-            return nestedRanges(count);
-        case Hostile::WIDE:
-            return rulesForAllBlocks(count);
-        case Hostile::REPEATED:
-            return ruleOfOneRange(count);
-        case Hostile::ENDS:
-            return ruleOfManyEnds(count);
-        case Hostile::EVERY:
-            return ruleOfOneAddress(count);
-    }
-    return {};
-}
-
-size_t bytesInUse() {
-    const auto info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-void build(benchmark::State& state, Hostile kind) {
-    const Attack attack = attackOf(kind, static_cast<uint32_t>(state.range(0)));
-    const bench::RuleSetHandle set = bench::fillSet(attack.type, attack.rules, UINT32_MAX);
-    const size_t before = bytesInUse();
-    bench::RuleGroupHandle group = bench::buildGroup(set);
-    const double bytes = static_cast<double>(bytesInUse() - before);
-    group.reset();
-    bench::measureBuild(state, set, attack.rules.size());
-    state.counters["bytes_per_rule"] = bytes / static_cast<double>(attack.rules.size());
-}
-
-int32_t lookUp(Hostile kind, const RuleGroup* group, const Attack& attack, MatchResult& result) {
-    const std::string& key = attack.key;
-    const auto length = static_cast<uint32_t>(key.size());
-    switch (kind) {
-        case Hostile::NAMES:
-            return rs_matchDomainNameWithRuleGroup(group, key.data(), length, &result);
-        case Hostile::HOSTS:
-        case Hostile::PATHS:
-            return rs_matchUrlWithRuleGroup(group, key.data(), length, &result);
-        case Hostile::ADDRESSES:
-        case Hostile::NESTED:
-            return rs_matchIPRuleGroup(group, attack.address, &result);
-        case Hostile::WIDE:
-        case Hostile::REPEATED:
-        case Hostile::ENDS:
-            return rs::matchIpPortPair4(group, attack.address, 81, 0x0A000001, 80, 1, &result);
-        case Hostile::EVERY:
-            return rs::matchIpPortPair6(group, {}, 81, {0, 0, 0xFFFF, 0x0A000001}, 80, 1, &result);
-    }
-    return 0;
-}
-
-void match(benchmark::State& state, Hostile kind) {
-    const Attack attack = attackOf(kind, static_cast<uint32_t>(state.range(0)));
-    const bench::RuleGroupHandle group =
-        bench::buildGroup(bench::fillSet(attack.type, attack.rules, UINT32_MAX));
+int32_t lookUp(int32_t type, const RuleGroup* group, const HostileKey& key) {
     MatchResult result{};
-    for ([[maybe_unused]] auto unused : state) {
-        benchmark::DoNotOptimize(lookUp(kind, group.get(), attack, result));
+    const auto length = static_cast<uint32_t>(key.text.size());
+    switch (type) {
+        case RULE_TYPE_IP:
+            return matchAddress(group, key, &result);
+        case RULE_TYPE_FQDN:
+            return rs_matchDomainNameWithRuleGroup(group, key.text.data(), length, &result);
+        case RULE_TYPE_URL:
+            return rs_matchUrlWithRuleGroup(group, key.text.data(), length, &result);
+        case RULE_TYPE_PACKET_FILTER:
+            return matchFilter(group, key, &result);
+        case RULE_TYPE_IP_PORT:
+            return matchPair(group, key, &result);
+        case RULE_TYPE_COMPOUND:
+            return matchFlow(group, key, &result);
+        default:
+            return RULE_ERR_INVALID_ARG;
     }
 }
 
-void twoSizes(benchmark::internal::Benchmark* row) {
-    row->Arg(1'000)->Arg(10'000)->Unit(benchmark::kMicrosecond);
-}
-void fewRules(benchmark::internal::Benchmark* row) {
-    row->Arg(5)->Arg(50)->Unit(benchmark::kMicrosecond);
-}
-void manyRules(benchmark::internal::Benchmark* row) {
-    row->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+// The time of so many lookups.
+class LookupTimer {
+public:
+    LookupTimer(int32_t type, const RuleGroup* group, const std::vector<HostileKey>& keys)
+        : type_(type), group_(group), keys_(keys) {}
+
+    uint64_t measure(uint64_t count) {
+        const Stopwatch watch;
+        for (uint64_t i = 0; i < count; ++i) {
+            lookUp(type_, group_, keys_[next_]);
+            next_ = next_ + 1 == keys_.size() ? 0 : next_ + 1;
+        }
+        return watch.elapsed();
+    }
+
+private:
+    int32_t type_;
+    const RuleGroup* group_;
+    const std::vector<HostileKey>& keys_;
+    size_t next_ = 0;
+};
+
+// The time of one lookup: the best of several short spells, so that most are not interrupted.
+uint64_t measureLookups(LookupTimer timer) {
+    constexpr uint64_t SPELL = MILLISECOND / 5;
+    constexpr uint64_t ENOUGH = 50 * MILLISECOND;
+    uint64_t count = 1;
+    uint64_t best = timer.measure(count);
+    while (best < SPELL) {
+        count *= 2;
+        best = timer.measure(count);
+    }
+    const Stopwatch watch;
+    for (uint32_t spell = 0; spell < 20 && best < ENOUGH && watch.elapsed() < ENOUGH; ++spell) {
+        best = std::min(best, timer.measure(count));
+    }
+    return best / count;
 }
 
-void shortItems(benchmark::internal::Benchmark* row) {
-    row->Arg(3)->Arg(30)->Arg(200)->Unit(benchmark::kMicrosecond);
-}
-void longItems(benchmark::internal::Benchmark* row) {
-    row->Arg(1)->Arg(10)->Arg(80)->Unit(benchmark::kMicrosecond);
-}
-void shortestItems(benchmark::internal::Benchmark* row) {
-    row->Arg(8)->Arg(100)->Arg(680)->Unit(benchmark::kMicrosecond);
+uint64_t addRules(RuleSet* set, const HostileInput& input) {
+    uint64_t refused = 0;
+    for (const auto& [text, value] : input.rules()) {
+        const auto length = static_cast<uint32_t>(text.size());
+        refused += rs_addRuleToRuleSet(set, text.data(), length, value, 1) == RULE_OK ? 0 : 1;
+    }
+    return refused;
 }
 
-BENCHMARK_CAPTURE(build, names, Hostile::NAMES)->Apply(twoSizes);
-BENCHMARK_CAPTURE(build, hosts, Hostile::HOSTS)->Apply(twoSizes);
-BENCHMARK_CAPTURE(build, addresses, Hostile::ADDRESSES)->Apply(twoSizes);
-BENCHMARK_CAPTURE(build, paths, Hostile::PATHS)->Apply(manyRules);
-BENCHMARK_CAPTURE(build, nested, Hostile::NESTED)->Apply(twoSizes);
-BENCHMARK_CAPTURE(build, wide, Hostile::WIDE)->Apply(fewRules);
-BENCHMARK_CAPTURE(build, repeated, Hostile::REPEATED)->Apply(shortItems);
-BENCHMARK_CAPTURE(build, ends, Hostile::ENDS)->Apply(longItems);
-BENCHMARK_CAPTURE(build, every, Hostile::EVERY)->Apply(shortestItems);
+// Keeps the best of several rounds.
+void note(Row& row, Step step, uint64_t time) {
+    uint64_t& best = row.nanoseconds[step];
+    best = best == 0 ? time : std::min(best, time);
+}
 
-BENCHMARK_CAPTURE(match, names, Hostile::NAMES)->Apply(twoSizes);
-BENCHMARK_CAPTURE(match, hosts, Hostile::HOSTS)->Apply(twoSizes);
-BENCHMARK_CAPTURE(match, addresses, Hostile::ADDRESSES)->Apply(twoSizes);
-BENCHMARK_CAPTURE(match, paths, Hostile::PATHS)->Apply(manyRules);
-BENCHMARK_CAPTURE(match, nested, Hostile::NESTED)->Apply(twoSizes);
-BENCHMARK_CAPTURE(match, wide, Hostile::WIDE)->Apply(fewRules);
-BENCHMARK_CAPTURE(match, repeated, Hostile::REPEATED)->Apply(shortItems);
-BENCHMARK_CAPTURE(match, ends, Hostile::ENDS)->Apply(longItems);
-BENCHMARK_CAPTURE(match, every, Hostile::EVERY)->Apply(shortestItems);
+// One round. False when the build ran out of memory.
+bool measureRound(int32_t type, const HostileInput& input, Row& row) {
+    row.allocations = row.liveBytes = row.peakBytes = 0;
+    RuleSet* set = nullptr;
+    RuleGroup* group = nullptr;
+
+    row.step = ADD;
+    const Stopwatch adding;
+    rs_newRuleSet(type, &set);
+    row.refused = addRules(set, input);
+    note(row, ADD, adding.elapsed());
+
+    row.step = BUILD;
+    const Stopwatch building;
+    if (rs_buildRuleGroup(set, &group) != RULE_OK) {
+        return false;
+    }
+    note(row, BUILD, building.elapsed());
+
+    row.step = LOOKUP;
+    note(row, LOOKUP, measureLookups(LookupTimer(type, group, input.keys())));
+
+    row.step = DELETE;
+    const Stopwatch deleting;
+    rs_delRuleGroup(&group);
+    rs_delRuleSet(&set);
+    note(row, DELETE, deleting.elapsed());
+    return true;
+}
+
+void limit(__rlimit_resource resource, rlim_t most) {
+    const rlimit limits{most, most};
+    if (setrlimit(resource, &limits) != 0) {
+        std::abort();
+    }
+}
+
+// The work of the child.
+void fillRow(const HostileGroup& group, const HostileFamily& family, size_t size, Row& row) {
+    constexpr uint64_t ENOUGH = 300 * MILLISECOND;
+    HostileInput input(size);
+    family.make(input);
+    row.rules = input.rules().size();
+    limit(RLIMIT_CPU, MOST_SECONDS);
+    limit(RLIMIT_AS, MOST_BYTES);
+    limit(RLIMIT_CORE, 0);
+    const Stopwatch watch;
+    for (uint32_t round = 0; round < 15 && watch.elapsed() < ENOUGH; ++round) {
+        if (!measureRound(group.type, input, row)) {
+            row.isOutOfMemory = true;
+            return;
+        }
+    }
+    row.step = STEPS;
+}
+
+// False when the row was stopped.
+bool measureRow(const HostileGroup& group, const HostileFamily& family, size_t size, Row& row) {
+    row = {};
+    const pid_t child = fork();
+    if (child == 0) {
+        fillRow(group, family, size, row);
+        _exit(0);
+    }
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) {
+        std::abort();
+    }
+    return row.step == STEPS;
+}
+
+// ------------------------------------------------------------------------------------------------ output
+
+void printText(const char* name, const char* text) {
+    std::printf("\"%s\": \"", name);
+    for (; *text != '\0'; ++text) {
+        if (*text == '"' || *text == '\\') {
+            std::putchar('\\');
+        }
+        std::putchar(*text);
+    }
+    std::printf("\", ");
+}
+
+void printNumber(const char* name, uint64_t number) {
+    std::printf("\"%s\": %llu, ", name, static_cast<unsigned long long>(number));
+}
+
+void printRow(const HostileGroup& group, const HostileFamily& family, size_t size, const Row& row) {
+    std::putchar('{');
+    printText("group", group.name);
+    printText("family", family.name);
+    printText("how", family.how);
+    printText("why", family.why);
+    printNumber("bytes", size);
+    printNumber("rules", row.rules);
+    printNumber("refused", row.refused);
+    printNumber("allocations", row.allocations);
+    printNumber("memory", row.peakBytes);
+    for (uint32_t step = 0; step < STEPS; ++step) {
+        printNumber(STEP_NAMES[step], row.nanoseconds[step]);
+    }
+    if (row.step < STEPS) {
+        printText("stopped_in", STEP_NAMES[row.step]);
+        printText("stopped_by", row.isOutOfMemory ? "memory" : "time");
+    }
+    std::printf("\"unit\": \"ns\"}\n");
+    std::fflush(stdout);
+}
+
+bool isWanted(const std::string& filter, const HostileGroup& group, const HostileFamily& family,
+              size_t size) {
+    const std::string name =
+        std::string(group.name) + "/" + family.name + "/" + std::to_string(size);
+    return name.find(filter) != std::string::npos;
+}
 
 }  // namespace
+
+// The linker sends the library's calls of the allocator here.
+// NOLINTBEGIN(bugprone-reserved-identifier): its option --wrap asks for these names.
+extern "C" {
+
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+void* __real_realloc(void* block, size_t size);
+void __real_free(void* block);
+
+void* __wrap_malloc(size_t size) {
+    return countBlock(__real_malloc(size));
+}
+
+void* __wrap_calloc(size_t count, size_t size) {
+    return countBlock(__real_calloc(count, size));
+}
+
+void* __wrap_realloc(void* block, size_t size) {
+    discountBlock(block);
+    return countBlock(__real_realloc(block, size));
+}
+
+void __wrap_free(void* block) {
+    discountBlock(block);
+    __real_free(block);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+int main(int argumentCount, char** arguments) {
+    const std::string filter = argumentCount > 1 ? arguments[1] : "";
+    void* shared =
+        mmap(nullptr, sizeof(Row), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (shared == MAP_FAILED) {
+        return EXIT_FAILURE;
+    }
+    current = static_cast<Row*>(shared);
+    Row& row = *current;
+    for (const HostileGroup& group : bench::hostileGroups()) {
+        for (const HostileFamily& family : group.families) {
+            for (const size_t size : SIZES) {
+                if (!isWanted(filter, group, family, size)) {
+                    continue;
+                }
+                const bool isComplete = measureRow(group, family, size, row);
+                printRow(group, family, size, row);
+                if (!isComplete) {
+                    break;
+                }
+            }
+        }
+    }
+    return EXIT_SUCCESS;
+}
