@@ -121,6 +121,7 @@ FaultCounts failEachAllocationOfBuild(const Lines& lines) {
             hasFailed = watch.hasFailed();
             if (status == RULE_OK) {
                 counts.goodBuilds += hasFailed ? 1 : 0;
+                EXPECT_EQ(hasFailed ? 1U : 0U, rulesLeftOut(group));
                 if (!hasFailed) {
                     EXPECT_EQ(ReferenceIpRules(rules.reference).build().atBuild,
                               rules.recorder.order());
@@ -215,6 +216,7 @@ TEST(IpGroupFault, RangeMayBeLeftOutForOneFamily) {
             const bool isIn6 = rs_matchIPRuleGroupEx(
                                    group, 6, bytesOf(mappedNumber(ADDRESS)).data(), &result) == 1;
             EXPECT_EQ(isIn4 ? 0U : 1U, rules.recorder.order().size());
+            EXPECT_EQ((isIn4 ? 0U : 1U) + (isIn6 ? 0U : 1U), rulesLeftOut(group));
             family4Only += isIn4 && !isIn6 ? 1 : 0;
             family6Only += isIn6 && !isIn4 ? 1 : 0;
         }
