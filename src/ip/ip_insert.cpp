@@ -80,8 +80,8 @@ void appendEntry(TreeNode& node, Entry* entry) noexcept {
     ++node.entryCount;
 }
 
-// The index of covered intervals wakes up where rules take more steps than this on average. Lists of
-// real address ranges take fewer than 20.
+// The index of covered intervals wakes up where rules take more steps than this on average. Real lists
+// of address ranges take one or two: all ranges of autonomous systems and countries together 2.1.
 constexpr uint64_t STEPS_PER_RULE = 64;
 
 // One rule's way into an interval tree. Work is the chain of intervals still to enter. What sticks
