@@ -188,7 +188,8 @@ constexpr HostileFamily PACKET_FILTER_FAMILIES[] = {
      "rules",
      wideFilters},
     {"wide_blocks_ports", "the same with 2,000 ports in a rule of 4,095 bytes",
-     "each /16 block has its own copy of the ports: 65,536 blocks times the ports of the rule",
+     "a rule has an entry in each /16 block, and a lookup walks the ports of all rules of a block: "
+     "the number of such rules",
      wideFiltersWithPorts},
     {"ports", "`tcp;::;9,9,9...;::;9` of 4,095 bytes",
      "every port of every rule of one first address is compared: their number", filterPorts},
@@ -231,24 +232,23 @@ constexpr HostileFamily IP_PORT_FAMILIES[] = {
     {"random", "`a.b.c.0/24;80,443;d.e.f.0/24;1-65535;1`", "", randomPairs},
     {"cross6_ports",
      "680 times `::` as first address and 1,000 times port `9`, in rules of 4,095 bytes",
-     "each first address of a rule has its own copy of the ports: one times the other, within "
-     "4,095 bytes",
+     "a lookup walks the ports of every rule for its address: the bytes of the list",
      crossIpv6Ports},
     {"cross4_any",
      "80 times all IPv4 addresses as first address and 1,000 times port `9`, likewise",
-     "each first address of a rule has its own copy of the ports, and every key of IPv4 walks "
-     "them: one times the other, within 4,095 bytes",
+     "a lookup walks the ports of every rule for all addresses: the bytes of the list",
      crossIpv4Any},
     {"wide_blocks", "`0.0.0.0-255.255.255.254;9;*;9;1` again and again",
      "a range has an entry in each /16 block that it touches, 65,536 at most: the number of such "
      "rules",
      widePairs},
     {"wide_blocks_ports", "the same with 2,000 ports in a rule of 4,095 bytes",
-     "each /16 block has its own copy of the ports: 65,536 blocks times the ports of the rule",
+     "a rule has an entry in each /16 block, and a lookup walks the ports of all rules of a block: "
+     "the number of such rules",
      widePairsWithPorts},
     {"halves_of_all", "400 times `0.0.0.0/1` as first address of one rule",
-     "each range of a list has an entry in each /16 block that it touches: 65,536 blocks times the "
-     "items of a list",
+     "a rule has an entry in each /16 block that it touches, 65,536 at most: the number of such "
+     "rules",
      halvesOfAll},
     {"one_first_address", "`::;9;::;9;1` again and again",
      "every rule of one first address is walked: their number", pairsOfOneAddress},
