@@ -32,11 +32,11 @@ void freeChain(Element*& first, const FreeElement& freeElement) noexcept {
 template <typename Element>
 struct Chain {
     Element* first;  // owned, with all after it
-    Element* last;   // borrowed
+    Element* last;   // borrowed; null in an empty chain
 
     // Puts an element, whose next is null, after the last one.
     void append(Element* element) noexcept {
-        (first == nullptr ? first : last->next) = element;
+        (last == nullptr ? first : last->next) = element;
         last = element;
     }
 };
