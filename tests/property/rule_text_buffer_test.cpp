@@ -50,10 +50,8 @@ Text hostOf(const DomainRuleText& rule) {
 
 void checkDomainRule(const ExactText& text) {
     DomainRuleText expected{};
-    const char* lastBuffer = nullptr;
     const GrowingRun run =
         parseIntoGrowingText(text.size(), [&](char* buffer, uint32_t* inOutLength) {
-            lastBuffer = buffer;
             return parseDomainRule(text.data(), text.size(), buffer, inOutLength, &expected);
         });
     int32_t status = RULE_ERR_FAILED;
@@ -65,16 +63,14 @@ void checkDomainRule(const ExactText& text) {
     if (rule != nullptr) {
         ASSERT_EQ(run.text, std::string_view(rule->text, run.text.size()));
         ASSERT_EQ(expected.flags, rule->rule.flags);
-        expectPiece(hostOf(expected), lastBuffer, hostOf(rule->rule), rule->text);
+        expectPiece(hostOf(expected), run.buffer.data(), hostOf(rule->rule), rule->text);
     }
 }
 
 void checkUrlRule(const ExactText& text) {
     UrlRuleText expected{};
-    const char* lastBuffer = nullptr;
     const GrowingRun run =
         parseIntoGrowingText(text.size(), [&](char* buffer, uint32_t* inOutLength) {
-            lastBuffer = buffer;
             return parseUrlRule(text.data(), text.size(), buffer, inOutLength, &expected);
         });
     int32_t status = RULE_ERR_FAILED;
@@ -88,9 +84,9 @@ void checkUrlRule(const ExactText& text) {
         ASSERT_EQ(expected.portLow, rule->rule.portLow);
         ASSERT_EQ(expected.portHigh, rule->rule.portHigh);
         ASSERT_EQ(expected.host.flags, rule->rule.host.flags);
-        expectPiece(hostOf(expected.host), lastBuffer, hostOf(rule->rule.host), rule->text);
-        expectPiece(expected.scheme, lastBuffer, rule->rule.scheme, rule->text);
-        expectPiece(expected.path, lastBuffer, rule->rule.path, rule->text);
+        expectPiece(hostOf(expected.host), run.buffer.data(), hostOf(rule->rule.host), rule->text);
+        expectPiece(expected.scheme, run.buffer.data(), rule->rule.scheme, rule->text);
+        expectPiece(expected.path, run.buffer.data(), rule->rule.path, rule->text);
     }
 }
 

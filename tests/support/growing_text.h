@@ -14,6 +14,7 @@ struct GrowingRun {
     int32_t status = RULE_OK;
     std::string text;             // with RULE_OK
     std::vector<uint64_t> sizes;  // of the buffers, in their order
+    std::vector<char> buffer;     // the last one, to which what parse has read may point
 };
 
 // Calls parse(buffer, &inOutLength), capacity in and length out, with one size after the other. A
@@ -24,11 +25,11 @@ GrowingRun parseIntoGrowingText(uint32_t inputLength, const Parse& parse) {
     uint64_t size = uint64_t{inputLength} + 16;
     do {
         run.sizes.push_back(size);
-        std::vector<char> buffer(size);  // on the heap, where sanitizers watch its end
+        run.buffer = std::vector<char>(size);  // on the heap, where sanitizers watch its end
         auto length = static_cast<uint32_t>(size);
-        run.status = parse(buffer.data(), &length);
+        run.status = parse(run.buffer.data(), &length);
         if (run.status == RULE_OK) {
-            run.text.assign(buffer.data(), length);
+            run.text.assign(run.buffer.data(), length);
         }
         size += 16;
     } while (run.status == RULE_ERR_BUFFER_SMALL && size <= 8191);
