@@ -91,7 +91,7 @@ TEST(EndpointRuleCost, OfAPortIsOneNodeInEachView) {
             buildCostOf(RULE_TYPE_PACKET_FILTER, packetFilterRule(first, 1, 1)).allocations;
         for (const uint64_t count : {2U, 100U, 1000U}) {
             SCOPED_TRACE(count);
-            const uint64_t added = 2 * 2 * (count - 1);
+            const uint64_t added = uint64_t{2} * 2 * (count - 1);
             EXPECT_EQ(ipPort + added,
                       buildCostOf(RULE_TYPE_IP_PORT, ipPortRule(first, count, count)).allocations);
             EXPECT_EQ(filter + added,
