@@ -17,7 +17,6 @@
 #include <gtest/gtest.h>
 
 #include "support/guarded_text.h"
-#include "support/random_source.h"
 #include "support/rule_handles.h"
 #include "support/text.h"
 
@@ -301,9 +300,6 @@ void measureLife(StackUse& use, int32_t type, const std::vector<std::string>& ru
 }
 
 TEST(StackUse, OfEveryFunctionIsBounded) {
-    if (RULESET_TESTS_SANITIZED != 0) {
-        GTEST_SKIP() << "sanitizers enlarge frames, and move buffers off the stack";
-    }
     StackUse use;
     measureValidators(use);
     measureConverters(use);
