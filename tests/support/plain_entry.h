@@ -54,7 +54,7 @@ inline PlainMaker making(uint32_t ruleIndex) {
 }
 
 // Of no rule.
-inline const PlainMaker makeNothing(0, 0);
+inline const PlainMaker MAKES_NOTHING(0, 0);
 
 // Takes every entry, whatever its rule.
 inline int32_t takeAny(const PlainEntry& /*entry*/) {

@@ -100,7 +100,7 @@ TEST_F(TextRuleTest, ParsesACanonicalTextOnceInTheLargestBuffer) {
         [&](Rule& record, char* out, uint32_t* inOutCapacity) {
             rooms.push_back(*inOutCapacity);
             std::memset(out, 'x', *inOutCapacity);  // all of it is the parser's to write
-            std::memcpy(out, "canonical", 9);
+            std::string_view("canonical").copy(out, 9);
             *inOutCapacity = 9;
             record.parsed = 7;
             parsedInto = out;

@@ -125,7 +125,7 @@ TEST_F(BlockIndexTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(BlockIndexTest, EntersNothingWithoutAnEntry) {
     add(0x0A000000, 0x0A000001, 3);
-    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A000001, makeNothing));
+    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A000001, MAKES_NOTHING));
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-1 #3"));
     EXPECT_EQ(1, index->count);
 }

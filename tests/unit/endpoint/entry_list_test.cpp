@@ -54,7 +54,7 @@ TEST_F(EntryListTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(EntryListTest, EntersNothingWithoutAnEntry) {
     EXPECT_TRUE(insertIntoList(list, making(1)));
-    EXPECT_FALSE(insertIntoList(list, makeNothing));
+    EXPECT_FALSE(insertIntoList(list, MAKES_NOTHING));
     EXPECT_EQ(1, list->count);
     EXPECT_THAT(freeAll(), ElementsAre(1));
 }

@@ -111,9 +111,9 @@ TEST_F(ExactTableTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(ExactTableTest, EntersNothingWithoutAnEntry) {
     add(exact4, 5U, 2);
-    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 5U, makeNothing));
-    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 6U, makeNothing));
-    EXPECT_FALSE(insertExact<PlainEntry>(exact6, address(1), makeNothing));
+    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 5U, MAKES_NOTHING));
+    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 6U, MAKES_NOTHING));
+    EXPECT_FALSE(insertExact<PlainEntry>(exact6, address(1), MAKES_NOTHING));
     EXPECT_EQ(1, exact4->elementCount);
     EXPECT_EQ(0, exact6->elementCount);
     EXPECT_EQ(2, scanExact<PlainEntry>(exact4, 5U, takeAny).entry->ruleIndex);

@@ -29,7 +29,7 @@ TEST(EndpointInsertion, CreatesAStructureOnce) {
 TEST(EndpointInsertion, AppendsWhatWasMade) {
     Chain<PlainEntry> chain{};
     EXPECT_TRUE(appendMadeEntry(chain, making(1)));
-    EXPECT_FALSE(appendMadeEntry(chain, makeNothing));
+    EXPECT_FALSE(appendMadeEntry(chain, MAKES_NOTHING));
     EXPECT_TRUE(appendMadeEntry(chain, making(2)));
     EXPECT_EQ(2, chain.last->ruleIndex);
     std::vector<uint32_t> rules;

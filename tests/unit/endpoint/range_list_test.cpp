@@ -103,8 +103,8 @@ TEST_F(RangeListTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(RangeListTest, EntersNothingWithoutAnEntry) {
     add(address(0), address(1), 4);
-    EXPECT_FALSE(insertIntoRanges(list, finder, address(0), address(1), makeNothing));
-    EXPECT_FALSE(insertIntoRanges(list, finder, address(2), address(3), makeNothing));
+    EXPECT_FALSE(insertIntoRanges(list, finder, address(0), address(1), MAKES_NOTHING));
+    EXPECT_FALSE(insertIntoRanges(list, finder, address(2), address(3), MAKES_NOTHING));
     EXPECT_THAT(lines(), ElementsAre("ranges6 20010db8:0:0:0-20010db8:0:0:1 #4"));
     EXPECT_EQ(1, list->count);
 }
