@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -340,54 +339,75 @@ uint64_t countEntries(const SearchTree& tree) {
     return count;
 }
 
-// Lists that were made to be slow. The steps of a build stay in proportion to its rules and to the
-// entries that they must make; a walk over the entries of a node for each entry would not.
+// Lists that were made to be slow.
+struct SlowRule {
+    uint32_t low;
+    uint32_t high;
+    uint32_t ruleValue;
+};
+
+struct SlowList {
+    const char* name;
+    SlowRule (*ruleAt)(uint32_t i, uint32_t count);
+};
+
+constexpr uint32_t MIDDLE = 1'000'000;
+
+// The first half of a list: narrow ranges with gaps between them.
+SlowRule narrowRule(uint32_t i, uint32_t ruleValue) {
+    return {4 * i, 4 * i + 1, ruleValue};
+}
+
+constexpr SlowList SLOW_LISTS[] = {
+    {"nested, a value each",
+     [](uint32_t i, uint32_t /*count*/) {
+         return SlowRule{MIDDLE - i, MIDDLE + 1 + i, i};
+     }},
+    {"nested, one value",
+     [](uint32_t i, uint32_t /*count*/) {
+         return SlowRule{MIDDLE - i, MIDDLE + 1 + i, 1};
+     }},
+    {"narrow, then wide, a value each",
+     [](uint32_t i, uint32_t count) {
+         return i < count / 2 ? narrowRule(i, i) : SlowRule{0, 4 * count + i, i};
+     }},
+    {"narrow, then wide, one value",
+     [](uint32_t i, uint32_t count) {
+         return i < count / 2 ? narrowRule(i, 1) : SlowRule{0, 4 * count + i, 1};
+     }},
+    {"narrow, then the same wide one",
+     [](uint32_t i, uint32_t count) {
+         return i < count / 2 ? narrowRule(i, 1) : SlowRule{0, 4 * count, 1};
+     }},
+    {"wide, then narrow ones of another value",
+     [](uint32_t i, uint32_t /*count*/) {
+         return i == 0 ? SlowRule{0, UINT32_MAX, 1} : narrowRule(i, 2);
+     }},
+    {"the same, a value each",
+     [](uint32_t i, uint32_t /*count*/) {
+         return SlowRule{MIDDLE, MIDDLE + 1, i};
+     }},
+};
+
+// The steps of a build stay in proportion to its rules and to the entries that they must make; a walk
+// over the entries of a node for each entry would not.
+void expectFewSteps(const SlowList& list, uint32_t count) {
+    const OwnedSearchTree tree(createSearchTree({}, classifyInterval32, releaseRangeEntries32));
+    IntervalBuild<uint32_t> build;
+    for (uint32_t i = 0; i < count; ++i) {
+        const SlowRule rule = list.ruleAt(i, count);
+        const int32_t status = insertInterval32(tree.get(), build, rule.low, rule.high,
+                                                {i + 1, rule.ruleValue, 1, nullptr, nullptr});
+        ASSERT_TRUE(status == RULE_OK || status == RULE_ERR_DUPLICATE);
+    }
+    EXPECT_LE(build.steps, 100 * uint64_t{count} + 4 * countEntries<uint32_t>(*tree));
+}
+
 TEST(IntervalCost, StaysInProportionToRulesAndEntries) {
-    struct Rule {
-        uint32_t low;
-        uint32_t high;
-        uint32_t ruleValue;
-    };
-    const auto rulesOf = [](std::string_view kind, uint32_t count) {
-        constexpr uint32_t MIDDLE = 1'000'000;
-        std::vector<Rule> rules;
-        for (uint32_t i = 0; i < count; ++i) {
-            const uint32_t half = count / 2;
-            if (kind == "nested, a value each") {
-                rules.push_back({MIDDLE - i, MIDDLE + 1 + i, i});
-            } else if (kind == "nested, one value") {
-                rules.push_back({MIDDLE - i, MIDDLE + 1 + i, 1});
-            } else if (kind == "narrow, then wide, a value each") {
-                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, i} : Rule{0, 4 * count + i, i});
-            } else if (kind == "narrow, then wide, one value") {
-                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, 1} : Rule{0, 4 * count + i, 1});
-            } else if (kind == "narrow, then the same wide one") {
-                rules.push_back(i < half ? Rule{4 * i, 4 * i + 1, 1} : Rule{0, 4 * count, 1});
-            } else if (kind == "wide, then narrow ones of another value") {
-                rules.push_back(i == 0 ? Rule{0, UINT32_MAX, 1} : Rule{4 * i, 4 * i + 1, 2});
-            } else {
-                rules.push_back({MIDDLE, MIDDLE + 1, i});  // the same, a value each
-            }
-        }
-        return rules;
-    };
-    for (const std::string_view kind :
-         {"nested, a value each", "nested, one value", "narrow, then wide, a value each",
-          "narrow, then wide, one value", "narrow, then the same wide one",
-          "wide, then narrow ones of another value", "the same, a value each"}) {
+    for (const SlowList& list : SLOW_LISTS) {
         for (const uint32_t count : {100U, 400U, 1600U}) {
-            SCOPED_TRACE(std::string(kind) + ", " + std::to_string(count));
-            const OwnedSearchTree tree(
-                createSearchTree({}, classifyInterval32, releaseRangeEntries32));
-            IntervalBuild<uint32_t> build;
-            uint32_t ruleIndex = 0;
-            for (const Rule& rule : rulesOf(kind, count)) {
-                const int32_t status =
-                    insertInterval32(tree.get(), build, rule.low, rule.high,
-                                     {++ruleIndex, rule.ruleValue, 1, nullptr, nullptr});
-                ASSERT_TRUE(status == RULE_OK || status == RULE_ERR_DUPLICATE);
-            }
-            EXPECT_LE(build.steps, 100 * uint64_t{count} + 4 * countEntries<uint32_t>(*tree));
+            SCOPED_TRACE(std::string(list.name) + ", " + std::to_string(count));
+            expectFewSteps(list, count);
         }
     }
 }
