@@ -13,9 +13,9 @@
 // Ownership:  the structure owns what enters it. The first entry of a rule that is sure to stay owns
 //             the rule's userData; the claims remember that.
 // Threads:    none; a table is built by one thread.
-// Cost:       a bucket is walked for a host. For everything else a descent for each piece of an interval,
-//             and a walk over the node's entries; where walks would add up, indexes take their place, so
-//             that a build costs a few descents for each rule and entry.
+// Cost:       a bucket is walked for a host. Everything else takes a descent for each piece of an
+//             interval, and a walk over the node's entries. Where walks would add up, indexes take
+//             their place, so that a build costs a few descents for each rule and entry.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The header for static hosts is C++17: it stands alone, and a program can use the library with it.
+// The header for static hosts is C++17: it compiles by itself, and a program can use the library with it.
 // Exits with 0 when it can.
 #include <ruleset_static.h>
 
