@@ -28,10 +28,16 @@ inline RuleSetHandle newRuleSet(int32_t type) {
     return RuleSetHandle(set);
 }
 
+// What is checked of every group that buildRuleGroup makes; null in programs that know nothing of its inside.
+inline void (*checkBuiltGroup)(const RuleGroup& group) = nullptr;
+
 // Null when the build fails.
 inline RuleGroupHandle buildRuleGroup(RuleSet& set) {
     RuleGroup* group = nullptr;
     rs_buildRuleGroup(&set, &group);
+    if (group != nullptr && checkBuiltGroup != nullptr) {
+        checkBuiltGroup(*group);
+    }
     return RuleGroupHandle(group);
 }
 
