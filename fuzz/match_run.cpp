@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fuzz_check.h"
+#include "lookup/flat_policy.h"
 #include "rule_model.h"
 #include "rule_texts.h"
 #include "support/release_recorder.h"
@@ -82,9 +83,10 @@ void runMatches(int32_t ruleType, ByteReader& input) {
     const std::unique_ptr<RuleModel> model = makeRuleModel(ruleType);
     addRules(*set, *model, ruleType, tokens, input);
     std::array<BuiltGroup, 2> groups;
-    for (BuiltGroup& each : groups) {
-        build(*set, *model, each);
-    }
+    flatUse = FlatUse::ALWAYS;
+    build(*set, *model, groups[0]);
+    flatUse = FlatUse::NEVER;
+    build(*set, *model, groups[1]);
     set.reset();
     for (int i = 0; i < MOST_LOOKUPS && (i == 0 || !input.isEmpty()); ++i) {
         // Both groups are asked for the same key.

@@ -7,8 +7,8 @@
 
 namespace rs::fuzz {
 
-// Adds rules, builds two groups, looks keys up in both of them while there is input, and compares
-// every answer and every userData that comes back.
+// Adds rules, builds two groups, one with flat lookups and one without, looks keys up in both of them
+// while there is input, and compares every answer and every userData that comes back.
 //
 //     input   number of rules, rules, keys
 void runMatches(int32_t ruleType, ByteReader& input);

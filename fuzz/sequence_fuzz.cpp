@@ -17,6 +17,7 @@
 
 #include "byte_reader.h"
 #include "fuzz_check.h"
+#include "lookup/flat_policy.h"
 #include "rule_model.h"
 #include "rule_texts.h"
 #include "support/release_recorder.h"
@@ -227,6 +228,7 @@ private:
             build->goingBack = hosted.model->build();
         }
         build->model = hosted.model->copy();
+        rs::flatUse = buildCount_ % 2 == 0 ? rs::FlatUse::ALWAYS : rs::FlatUse::NEVER;
         RuleGroup* group = nullptr;
         check(rs_buildRuleGroup(hosted.set, &group) == RULE_OK && group != nullptr, "the build");
         checkCameBack(*build, build->goingBack.atBuild, "what comes back from a build");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fuzz_check.h"
+#include "lookup/flat_policy.h"
 #include "support/rule_handles.h"
 #include "support/text.h"
 
@@ -16,7 +17,8 @@ namespace rs::fuzz {
 using LookUpText = int32_t (*)(const RuleGroup* group, const char* key, uint32_t length,
                                MatchResult* result);
 
-// Builds a group of the rules, looks the key up, and compares statuses and winner with the twin.
+// Builds groups of the rules, one with flat lookups and one without, looks the key up in both, and
+// compares statuses and winner with the twin.
 template <typename Reference>
 void runTextMatch(int32_t ruleType, LookUpText lookUp, std::string_view input) {
     std::vector<std::string_view> lines = linesOf(input);
@@ -35,18 +37,20 @@ void runTextMatch(int32_t ruleType, LookUpText lookUp, std::string_view input) {
                   expected,
               "adding a rule", number);
     }
-    const test::RuleGroupHandle group = test::buildRuleGroup(*set);
-    check(group != nullptr, "the build");
-
     const auto expected = reference.find(keyText);
-    MatchResult result{};
-    const int32_t status = lookUp(group.get(), key.data(), key.size(), &result);
-    check(status == expected.status, "the status of the lookup");
-    if (status == 1) {
-        check(result.ruleIndex == expected.winner->ruleIndex &&
-                  result.ruleValue == expected.winner->ruleValue &&
-                  result.ruleId == expected.winner->ruleId,
-              "the winner", result.ruleIndex);
+    for (const FlatUse use : {FlatUse::ALWAYS, FlatUse::NEVER}) {
+        flatUse = use;
+        const test::RuleGroupHandle group = test::buildRuleGroup(*set);
+        check(group != nullptr, "the build");
+        MatchResult result{};
+        const int32_t status = lookUp(group.get(), key.data(), key.size(), &result);
+        check(status == expected.status, "the status of the lookup");
+        if (status == 1) {
+            check(result.ruleIndex == expected.winner->ruleIndex &&
+                      result.ruleValue == expected.winner->ruleValue &&
+                      result.ruleId == expected.winner->ruleId,
+                  "the winner", result.ruleIndex);
+        }
     }
 }
 
