@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <string>
 
-#include "generate_rules.h"
+#include "addresses.h"
 #include "hostile_families.h"
+#include "random.h"
 
 namespace bench {
 namespace {
@@ -23,7 +24,7 @@ std::string shortIpv6(uint32_t low) {
 }
 
 std::string ipv4(uint32_t address) {
-    return textOf(ipv4Key(address));
+    return textOf(address);
 }
 
 uint32_t randomWord(Random& random) {

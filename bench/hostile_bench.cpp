@@ -14,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <malloc.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -22,6 +21,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "allocation_count.h"
 #include "hostile_inputs.h"
 
 namespace {
@@ -49,29 +49,8 @@ struct Row {
     uint64_t rules;
     uint64_t refused;
     std::array<uint64_t, STEPS> nanoseconds;
-    uint64_t allocations;  // of the last round
-    uint64_t liveBytes;
-    uint64_t peakBytes;
+    bench::AllocationCount memory;  // of the last round
 };
-
-Row* current;  // the row being measured, where a child counts what the library allocates
-
-constexpr size_t BLOCK_HEADER = 8;  // of glibc, before each block
-
-void* countBlock(void* block) {
-    if (block != nullptr) {
-        ++current->allocations;
-        current->liveBytes += malloc_usable_size(block) + BLOCK_HEADER;
-        current->peakBytes = std::max(current->peakBytes, current->liveBytes);
-    }
-    return block;
-}
-
-void discountBlock(void* block) {
-    if (block != nullptr) {
-        current->liveBytes -= malloc_usable_size(block) + BLOCK_HEADER;
-    }
-}
 
 uint64_t nanosecondsOf(clockid_t clock) {
     timespec time{};
@@ -213,7 +192,7 @@ void note(Row& row, Step step, uint64_t time) {
 
 // One round. False when the build ran out of memory.
 bool measureRound(int32_t type, const HostileInput& input, Row& row) {
-    row.allocations = row.liveBytes = row.peakBytes = 0;
+    row.memory = {};
     RuleSet* set = nullptr;
     RuleGroup* group = nullptr;
 
@@ -308,8 +287,8 @@ void printRow(const HostileGroup& group, const HostileFamily& family, size_t siz
     printNumber("bytes", size);
     printNumber("rules", row.rules);
     printNumber("refused", row.refused);
-    printNumber("allocations", row.allocations);
-    printNumber("memory", row.peakBytes);
+    printNumber("allocations", row.memory.allocations);
+    printNumber("memory", row.memory.peakBytes);
     for (uint32_t step = 0; step < STEPS; ++step) {
         printNumber(STEP_NAMES[step], row.nanoseconds[step]);
     }
@@ -330,35 +309,6 @@ bool isWanted(const std::string& filter, const HostileGroup& group, const Hostil
 
 }  // namespace
 
-// The linker sends the library's calls of the allocator here.
-// NOLINTBEGIN(bugprone-reserved-identifier): its option --wrap asks for these names.
-extern "C" {
-
-void* __real_malloc(size_t size);
-void* __real_calloc(size_t count, size_t size);
-void* __real_realloc(void* block, size_t size);
-void __real_free(void* block);
-
-void* __wrap_malloc(size_t size) {
-    return countBlock(__real_malloc(size));
-}
-
-void* __wrap_calloc(size_t count, size_t size) {
-    return countBlock(__real_calloc(count, size));
-}
-
-void* __wrap_realloc(void* block, size_t size) {
-    discountBlock(block);
-    return countBlock(__real_realloc(block, size));
-}
-
-void __wrap_free(void* block) {
-    discountBlock(block);
-    __real_free(block);
-}
-}
-// NOLINTEND(bugprone-reserved-identifier)
-
 int main(int argumentCount, char** arguments) {
     const std::string filter = argumentCount > 1 ? arguments[1] : "";
     void* shared =
@@ -366,8 +316,8 @@ int main(int argumentCount, char** arguments) {
     if (shared == MAP_FAILED) {
         return EXIT_FAILURE;
     }
-    current = static_cast<Row*>(shared);
-    Row& row = *current;
+    Row& row = *static_cast<Row*>(shared);
+    bench::allocationCount = &row.memory;
     for (const HostileGroup& group : bench::hostileGroups()) {
         for (const HostileFamily& family : group.families) {
             for (const size_t size : SIZES) {

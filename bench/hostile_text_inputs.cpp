@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "generate_rules.h"
 #include "hostile_families.h"
+#include "random.h"
 
 namespace bench {
 namespace {
