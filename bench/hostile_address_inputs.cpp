@@ -84,6 +84,23 @@ void narrowWideValues(HostileInput& input) {
     input.addIpv6Key({0, 0, 0, 7});
 }
 
+// Later ranges are ever wider, and each holds all narrow ones. The values are so few that the pieces of the narrow ranges
+// have few entries each.
+void addWidening(HostileInput& input, uint32_t valueCount) {
+    addSeparatePairs(input, 0);
+    const auto narrowCount = static_cast<uint32_t>(input.rules().size());
+    for (uint32_t i = 1; input.add("::-" + shortIpv6(4 * narrowCount + 2 * i), i % valueCount);
+         ++i) {
+    }
+    input.addIpv6Key({0, 0, 0, 7});
+}
+void narrowWiderOneValue(HostileInput& input) {
+    addWidening(input, 1);
+}
+void narrowWiderValues(HostileInput& input) {
+    addWidening(input, 8);
+}
+
 void twoValuesWideFirst(HostileInput& input) {
     input.add("::/1", 1);
     for (uint32_t i = 1; input.add(shortIpv6(2 * i) + "/127", 2); ++i) {
@@ -97,7 +114,9 @@ void sameHostValues(HostileInput& input) {
     input.addIpv6Key({});
 }
 
-void hostsOfOneSum(HostileInput& input) {
+// Calls add with IPv4 addresses of one sum of weighted octets, as long as it returns true.
+template <typename Add>
+void forEachHostOfOneSum(const Add& add) {
     constexpr uint32_t SUM = 6500;
     for (uint32_t octets = 0; octets < 1U << 24U; ++octets) {
         const uint32_t others =
@@ -106,12 +125,17 @@ void hostsOfOneSum(HostileInput& input) {
         if (others > SUM || (SUM - others) % 13 != 0 || last > 255) {
             continue;
         }
-        const uint32_t address = octets << 8U | last;
-        if (!input.add(ipv4(address))) {
-            break;
+        if (!add(octets << 8U | last)) {
+            return;
         }
-        input.addIpv4Key(address);
     }
+}
+
+void hostsOfOneSum(HostileInput& input) {
+    forEachHostOfOneSum([&input](uint32_t address) {
+        input.addIpv4Key(address);
+        return input.add(ipv4(address));
+    });
 }
 
 constexpr HostileFamily IP_FAMILIES[] = {
@@ -130,6 +154,15 @@ constexpr HostileFamily IP_FAMILIES[] = {
      "each range has an entry in every piece that it overlaps: the narrow ranges times the "
      "different ruleValues of the wide ones",
      narrowWideValues},
+    {"narrow_wider_one_value",
+     "half `::4/127`, `::8/127` and so on, then `::-::a002`, `::-::a004` and so on over all of "
+     "them",
+     "each wide range meets the pieces of those before it: the number of ranges",
+     narrowWiderOneValue},
+    {"narrow_wider_values", "the same with eight ruleValues in turn",
+     "each wide range meets the pieces of those before it, and has an entry in those that its "
+     "ruleValue has not covered: the number of ranges times the ruleValues",
+     narrowWiderValues},
     {"two_values_wide_first",
      "`::/1` with one ruleValue, then `::2/127`, `::4/127` and so on with another",
      "each narrow range cuts the wide one: their number", twoValuesWideFirst},
@@ -159,6 +192,40 @@ void randomPairs(HostileInput& input) {
     randomEndpoints(input, "", ";1");
 }
 
+// Rules with single first addresses, each of which is looked up.
+void addFirstHost4(HostileInput& input, uint32_t address) {
+    input.addIpv4Key(address, 9, address, 9);
+}
+
+template <typename IsAdded>
+void firstHosts(HostileInput& input, const IsAdded& isAdded) {
+    Random random(9);
+    uint32_t address = 0;
+    do {
+        address = randomWord(random);
+        addFirstHost4(input, address);
+    } while (isAdded(ipv4(address)));
+}
+
+template <typename IsAdded>
+void firstHostsOfOneSum(HostileInput& input, const IsAdded& isAdded) {
+    forEachHostOfOneSum([&](uint32_t address) {
+        addFirstHost4(input, address);
+        return isAdded(ipv4(address));
+    });
+}
+
+// The first and the last word of an address have one sum, which is what its hash is made of.
+template <typename IsAdded>
+void firstIpv6HostsOfOneSum(HostileInput& input, const IsAdded& isAdded) {
+    constexpr uint32_t SUM = 0x2A030000;
+    uint32_t word = 0;
+    do {
+        ++word;
+        input.addIpv6Key({SUM - word, 0, 0, word}, 9, {}, 9);
+    } while (isAdded(textOf(Ipv6{uint64_t{SUM - word} << 32U, word})));
+}
+
 // All addresses but the last: a range, while the one of all addresses is "*".
 constexpr const char* ALMOST_ALL = "0.0.0.0-255.255.255.254";
 
@@ -182,6 +249,19 @@ void filtersOfOneAddress(HostileInput& input) {
     input.addIpv6Key({}, 8);
 }
 
+void filterHosts(HostileInput& input) {
+    firstHosts(input,
+               [&input](const std::string& host) { return input.add("tcp;" + host + ";9;*;9"); });
+}
+void filterHostsOfOneSum(HostileInput& input) {
+    firstHostsOfOneSum(
+        input, [&input](const std::string& host) { return input.add("tcp;" + host + ";9;*;9"); });
+}
+void filterIpv6HostsOfOneSum(HostileInput& input) {
+    firstIpv6HostsOfOneSum(
+        input, [&input](const std::string& host) { return input.add("tcp;" + host + ";9;*;9"); });
+}
+
 constexpr HostileFamily PACKET_FILTER_FAMILIES[] = {
     {"random", "`tcp;a.b.c.0/24;80,443;d.e.f.0/24;1-65535`", "", randomFilters},
     {"wide_blocks", "`tcp;0.0.0.0-255.255.255.254;9;*;9` again and again",
@@ -196,6 +276,14 @@ constexpr HostileFamily PACKET_FILTER_FAMILIES[] = {
      "every port of every rule of one first address is compared: their number", filterPorts},
     {"one_first_address", "`tcp;::;9;::;9` again and again",
      "every rule of one first address is walked: their number", filtersOfOneAddress},
+    {"first_hosts", "`tcp;a.b.c.d;9;*;9`, random IPv4 hosts as first addresses",
+     "the addresses of a table of 4,095 buckets share them: their number", filterHosts},
+    {"first_hosts_of_one_sum",
+     "first addresses with one sum of weighted octets, which is their hash",
+     "one chain holds them all: the number of such addresses", filterHostsOfOneSum},
+    {"first_hosts6_of_one_sum",
+     "IPv6 first addresses with one sum of their words, which is their hash",
+     "one chain holds them all: the number of such addresses", filterIpv6HostsOfOneSum},
 };
 
 void crossIpv6Ports(HostileInput& input) {
@@ -229,6 +317,18 @@ void pairsOfOneAddress(HostileInput& input) {
     input.addIpv6Key({}, 8);
 }
 
+void pairHosts(HostileInput& input) {
+    firstHosts(input, [&input](const std::string& host) { return input.add(host + ";9;*;9;1"); });
+}
+void pairHostsOfOneSum(HostileInput& input) {
+    firstHostsOfOneSum(input,
+                       [&input](const std::string& host) { return input.add(host + ";9;*;9;1"); });
+}
+void pairIpv6HostsOfOneSum(HostileInput& input) {
+    firstIpv6HostsOfOneSum(
+        input, [&input](const std::string& host) { return input.add(host + ";9;*;9;1"); });
+}
+
 constexpr HostileFamily IP_PORT_FAMILIES[] = {
     {"random", "`a.b.c.0/24;80,443;d.e.f.0/24;1-65535;1`", "", randomPairs},
     {"cross6_ports",
@@ -253,6 +353,14 @@ constexpr HostileFamily IP_PORT_FAMILIES[] = {
      halvesOfAll},
     {"one_first_address", "`::;9;::;9;1` again and again",
      "every rule of one first address is walked: their number", pairsOfOneAddress},
+    {"first_hosts", "`a.b.c.d;9;*;9;1`, random IPv4 hosts as first addresses",
+     "the addresses of a table of 4,095 buckets share them: their number", pairHosts},
+    {"first_hosts_of_one_sum",
+     "first addresses with one sum of weighted octets, which is their hash",
+     "one chain holds them all: the number of such addresses", pairHostsOfOneSum},
+    {"first_hosts6_of_one_sum",
+     "IPv6 first addresses with one sum of their words, which is their hash",
+     "one chain holds them all: the number of such addresses", pairIpv6HostsOfOneSum},
 };
 
 // ------------------------------------------------------------------------------------------------ compound rules

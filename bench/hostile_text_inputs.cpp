@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <numeric>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "hostile_families.h"
@@ -170,6 +171,37 @@ void pathsOfOneHost(HostileInput& input) {
     input.addTextKey("http://a.b/" + std::string(40, 'a'));
 }
 
+// All paths of three letters and digits, as far as they fit: a lookup cannot tell them apart by their first bytes.
+void shortPathsOfOneHost(HostileInput& input) {
+    constexpr std::string_view SIGNS = "abcdefghijklmnopqrstuvwxyz0123456789";
+    constexpr auto COUNT = static_cast<uint32_t>(SIGNS.size());
+    for (uint32_t number = 0; number < COUNT * COUNT * COUNT; ++number) {
+        const std::string path = {'/', SIGNS[number / COUNT / COUNT], SIGNS[number / COUNT % COUNT],
+                                  SIGNS[number % COUNT]};
+        if (!input.add("a.b" + path)) {
+            break;
+        }
+        input.addTextKey("http://a.b" + path);
+    }
+}
+
+void equalPaths(HostileInput& input) {
+    input.repeat("a.b/cdefg");
+    input.addTextKey("http://a.b/cdefg");
+}
+
+void schemesInTurn(HostileInput& input) {
+    Random random(8);
+    std::vector<char> order(8);
+    std::iota(order.begin(), order.end(), 'a');
+    std::string url;
+    do {
+        shuffle(order, random);
+        url = std::string(order.begin(), order.end()) + ".com";
+        input.addTextKey("http://" + url);
+    } while (input.add("http://" + url) && input.add("https://" + url));
+}
+
 void starUrls(HostileInput& input) {
     input.repeat("*");
     input.addTextKey("http://a.b.c/");
@@ -192,12 +224,21 @@ constexpr HostileFamily URL_FAMILIES[] = {
      tailsOfOneBlock},
     {"paths_of_one_host", "`a.b/aaaaa*z0`, `a.b/aaaaaaa1` and so on",
      "every path of a host is walked: the number of paths of one host", pathsOfOneHost},
+    {"short_paths", "`a.b/aaa`, `a.b/aab` and so on, each of which is looked up",
+     "every path of less than five bytes is walked: the number of such paths of one host",
+     shortPathsOfOneHost},
+    {"equal_paths", "`a.b/cdefg` again and again",
+     "every path of a host that begins like the URL's is walked: their number", equalPaths},
     {"star", "`*` again and again",
      "every rule for all hosts is walked, 256 bytes each: the number of rules", starUrls},
     {"same_sum_hosts", "`abcdefgh.com` with the letters in any order",
      "the hash is nearly a sum, so that few chains hold them all: the number of hosts with one "
      "hash",
      sameSumNames},
+    {"schemes_in_turn", "the same hosts, each with `http://` and with `https://`",
+     "the hosts of few chains are in blocks of one scheme, so of one host each: the number of "
+     "hosts with one hash",
+     schemesInTurn},
     {"idn_growth_list",
      "hosts of 4,095 bytes: labels of 29 different letters, then `\u00FC.` again and again; all "
      "are refused",
