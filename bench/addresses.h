@@ -21,8 +21,7 @@ struct Ipv6 {
 
     auto operator<=>(const Ipv6&) const = default;
 
-    // Of absl's containers, which ask for this name.
-    // NOLINTNEXTLINE(readability-identifier-naming)
+    // What absl's containers call.
     template <typename Hash>
     friend Hash AbslHashValue(Hash hash, const Ipv6& address) {
         return Hash::combine(std::move(hash), address.high, address.low);
