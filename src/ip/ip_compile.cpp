@@ -42,12 +42,31 @@ bool hasIpv4View(const IpRule& rule) noexcept {
            (isSingle(rule) || isIpv4Mapped(rule.addresses.endAddress));
 }
 
+// Chooses the chunks of the slabs as if every rule had one record of each kind that it may have.
+void sizeSlabs(RuleSet& set, IpRuleTable& table) noexcept {
+    uint64_t hosts[2] = {};  // with 32-bit entries, and all
+    uint64_t ranges[2] = {};
+    static_cast<void>(forEachRule<IpRule>(set.ipRules, [&](const IpRule& rule, uint32_t) noexcept {
+        uint64_t* counts = isSingle(rule) ? hosts : ranges;
+        counts[0] += hasIpv4View(rule) ? 1 : 0;
+        ++counts[1];
+        return true;
+    }));
+    sizeSlab(table.hostEntries, hosts[0]);
+    sizeSlab(table.ipv4RangeEntries, ranges[0]);
+    sizeSlab(table.addressEntries, hosts[1]);
+    sizeSlab(table.ipv6RangeEntries, ranges[1]);
+    sizeSlab(table.ipv4RangeNodes, ranges[0]);
+    sizeSlab(table.ipv6HostNodes, hosts[1]);
+    sizeSlab(table.ipv6RangeNodes, ranges[1]);
+}
+
 // A table while it is built, with what its trees need meanwhile.
 struct TableBuild {
     const RuleSet& set;
     IpRuleTable& table;
     IntervalBuild<uint32_t> ipv4Ranges;
-    ValueTable ipv6HostValues;
+    AddressBuild ipv6Hosts;
     IntervalBuild<Address128> ipv6Ranges;
 };
 
@@ -62,7 +81,7 @@ int32_t enterIpv4View(TableBuild& build, const IpRule& rule, const EntryRule& en
         if (!createHostTable(table.hostTable, build.set.ipRules.ruleCount)) {
             return RULE_ERR_NO_MEMORY;
         }
-        return insertHost(table.hostTable, low, entryRule);
+        return insertHost(table.hostTable, table.hostEntries, low, entryRule);
     }
     if (!createTree(table.ipv4RangeTree, build.set, classifyInterval32, releaseRangeEntries32)) {
         return RULE_ERR_NO_MEMORY;
@@ -78,8 +97,8 @@ int32_t enterIpv6View(TableBuild& build, const IpRule& rule, const EntryRule& en
         if (!createTree(table.ipv6HostTree, build.set, compareAddressKey, releaseAddressEntries)) {
             return RULE_ERR_NO_MEMORY;
         }
-        return insertAddress128(table.ipv6HostTree, build.ipv6HostValues,
-                                rule.addresses.startAddress, entryRule);
+        return insertAddress128(table.ipv6HostTree, build.ipv6Hosts, rule.addresses.startAddress,
+                                entryRule);
     }
     if (!createTree(table.ipv6RangeTree, build.set, classifyInterval128, releaseRangeEntries128)) {
         return RULE_ERR_NO_MEMORY;
@@ -116,7 +135,12 @@ bool enterRules(RuleSet& set, TableBuild& build, uint8_t* claims, EnterView ente
 }
 
 bool enterBothViews(RuleSet& set, IpRuleTable& table, uint8_t* claims) noexcept {
-    TableBuild build{set, table, {}, {}, {}};
+    sizeSlabs(set, table);
+    TableBuild build{set,
+                     table,
+                     {table.ipv4RangeNodes, table.ipv4RangeEntries},
+                     {table.ipv6HostNodes, table.addressEntries},
+                     {table.ipv6RangeNodes, table.ipv6RangeEntries}};
     if (!enterRules(set, build, claims, enterIpv4View) ||
         !enterRules(set, build, claims, enterIpv6View)) {
         return false;

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 
-#include "core/chain.h"
 #include "core/memory.h"
 #include "core/structure.h"
 #include "syntax/address128.h"
@@ -29,25 +28,35 @@ int32_t classifyInterval(const void* item, const TreeNode* node) noexcept {
 }
 
 template <typename Entry>
-void freeEntry(const ReleaseInfo& info, Entry* entry) noexcept {
-    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
-                        entry->entryFlags);
-    freeMemory(entry);
+void releaseEntry(const ReleaseInfo& info, const Entry& entry) noexcept {
+    callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
+                        entry.entryFlags);
 }
 
 template <typename Entry>
-void freeNodeContent(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    auto* first = static_cast<Entry*>(firstEntry);
-    freeChain(first, [info](Entry* entry) noexcept { freeEntry(*info, entry); });
-    freeMemory(key);
+void releaseChain(const ReleaseInfo* info, void* firstEntry) noexcept {
+    for (auto* entry = static_cast<const Entry*>(firstEntry); entry != nullptr;
+         entry = entry->next) {
+        releaseEntry(*info, *entry);
+    }
 }
 
 void freeHostTable(HashTable** hostTable, const ReleaseInfo& info) noexcept {
     forEachBucket(*hostTable, [&info](HashBucket& bucket) noexcept {
         freeList(bucket.list,
-                 [&info](ListLink* link) noexcept { freeEntry(info, hostEntryOf(link)); });
+                 [&info](ListLink* link) noexcept { releaseEntry(info, *hostEntryOf(link)); });
     });
     hashDestroy(hostTable);
+}
+
+void freeSlabs(IpRuleTable& table) noexcept {
+    freeSlab(table.hostEntries);
+    freeSlab(table.ipv4RangeEntries);
+    freeSlab(table.addressEntries);
+    freeSlab(table.ipv6RangeEntries);
+    freeSlab(table.ipv4RangeNodes);
+    freeSlab(table.ipv6HostNodes);
+    freeSlab(table.ipv6RangeNodes);
 }
 
 }  // namespace
@@ -69,16 +78,16 @@ int32_t classifyInterval128(const void* key, const TreeNode* node) noexcept {
     return classifyInterval<Address128>(key, node);
 }
 
-void releaseAddressEntries(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    freeNodeContent<AddressEntry>(info, key, firstEntry);
+void releaseAddressEntries(const ReleaseInfo* info, void* /*key*/, void* firstEntry) noexcept {
+    releaseChain<AddressEntry>(info, firstEntry);
 }
 
-void releaseRangeEntries32(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    freeNodeContent<RangeEntry<uint32_t>>(info, key, firstEntry);
+void releaseRangeEntries32(const ReleaseInfo* info, void* /*key*/, void* firstEntry) noexcept {
+    releaseChain<RangeEntry<uint32_t>>(info, firstEntry);
 }
 
-void releaseRangeEntries128(const ReleaseInfo* info, void* key, void* firstEntry) noexcept {
-    freeNodeContent<RangeEntry<Address128>>(info, key, firstEntry);
+void releaseRangeEntries128(const ReleaseInfo* info, void* /*key*/, void* firstEntry) noexcept {
+    releaseChain<RangeEntry<Address128>>(info, firstEntry);
 }
 
 void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
@@ -92,6 +101,7 @@ void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
     freeSearchTree(table->ipv4RangeTree);
     freeSearchTree(table->ipv6HostTree);
     freeSearchTree(table->ipv6RangeTree);
+    freeSlabs(*table);
     freeMemory(table);
 }
 

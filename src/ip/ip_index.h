@@ -10,6 +10,10 @@
 // Invariants: the keys of one tree never overlap. The first entry of a node covers the whole key
 //             and has the smallest ruleIndex in the node; plain lookups read no other. The entries
 //             of a bucket are in rule order.
+//
+// Records are in slabs, one for each kind. A host entry is made in rule order, so that of two entries for one address
+// the one with the smaller number is the earlier.
+//
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
@@ -21,25 +25,28 @@
 #include "core/list.h"
 #include "core/range_node.h"
 #include "core/release.h"
+#include "core/slab.h"
 #include "ip/search_tree.h"
 #include "lookup/hash_table.h"
 #include "syntax/address128.h"
 
 namespace rs {
 
-struct IpRuleTable {
-    uint32_t refCount;
-    HashTable* hostTable;       // owned; null until the first single IPv4 address
-    SearchTree* ipv4RangeTree;  // owned; null until needed, like the next two
-    SearchTree* ipv6HostTree;
-    SearchTree* ipv6RangeTree;
-    uint32_t leftOut;  // rules for which memory ran out, once for each view that lacks them
-};
-
-// A key of an interval tree; its next is null there. While a rule is being entered, a chain of these
-// holds the intervals still to enter.
+// A key of an interval tree; its next is null.
 template <typename Address>
 using IntervalKey = RangeNode<Address>;
+
+// A node of a tree with its key.
+template <typename Address>
+struct IntervalNode {
+    TreeNode node;
+    IntervalKey<Address> key;
+};
+
+struct AddressNode {
+    TreeNode node;
+    Address128 key;
+};
 
 // Entries, each for one rule at one place. Those of a tree node form a chain in rule order.
 
@@ -55,7 +62,7 @@ struct HostEntry {
 
 template <typename Address>
 struct RangeEntry {
-    RangeEntry* next;  // owned
+    RangeEntry* next;  // borrowed
     Address low;       // the part of the node's key that the rule covers
     Address high;
     uint32_t ruleIndex;
@@ -66,12 +73,28 @@ struct RangeEntry {
 };
 
 struct AddressEntry {
-    AddressEntry* next;  // owned
+    AddressEntry* next;  // borrowed
     uint32_t ruleIndex;
     uint32_t ruleValue;
     uint32_t ruleId;
     uint32_t entryFlags;
     void* userData;
+};
+
+struct IpRuleTable {
+    uint32_t refCount;
+    HashTable* hostTable;       // owned; null until the first single IPv4 address
+    SearchTree* ipv4RangeTree;  // owned; null until needed, like the next two
+    SearchTree* ipv6HostTree;
+    SearchTree* ipv6RangeTree;
+    uint32_t leftOut;  // rules for which memory ran out, once for each view that lacks them
+    Slab<HostEntry> hostEntries;
+    Slab<RangeEntry<uint32_t>> ipv4RangeEntries;
+    Slab<AddressEntry> addressEntries;
+    Slab<RangeEntry<Address128>> ipv6RangeEntries;
+    Slab<IntervalNode<uint32_t>> ipv4RangeNodes;
+    Slab<AddressNode> ipv6HostNodes;
+    Slab<IntervalNode<Address128>> ipv6RangeNodes;
 };
 
 // The entry that a link of a bucket belongs to.
@@ -82,7 +105,7 @@ struct AddressEntry {
 [[nodiscard]] int32_t classifyInterval32(const void* key, const TreeNode* node) noexcept;
 [[nodiscard]] int32_t classifyInterval128(const void* key, const TreeNode* node) noexcept;
 
-// Release operations of the trees: a node's entries are freed from the first on, then its key.
+// Release operations of the trees: a node's entries give their userData back from the first on.
 void releaseAddressEntries(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 void releaseRangeEntries32(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 void releaseRangeEntries128(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;

@@ -14,11 +14,11 @@ namespace rs {
 
 namespace {
 
-// An entry of any kind for a rule. It does not own the userData yet: see claimUserData.
+// An entry of any kind for a rule; null when memory is out. It does not own the userData yet: see claimUserData.
 template <typename Entry>
-OwnedMemory<Entry> makeEntry(const EntryRule& rule) noexcept {
-    OwnedMemory<Entry> entry(allocateRecord<Entry>());
-    if (entry) {
+Entry* makeEntry(Slab<Entry>& entries, const EntryRule& rule) noexcept {
+    Entry* entry = newRecord(entries);
+    if (entry != nullptr) {
         fillEntry(rule, rule.ruleIndex, *entry);
     }
     return entry;
@@ -31,7 +31,35 @@ void claimUserData(Entry& entry, const EntryRule& rule) noexcept {
     markRuleReleased(rule.userDataClaims, rule.userData, rule.ruleIndex - 1, &entry.entryFlags);
 }
 
+// A node with a key and its first entry; null when memory is out.
+template <typename Node, typename Entry, typename Key>
+Node* makeNode(Slab<Node>& nodes, Slab<Entry>& entries, const Key& key,
+               const EntryRule& rule) noexcept {
+    Node* made = newRecord(nodes);
+    if (made == nullptr) {
+        return nullptr;
+    }
+    Entry* entry = makeEntry(entries, rule);
+    if (entry == nullptr) {
+        takeBackRecord(nodes);
+        return nullptr;
+    }
+    made->key = key;
+    made->node.key = &made->key;
+    made->node.entries = entry;
+    made->node.entryNumber = entries.count - 1;
+    made->node.lastEntry = entry;
+    made->node.entryCount = 1;
+    return made;
+}
+
+template <typename Entry>
+Entry& firstEntryOf(const TreeNode& node) noexcept {
+    return *static_cast<Entry*>(node.entries);
+}
+
 struct HostInsertion {
+    Slab<HostEntry>* entries;
     uint32_t address;
     const EntryRule* rule;
     int32_t status;
@@ -47,14 +75,14 @@ void* insertIntoHostBucket(HashBucket* bucket, void* item) noexcept {
             return nullptr;
         }
     }
-    OwnedMemory<HostEntry> entry = makeEntry<HostEntry>(*insertion->rule);
-    if (!entry) {
+    HostEntry* entry = makeEntry(*insertion->entries, *insertion->rule);
+    if (entry == nullptr) {
         insertion->status = RULE_ERR_NO_MEMORY;
         return nullptr;
     }
     entry->address = insertion->address;
     claimUserData(*entry, *insertion->rule);
-    appendToList(bucket->list, entry.release()->links);
+    appendToList(bucket->list, entry->links);
     insertion->status = RULE_OK;
     return insertion;
 }
@@ -137,7 +165,7 @@ private:
         }
         const TreePlace place = findTreePlace(tree_, item.get());
         if (place.node == nullptr) {
-            return enterNewNode(place, std::move(item));
+            return enterNewNode(place, *item);
         }
         const int32_t status = queueRemainders(*item, place);
         if (status != RULE_OK) {
@@ -163,18 +191,16 @@ private:
         return build_.covers.isAwake() && build_.covers.covers(rule_.ruleValue, low, high);
     }
 
-    int32_t enterNewNode(const TreePlace& place, Work key) noexcept {
-        OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
-        if (!entry) {
+    int32_t enterNewNode(const TreePlace& place, const Key& key) noexcept {
+        IntervalNode<Address>* made = makeNode(build_.nodes, build_.entries, key, rule_);
+        if (made == nullptr) {
             return RULE_ERR_NO_MEMORY;
         }
-        entry->low = key->low;
-        entry->high = key->high;
-        if (!insertTreeNode(tree_, place, key.get(), entry.get())) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        key.release();
-        claimUserData(*entry.release(), rule_);
+        auto& entry = firstEntryOf<Entry>(made->node);
+        entry.low = key.low;
+        entry.high = key.high;
+        insertTreeNode(tree_, place, made->node);
+        claimUserData(entry, rule_);
         entered_ = true;
         return RULE_OK;
     }
@@ -203,14 +229,14 @@ private:
         if (isCoveredInNode(node, low, high)) {
             return RULE_OK;
         }
-        OwnedMemory<Entry> entry = makeEntry<Entry>(rule_);
-        if (!entry) {
+        Entry* entry = makeEntry(build_.entries, rule_);
+        if (entry == nullptr) {
             return RULE_ERR_NO_MEMORY;
         }
         entry->low = low;
         entry->high = high;
         claimUserData(*entry, rule_);
-        appendEntry(node, entry.release());
+        appendEntry(node, entry);
         entered_ = true;
         return RULE_OK;
     }
@@ -231,19 +257,14 @@ private:
     bool entered_ = false;
 };
 
-int32_t insertAddressNode(SearchTree& tree, const TreePlace& place, const Address128& address,
-                          const EntryRule& rule) noexcept {
-    OwnedMemory<Address128> key(allocateRecord<Address128>());
-    OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
-    if (!key || !entry) {
+int32_t insertAddressNode(SearchTree& tree, AddressBuild& build, const TreePlace& place,
+                          const Address128& address, const EntryRule& rule) noexcept {
+    AddressNode* made = makeNode(build.nodes, build.entries, address, rule);
+    if (made == nullptr) {
         return RULE_ERR_FAILED;
     }
-    *key = address;
-    if (!insertTreeNode(tree, place, key.get(), entry.get())) {
-        return RULE_ERR_FAILED;
-    }
-    key.release();
-    claimUserData(*entry.release(), rule);
+    insertTreeNode(tree, place, made->node);
+    claimUserData(firstEntryOf<AddressEntry>(made->node), rule);
     return RULE_OK;
 }
 
@@ -278,36 +299,36 @@ bool noteValue(const TreeNode& node, ValueTable& crowdedValues, uint32_t ruleVal
     return node.entryCount < CROWDED_ENTRIES || crowdedValues.add(&node, ruleValue);
 }
 
-int32_t appendAddressEntry(TreeNode& node, ValueTable& crowdedValues,
-                           const EntryRule& rule) noexcept {
-    if (hasValue(node, crowdedValues, rule.ruleValue)) {
+int32_t appendAddressEntry(TreeNode& node, AddressBuild& build, const EntryRule& rule) noexcept {
+    if (hasValue(node, build.crowdedValues, rule.ruleValue)) {
         return RULE_ERR_DUPLICATE;
     }
-    OwnedMemory<AddressEntry> entry = makeEntry<AddressEntry>(rule);
-    if (!entry || node.entries == nullptr) {
+    AddressEntry* entry = node.entries == nullptr ? nullptr : makeEntry(build.entries, rule);
+    if (entry == nullptr) {
         return RULE_ERR_FAILED;
     }
     claimUserData(*entry, rule);
-    appendEntry(node, entry.release());
-    return noteValue(node, crowdedValues, rule.ruleValue) ? RULE_OK : RULE_ERR_FAILED;
+    appendEntry(node, entry);
+    return noteValue(node, build.crowdedValues, rule.ruleValue) ? RULE_OK : RULE_ERR_FAILED;
 }
 
 }  // namespace
 
-int32_t insertHost(HashTable* hostTable, uint32_t address, const EntryRule& rule) noexcept {
-    HostInsertion insertion{address, &rule, RULE_ERR_INVALID_ARG};
+int32_t insertHost(HashTable* hostTable, Slab<HostEntry>& entries, uint32_t address,
+                   const EntryRule& rule) noexcept {
+    HostInsertion insertion{&entries, address, &rule, RULE_ERR_INVALID_ARG};
     const int32_t count =
         hashInsert(hostTable, hashIPv4(address), &insertion, insertIntoHostBucket);
     return count > 0 ? RULE_OK : insertion.status;
 }
 
-int32_t insertAddress128(SearchTree* tree, ValueTable& crowdedValues, const Address128& address,
+int32_t insertAddress128(SearchTree* tree, AddressBuild& build, const Address128& address,
                          const EntryRule& rule) noexcept {
     const TreePlace place = findTreePlace(*tree, &address);
     if (place.node == nullptr) {
-        return insertAddressNode(*tree, place, address, rule);
+        return insertAddressNode(*tree, build, place, address, rule);
     }
-    return appendAddressEntry(*place.node, crowdedValues, rule);
+    return appendAddressEntry(*place.node, build, rule);
 }
 
 int32_t insertInterval32(SearchTree* tree, IntervalBuild<uint32_t>& build, uint32_t low,

@@ -36,16 +36,25 @@ struct EntryRule {
     uint8_t* userDataClaims;  // borrowed; one byte per rule of the set, null when none has userData
 };
 
-[[nodiscard]] int32_t insertHost(HashTable* hostTable, uint32_t address,
+[[nodiscard]] int32_t insertHost(HashTable* hostTable, Slab<HostEntry>& entries, uint32_t address,
                                  const EntryRule& rule) noexcept;
 
-[[nodiscard]] int32_t insertAddress128(SearchTree* tree, ValueTable& crowdedValues,
+// What a tree of addresses needs beside itself while rules are entered.
+struct AddressBuild {
+    Slab<AddressNode>& nodes;
+    Slab<AddressEntry>& entries;
+    ValueTable crowdedValues{};
+};
+
+[[nodiscard]] int32_t insertAddress128(SearchTree* tree, AddressBuild& build,
                                        const Address128& address, const EntryRule& rule) noexcept;
 
 // What a tree of intervals needs beside itself while rules are entered.
 template <typename Address>
 struct IntervalBuild {
-    CoverIndex<Address> covers;
+    Slab<IntervalNode<Address>>& nodes;
+    Slab<RangeEntry<Address>>& entries;
+    CoverIndex<Address> covers{};
     uint64_t steps = 0;    // nodes that were met and entries that were walked
     uint32_t leftOut = 0;  // intervals for which memory ran out before a part had entered
 };

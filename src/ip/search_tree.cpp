@@ -152,9 +152,8 @@ void takePlace(SearchTree& tree, const TreeNode* node, TreeNode* successor) noex
     }
 }
 
-void freeTreeNode(SearchTree& tree, TreeNode* node) noexcept {
+void releaseTreeNode(SearchTree& tree, const TreeNode* node) noexcept {
     tree.releaseEntries(tree.releaseInfo, node->key, node->entries);
-    freeMemory(node);
     decrementCount(tree.nodeCount);
 }
 
@@ -200,27 +199,18 @@ TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept {
     return place;
 }
 
-bool insertTreeNode(SearchTree& tree, const TreePlace& place, void* key, void* entries) noexcept {
-    TreeNode* node = allocateRecord<TreeNode>();
-    if (node == nullptr) {
-        return false;
-    }
-    node->parent = place.parent;
-    node->key = key;
-    node->entries = entries;
-    node->entryCount = 1;
-    node->lastEntry = entries;
-    node->colour = COLOUR_RED;
+void insertTreeNode(SearchTree& tree, const TreePlace& place, TreeNode& node) noexcept {
+    node.parent = place.parent;
+    node.colour = COLOUR_RED;
     if (place.parent == nullptr) {
-        tree.root = node;
+        tree.root = &node;
     } else if (place.relation == KEY_BELOW) {
-        place.parent->left = node;
+        place.parent->left = &node;
     } else {
-        place.parent->right = node;
+        place.parent->right = &node;
     }
-    balanceAfterInsertion(tree, node);
+    balanceAfterInsertion(tree, &node);
     incrementCount(tree.nodeCount);
-    return true;
 }
 
 void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept {
@@ -231,7 +221,7 @@ void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept {
         unlinkTreeNode(tree, successor);
         takePlace(tree, node, successor);
     }
-    freeTreeNode(tree, node);
+    releaseTreeNode(tree, node);
 }
 
 void visitTreeInOrder(SearchTree& tree, void* context, TreeVisit visit) noexcept {
@@ -266,7 +256,7 @@ void freeSearchTree(SearchTree* tree) noexcept {
         node = anyLeaf(node);
         TreeNode* parent = node->parent;
         linkTo(*tree, node) = nullptr;
-        freeTreeNode(*tree, node);
+        releaseTreeNode(*tree, node);
         node = parent;
     }
     freeMemory(tree->releaseInfo);

@@ -1,14 +1,17 @@
-// A red-black tree whose nodes own a key and a list of entries.
+// A red-black tree of nodes with a key and a list of entries.
 //
 //                     [10.0.0.0 - 10.0.0.255]                 key; entries: rule 2, rule 7
 //                    /                       \                                               .
 //     [1.0.0.0 - 1.0.0.9]             [172.16.0.0 - 172.31.255.255]
 //
-// The tree knows neither its keys nor its entries: compare orders them, and releaseEntries frees them.
+// The tree knows neither its keys nor its entries: compare orders them, and releaseEntries gives back what they own.
+// Nodes, keys and entries are records in slabs of the tree's user. A node and its key are one record, so that each
+// level of a way down reads neighbouring memory.
 //
 // Invariants: keys are in order, and no two are equal or overlap as far as compare can tell. No red
 //             node has a red child. Every way down passes the same number of black nodes.
-// Ownership:  the tree owns its nodes with their keys and entries, and its releaseInfo.
+// Ownership:  the tree owns its releaseInfo. The memory of nodes, keys and entries is that of its user's slabs, which
+//             are freed after the tree.
 // Threads:    lookups only read. Everything else needs the tree for itself; nodeCount is changed
 //             atomically.
 // Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes; so is an insertion.
@@ -26,13 +29,14 @@ inline constexpr uint32_t COLOUR_BLACK = 1;
 
 struct TreeNode {
     TreeNode* parent;  // borrowed
-    TreeNode* left;    // owned by the tree, like right
+    TreeNode* left;    // borrowed, like all that follows
     TreeNode* right;
-    void* key;      // owned
-    void* entries;  // owned; the first one
+    void* key;
+    void* entries;  // the first one
     uint32_t colour;
-    uint32_t entryCount;  // of entries
-    void* lastEntry;      // borrowed; where the next entry is appended
+    uint32_t entryNumber;  // of the first entry, in its slab
+    void* lastEntry;       // where the next entry is appended
+    uint32_t entryCount;
 };
 
 // What compare says of a key against a node. A way down goes left after -1 and right after 1; any
@@ -46,11 +50,11 @@ inline constexpr int32_t KEY_STICKS_OUT_BOTH = 3;
 
 using TreeCompare = int32_t (*)(const void* key, const TreeNode* node) noexcept;
 
-// Frees the entries, giving owned userData back through info, and then the key.
+// Gives the userData that the entries own back through info, from the first entry on.
 using TreeReleaseEntries = void (*)(const ReleaseInfo* info, void* key, void* firstEntry) noexcept;
 
 struct SearchTree {
-    TreeNode* root;  // owned
+    TreeNode* root;  // borrowed
     uint32_t nodeCount;
     TreeCompare compare;
     TreeReleaseEntries releaseEntries;
@@ -70,12 +74,10 @@ struct TreePlace {
 
 [[nodiscard]] TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept;
 
-// Makes a node of key and entries at an empty place that findTreePlace has found for key. The tree
-// then owns both. False when memory is out; the caller still owns them then.
-[[nodiscard]] bool insertTreeNode(SearchTree& tree, const TreePlace& place, void* key,
-                                  void* entries) noexcept;
+// Links a node, whose key and entries are set, at an empty place that findTreePlace has found for its key.
+void insertTreeNode(SearchTree& tree, const TreePlace& place, TreeNode& node) noexcept;
 
-// Takes node out of the tree and frees it with its key and entries.
+// Takes node out of the tree and gives back what its entries own.
 void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept;
 
 using TreeVisit = void (*)(void* context, const TreeNode& node) noexcept;
@@ -85,7 +87,7 @@ using TreeVisit = void (*)(void* context, const TreeNode& node) noexcept;
 // may read it.
 void visitTreeInOrder(SearchTree& tree, void* context, TreeVisit visit) noexcept;
 
-// Frees the tree with all keys and entries; null is left alone.
+// Gives back what all entries own, from the leaves of the tree up, and frees the tree; null is left alone.
 void freeSearchTree(SearchTree* tree) noexcept;
 
 using OwnedSearchTree = Owned<SearchTree, freeSearchTree>;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <set>
 #include <vector>
 
@@ -27,16 +28,22 @@ int32_t compareNumbers(const void* key, const TreeNode* node) noexcept {
 }
 
 void releaseNumber(const ReleaseInfo* info, void* key, void*) noexcept {
-    auto* number = static_cast<uint32_t*>(key);
+    const auto* number = static_cast<const uint32_t*>(key);
     static_cast<std::vector<uint32_t>*>(info->releaseContext)->push_back(*number);
-    freeMemory(number);
 }
 
-void insertNumber(SearchTree& tree, const TreePlace& place, uint32_t number) {
-    OwnedMemory<uint32_t> key(allocateRecord<uint32_t>());
-    *key = number;
-    ASSERT_TRUE(insertTreeNode(tree, place, key.get(), nullptr));
-    key.release();
+struct NumberNode {
+    TreeNode node;
+    uint32_t number;
+};
+
+// The records of a tree, which stay where they are until the tree is gone.
+using NumberNodes = std::deque<NumberNode>;
+
+void insertNumber(SearchTree& tree, NumberNodes& nodes, const TreePlace& place, uint32_t number) {
+    NumberNode& made = nodes.emplace_back(NumberNode{{}, number});
+    made.node.key = &made.number;
+    insertTreeNode(tree, place, made.node);
 }
 
 void appendNumber(void* context, const TreeNode& node) noexcept {
@@ -55,6 +62,7 @@ void expectContent(SearchTree& tree, const std::set<uint32_t>& numbers) {
 // Grows the tree to about `size` numbers, keeps it there for a while and empties it.
 void useTree(RandomSource& random, uint32_t size, uint32_t stepsBetweenChecks) {
     std::vector<uint32_t> released;
+    NumberNodes nodes;
     const OwnedSearchTree tree(
         createSearchTree({nullptr, &released, 0}, compareNumbers, releaseNumber));
     std::set<uint32_t> numbers;
@@ -69,7 +77,7 @@ void useTree(RandomSource& random, uint32_t size, uint32_t stepsBetweenChecks) {
             const TreePlace place = findTreePlace(*tree, &number);
             ASSERT_EQ(numbers.insert(number).second, place.node == nullptr);
             if (place.node == nullptr) {
-                insertNumber(*tree, place, number);
+                insertNumber(*tree, nodes, place, number);
             }
         } else {
             auto victim = numbers.lower_bound(random.below32(2 * size + 1));
@@ -99,12 +107,13 @@ TEST(SearchTreeProperty, LargeOnesStayBalanced) {
 TEST(SearchTreeProperty, FreeingHandsEveryKeyBack) {
     forEachCase(300, [](RandomSource& random) {
         std::vector<uint32_t> released;
+        NumberNodes nodes;
         OwnedSearchTree tree(
             createSearchTree({nullptr, &released, 0}, compareNumbers, releaseNumber));
         std::set<uint32_t> numbers;
         for (uint64_t i = random.below(100); i > 0; --i) {
             const uint32_t number = random.bits32();
-            insertNumber(*tree, findTreePlace(*tree, &number), number);
+            insertNumber(*tree, nodes, findTreePlace(*tree, &number), number);
             numbers.insert(number);
         }
         tree.reset();

@@ -2,6 +2,7 @@
 
 #include <ruleset.h>
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -103,16 +104,13 @@ TEST(HostEntry, IsFoundFromItsLinks) {
 
 // A list of three entries, of which the first and the last own their userData.
 template <typename Entry>
-Entry* makeEntries(int (&userData)[3]) {
-    Entry* first = nullptr;
-    for (int i = 2; i >= 0; --i) {
-        Entry* entry = allocateRecord<Entry>();
-        entry->next = first;
-        entry->userData = &userData[i];
-        entry->entryFlags = i == 1 ? 0 : ENTRY_RELEASES_USER_DATA;
-        first = entry;
+std::array<Entry, 3> makeEntries(int (&userData)[3]) {
+    std::array<Entry, 3> entries{};
+    for (size_t i = 0; i < entries.size(); ++i) {
+        entries[i].userData = &userData[i];
+        entries[i].entryFlags = i == 1 ? 0 : ENTRY_RELEASES_USER_DATA;
     }
-    return first;
+    return entries;
 }
 
 template <typename Key, typename Entry>
@@ -120,12 +118,16 @@ void expectOwnedUserDataHandedBack(TreeReleaseEntries releaseEntries) {
     int userData[3] = {};
     ReleaseRecorder recorder;
     const ReleaseInfo info{ReleaseRecorder::record, &recorder, 0};
-    releaseEntries(&info, allocateRecord<Key>(), makeEntries<Entry>(userData));
+    Key key{};
+    std::array<Entry, 3> entries = makeEntries<Entry>(userData);
+    entries[0].next = &entries[1];
+    entries[1].next = &entries[2];
+    releaseEntries(&info, &key, entries.data());
     EXPECT_EQ((std::vector<void*>{&userData[0], &userData[2]}), recorder.order());
 
     const ReleaseInfo silent{};
-    releaseEntries(&silent, allocateRecord<Key>(), makeEntries<Entry>(userData));
-    releaseEntries(&info, allocateRecord<Key>(), nullptr);
+    releaseEntries(&silent, &key, entries.data());
+    releaseEntries(&info, &key, nullptr);
     EXPECT_EQ(2, recorder.order().size());
 }
 

@@ -74,6 +74,21 @@ int32_t recordSearch(const void* key, const TreeNode* node) noexcept {
     return Width<Address>::CLASSIFY(key, node);
 }
 
+// The slabs of a tree of intervals.
+template <typename Address>
+struct IntervalRecords {
+    IntervalRecords() = default;
+    IntervalRecords(const IntervalRecords&) = delete;
+    IntervalRecords& operator=(const IntervalRecords&) = delete;
+    ~IntervalRecords() {
+        freeSlab(nodes);
+        freeSlab(entries);
+    }
+
+    Slab<IntervalNode<Address>> nodes{};
+    Slab<RangeEntry<Address>> entries{};
+};
+
 template <typename Address>
 class IntervalInsertion : public ::testing::Test {
 protected:
@@ -99,8 +114,9 @@ protected:
 
     void setCompare(TreeCompare compare) { tree->compare = compare; }
 
+    IntervalRecords<Address> records;
     OwnedSearchTree tree{createSearchTree({}, Of::CLASSIFY, Of::RELEASE)};
-    IntervalBuild<Address> build;
+    IntervalBuild<Address> build{records.nodes, records.entries};
     uint8_t claims[20] = {};
     int token = 0;
 };
@@ -304,10 +320,12 @@ TYPED_TEST(IntervalInsertion, MakesTheSameTreeWithItsIndexAwake) {
     using Numbers = Width<TypeParam>;
     RandomSource random(propertySeed());
     for (const uint32_t values : {1U, 2U, 5U}) {
+        IntervalRecords<TypeParam> twins[2];
         const OwnedSearchTree trees[] = {
             OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE)),
             OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE))};
-        IntervalBuild<TypeParam> builds[2];
+        IntervalBuild<TypeParam> builds[] = {{twins[0].nodes, twins[0].entries},
+                                             {twins[1].nodes, twins[1].entries}};
         builds[1].covers.wake();
         for (uint32_t ruleIndex = 1; ruleIndex <= 400; ++ruleIndex) {
             const uint32_t low = 2 + random.below32(150);
@@ -392,8 +410,9 @@ constexpr SlowList SLOW_LISTS[] = {
 // The steps of a build stay in proportion to its rules and to the entries that they must make; a walk
 // over the entries of a node for each entry would not.
 void expectFewSteps(const SlowList& list, uint32_t count) {
+    IntervalRecords<uint32_t> records;
     const OwnedSearchTree tree(createSearchTree({}, classifyInterval32, releaseRangeEntries32));
-    IntervalBuild<uint32_t> build;
+    IntervalBuild<uint32_t> build{records.nodes, records.entries};
     for (uint32_t i = 0; i < count; ++i) {
         const SlowRule rule = list.ruleAt(i, count);
         const int32_t status = insertInterval32(tree.get(), build, rule.low, rule.high,
@@ -416,7 +435,7 @@ class HostInsertion : public ::testing::Test {
 protected:
     int32_t insert(uint32_t address, uint32_t ruleIndex, uint32_t ruleValue,
                    void* userData = nullptr) {
-        return insertHost(table->hostTable, address,
+        return insertHost(table->hostTable, table->hostEntries, address,
                           {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
     }
 
@@ -472,18 +491,24 @@ TEST_F(HostInsertion, CopiesTheRuleAndClaimsItsUserData) {
 }
 
 TEST_F(HostInsertion, FailsWithoutATable) {
-    const int32_t status = insertHost(nullptr, 7, {1, 5, 1001, nullptr, nullptr});
+    const int32_t status =
+        insertHost(nullptr, table->hostEntries, 7, {1, 5, 1001, nullptr, nullptr});
     EXPECT_NE(RULE_OK, status);
     EXPECT_NE(RULE_ERR_DUPLICATE, status);
 }
 
 class AddressInsertion : public ::testing::Test {
 protected:
+    void TearDown() override {
+        tree.reset();
+        freeSlab(nodes);
+        freeSlab(entries);
+    }
+
     int32_t insert(const Address128& address, uint32_t ruleIndex, uint32_t ruleValue,
                    void* userData = nullptr) {
-        const int32_t status =
-            insertAddress128(tree.get(), crowdedValues, address,
-                             {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+        const int32_t status = insertAddress128(
+            tree.get(), build, address, {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
         EXPECT_TRUE(checkSearchTree(*tree));
         return status;
     }
@@ -502,8 +527,10 @@ protected:
         return lines;
     }
 
+    Slab<AddressNode> nodes{};
+    Slab<AddressEntry> entries{};
     OwnedSearchTree tree{createSearchTree({}, compareAddressKey, releaseAddressEntries)};
-    ValueTable crowdedValues;
+    AddressBuild build{nodes, entries};
     uint8_t claims[10] = {};
     int token = 0;
 };
@@ -542,25 +569,25 @@ TEST_F(AddressInsertion, CopiesTheRuleAndClaimsItsUserData) {
 TEST_F(AddressInsertion, KnowsTheValuesOfCrowdedNodes) {
     for (uint32_t value = 0; value < 100; ++value) {
         const EntryRule rule{value + 1, value, 1, nullptr, nullptr};
-        ASSERT_EQ(RULE_OK, insertAddress128(tree.get(), crowdedValues, {{1, 2, 3, 4}}, rule));
+        ASSERT_EQ(RULE_OK, insertAddress128(tree.get(), build, {{1, 2, 3, 4}}, rule));
         ASSERT_EQ(value + 1, tree->root->entryCount);
         for (uint32_t known = 0; known <= value; ++known) {
             const EntryRule again{1000, known, 1, nullptr, nullptr};
             ASSERT_EQ(RULE_ERR_DUPLICATE,
-                      insertAddress128(tree.get(), crowdedValues, {{1, 2, 3, 4}}, again));
+                      insertAddress128(tree.get(), build, {{1, 2, 3, 4}}, again));
         }
-        EXPECT_EQ(value >= 15, crowdedValues.contains(tree->root, 0)) << value;
+        EXPECT_EQ(value >= 15, build.crowdedValues.contains(tree->root, 0)) << value;
     }
 }
 
 TEST_F(AddressInsertion, FailsAtANodeWithoutEntries) {
     const Address128 address{{1, 2, 3, 4}};
     ASSERT_EQ(RULE_OK, insert(address, 1, 5));
-    void* entries = std::exchange(tree->root->entries, nullptr);
+    void* held = std::exchange(tree->root->entries, nullptr);
     EXPECT_EQ(RULE_ERR_FAILED, insert(address, 2, 6, &token));
     EXPECT_EQ(0, claims[1]);
     EXPECT_EQ(nullptr, tree->root->entries);
-    tree->root->entries = entries;
+    tree->root->entries = held;
 }
 
 }  // namespace

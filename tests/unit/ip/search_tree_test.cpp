@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <random>
 #include <set>
 #include <vector>
@@ -32,8 +33,6 @@ void releaseNumber(const ReleaseInfo* info, void* key, void* firstEntry) noexcep
     released->keys.push_back(*static_cast<uint32_t*>(key));
     released->entries += firstEntry != nullptr ? 1 : 0;
     released->flags = info->flags;
-    freeMemory(static_cast<uint32_t*>(firstEntry));
-    freeMemory(static_cast<uint32_t*>(key));
 }
 
 class NumberTree {
@@ -51,12 +50,10 @@ public:
         if (place.node != nullptr) {
             return false;
         }
-        OwnedMemory<uint32_t> key(allocateRecord<uint32_t>());
-        OwnedMemory<uint32_t> entry(allocateRecord<uint32_t>());
-        *key = number;
-        EXPECT_TRUE(insertTreeNode(*tree_, place, key.get(), entry.get()));
-        key.release();
-        entry.release();
+        NumberNode& made = nodes_.emplace_back(NumberNode{{}, number});
+        made.node.key = &made.number;
+        made.node.entries = &made.number;
+        insertTreeNode(*tree_, place, made.node);
         return true;
     }
 
@@ -78,7 +75,13 @@ public:
     }
 
 private:
+    struct NumberNode {
+        TreeNode node;
+        uint32_t number;
+    };
+
     Released released_;
+    std::deque<NumberNode> nodes_;
     OwnedSearchTree tree_;
 };
 
