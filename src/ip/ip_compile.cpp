@@ -7,6 +7,7 @@
 #include "core/structure.h"
 #include "ip/ip_insert.h"
 #include "ip/ip_rule.h"
+#include "ip/rule_places.h"
 
 namespace rs {
 
@@ -15,96 +16,26 @@ namespace {
 constexpr uint32_t MAX_HOST_BUCKETS = 4095;
 
 bool createHostTable(HashTable*& hostTable, uint32_t ruleCount) noexcept {
-    if (hostTable == nullptr) {
-        const uint32_t buckets = ruleCount < MAX_HOST_BUCKETS ? ruleCount + 1 : MAX_HOST_BUCKETS;
-        hostTable = hashCreate(static_cast<int32_t>(buckets), HASH_KIND_PLAIN);
-    }
+    const uint32_t buckets = ruleCount < MAX_HOST_BUCKETS ? ruleCount + 1 : MAX_HOST_BUCKETS;
+    hostTable = hashCreate(static_cast<int32_t>(buckets), HASH_KIND_PLAIN);
     return hostTable != nullptr;
 }
 
 bool createTree(SearchTree*& tree, const RuleSet& set, TreeCompare compare,
                 TreeReleaseEntries releaseEntries) noexcept {
-    if (tree == nullptr) {
-        tree = createSearchTree(releaseInfoOf(set), compare, releaseEntries);
-    }
+    tree = createSearchTree(releaseInfoOf(set), compare, releaseEntries);
     return tree != nullptr;
 }
 
-bool isSingle(const IpRule& rule) noexcept {
-    return (rule.addresses.addressFlags & ADDRESS_FLAG_SINGLE) != 0;
-}
-
-bool hasIpv4View(const IpRule& rule) noexcept {
-    if ((rule.addresses.addressFlags & ADDRESS_FLAG_IPV6) == 0) {
-        return true;
-    }
-    return isIpv4Mapped(rule.addresses.startAddress) &&
-           (isSingle(rule) || isIpv4Mapped(rule.addresses.endAddress));
-}
-
-// Chooses the chunks of the slabs as if every rule had one record of each kind that it may have.
-void sizeSlabs(RuleSet& set, IpRuleTable& table) noexcept {
-    uint64_t hosts[2] = {};  // with 32-bit entries, and all
-    uint64_t ranges[2] = {};
-    static_cast<void>(forEachRule<IpRule>(set.ipRules, [&](const IpRule& rule, uint32_t) noexcept {
-        uint64_t* counts = isSingle(rule) ? hosts : ranges;
-        counts[0] += hasIpv4View(rule) ? 1 : 0;
-        ++counts[1];
-        return true;
-    }));
-    sizeSlab(table.hostEntries, hosts[0]);
-    sizeSlab(table.ipv4RangeEntries, ranges[0]);
-    sizeSlab(table.addressEntries, hosts[1]);
-    sizeSlab(table.ipv6RangeEntries, ranges[1]);
-    sizeSlab(table.ipv4RangeNodes, ranges[0]);
-    sizeSlab(table.ipv6HostNodes, hosts[1]);
-    sizeSlab(table.ipv6RangeNodes, ranges[1]);
-}
-
-// A table while it is built, with what its trees need meanwhile.
-struct TableBuild {
-    const RuleSet& set;
-    IpRuleTable& table;
-    IntervalBuild<uint32_t> ipv4Ranges;
-    AddressBuild ipv6Hosts;
-    IntervalBuild<Address128> ipv6Ranges;
-};
-
-// Enters a rule into the 32-bit structures; a rule of IPv6 addresses has no place there.
-int32_t enterIpv4View(TableBuild& build, const IpRule& rule, const EntryRule& entryRule) noexcept {
-    if (!hasIpv4View(rule)) {
-        return RULE_OK;
-    }
-    IpRuleTable& table = build.table;
-    const uint32_t low = rule.addresses.startAddress.words[3];
-    if (isSingle(rule)) {
-        if (!createHostTable(table.hostTable, build.set.ipRules.ruleCount)) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        return insertHost(table.hostTable, table.hostEntries, low, entryRule);
-    }
-    if (!createTree(table.ipv4RangeTree, build.set, classifyInterval32, releaseRangeEntries32)) {
-        return RULE_ERR_NO_MEMORY;
-    }
-    return insertInterval32(table.ipv4RangeTree, build.ipv4Ranges, low,
-                            rule.addresses.endAddress.words[3], entryRule);
-}
-
-// Enters a rule into the 128-bit structures, IPv4 rules in their mapped form.
-int32_t enterIpv6View(TableBuild& build, const IpRule& rule, const EntryRule& entryRule) noexcept {
-    IpRuleTable& table = build.table;
-    if (isSingle(rule)) {
-        if (!createTree(table.ipv6HostTree, build.set, compareAddressKey, releaseAddressEntries)) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        return insertAddress128(table.ipv6HostTree, build.ipv6Hosts, rule.addresses.startAddress,
-                                entryRule);
-    }
-    if (!createTree(table.ipv6RangeTree, build.set, classifyInterval128, releaseRangeEntries128)) {
-        return RULE_ERR_NO_MEMORY;
-    }
-    return insertInterval128(table.ipv6RangeTree, build.ipv6Ranges, rule.addresses.startAddress,
-                             rule.addresses.endAddress, entryRule);
+// Chooses the chunks of the slabs as if no rule were a duplicate, and each range in one piece.
+void sizeSlabs(const RulePlaces& places, IpRuleTable& table) noexcept {
+    sizeSlab(table.hostEntries, places.hosts.ipv4Count);
+    sizeSlab(table.addressEntries, places.hosts.count);
+    sizeSlab(table.ipv6HostNodes, places.hosts.addresses.count());
+    sizeSlab(table.ipv4RangeEntries, places.ranges.ipv4Count);
+    sizeSlab(table.ipv4RangeNodes, places.ranges.ipv4Count);
+    sizeSlab(table.ipv6RangeEntries, places.ranges.count);
+    sizeSlab(table.ipv6RangeNodes, places.ranges.count);
 }
 
 // Gives back the userData of a rule that added nothing to a view. A rule that has entered the other
@@ -120,13 +51,22 @@ void giveUserDataBack(const RuleSet& set, IpRule& rule, const EntryRule& entryRu
     callReleaseCallback(set.releaseCallback, set.releaseContext, rule.userData, flags);
 }
 
-using EnterView = int32_t (*)(TableBuild& build, const IpRule& rule,
-                              const EntryRule& entryRule) noexcept;
-
-bool enterRules(RuleSet& set, TableBuild& build, uint8_t* claims, EnterView enterView) noexcept {
+// Enters the rules of a view: enterHost(position, entryRule, rule) and enterRange, which is the same for ranges, return
+// a status each. isInView(rule) says which rules they get.
+template <typename IsInView, typename EnterHost, typename EnterRange>
+bool enterRules(RuleSet& set, uint8_t* claims, const IsInView& isInView, const EnterHost& enterHost,
+                const EnterRange& enterRange) noexcept {
+    uint32_t hostPosition = 0;
+    uint32_t rangePosition = 0;
     return forEachRule<IpRule>(set.ipRules, [&](IpRule& rule, uint32_t ruleIndex) noexcept {
+        const bool isHost = isSingle(rule);
+        const uint32_t position = isHost ? hostPosition++ : rangePosition++;
+        if (!isInView(rule)) {
+            return true;
+        }
         const EntryRule entryRule{ruleIndex, rule.ruleValue, rule.ruleId, rule.userData, claims};
-        const int32_t status = enterView(build, rule, entryRule);
+        const int32_t status =
+            isHost ? enterHost(position, entryRule, rule) : enterRange(position, entryRule, rule);
         if (status == RULE_ERR_DUPLICATE) {
             giveUserDataBack(set, rule, entryRule);
         }
@@ -134,19 +74,80 @@ bool enterRules(RuleSet& set, TableBuild& build, uint8_t* claims, EnterView ente
     });
 }
 
-bool enterBothViews(RuleSet& set, IpRuleTable& table, uint8_t* claims) noexcept {
-    sizeSlabs(set, table);
-    TableBuild build{set,
-                     table,
-                     {table.ipv4RangeNodes, table.ipv4RangeEntries},
-                     {table.ipv6HostNodes, table.addressEntries},
-                     {table.ipv6RangeNodes, table.ipv6RangeEntries}};
-    if (!enterRules(set, build, claims, enterIpv4View) ||
-        !enterRules(set, build, claims, enterIpv6View)) {
+// Enters the rules into the 32-bit structures; a rule of IPv6 addresses has no place there.
+bool buildIpv4View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
+                   uint8_t* claims) noexcept {
+    IntervalInsertion<uint32_t> ranges(table.ipv4RangeNodes, table.ipv4RangeEntries, places.ranges);
+    const bool hasHosts = places.hosts.ipv4Count != 0;
+    const bool hasRanges = places.ranges.ipv4Count != 0;
+    if ((hasHosts && !createHostTable(table.hostTable, set.ipRules.ruleCount)) ||
+        (hasRanges &&
+         (!createTree(table.ipv4RangeTree, set, classifyInterval32, releaseRangeEntries32) ||
+          !ranges.reserve()))) {
         return false;
     }
-    table.leftOut = build.ipv4Ranges.leftOut + build.ipv6Ranges.leftOut;
-    return true;
+    const bool isEntered = enterRules(
+        set, claims, hasIpv4View,
+        [&](uint32_t position, const EntryRule& entryRule, const IpRule& rule) noexcept {
+            return places.hosts.ranks[position] == DUPLICATE_HOST
+                       ? RULE_ERR_DUPLICATE
+                       : insertHost(*table.hostTable, table.hostEntries,
+                                    rule.addresses.startAddress.words[3], entryRule);
+        },
+        [&](uint32_t position, const EntryRule& entryRule, const IpRule&) noexcept {
+            return ranges.insert(position, entryRule);
+        });
+    if (hasRanges) {
+        ranges.link(*table.ipv4RangeTree);
+    }
+    table.leftOut += ranges.leftOut();
+    return isEntered;
+}
+
+// Enters all rules into the 128-bit structures, IPv4 rules in their mapped form.
+bool buildIpv6View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
+                   uint8_t* claims) noexcept {
+    AddressInsertion hosts(table, places.hosts);
+    IntervalInsertion<Address128> ranges(table.ipv6RangeNodes, table.ipv6RangeEntries,
+                                         places.ranges);
+    const bool hasHosts = places.hosts.count != 0;
+    const bool hasRanges = places.ranges.count != 0;
+    if ((hasHosts &&
+         (!createTree(table.ipv6HostTree, set, compareAddressKey, releaseAddressEntries) ||
+          !hosts.reserve())) ||
+        (hasRanges &&
+         (!createTree(table.ipv6RangeTree, set, classifyInterval128, releaseRangeEntries128) ||
+          !ranges.reserve()))) {
+        return false;
+    }
+    const bool isEntered = enterRules(
+        set, claims, [](const IpRule&) noexcept { return true; },
+        [&](uint32_t position, const EntryRule& entryRule, const IpRule&) noexcept {
+            return places.hosts.ranks[position] == DUPLICATE_HOST
+                       ? RULE_ERR_DUPLICATE
+                       : hosts.insert(position, entryRule);
+        },
+        [&](uint32_t position, const EntryRule& entryRule, const IpRule&) noexcept {
+            return ranges.insert(position, entryRule);
+        });
+    if (hasHosts) {
+        hosts.link(*table.ipv6HostTree);
+    }
+    if (hasRanges) {
+        ranges.link(*table.ipv6RangeTree);
+    }
+    table.leftOut += ranges.leftOut();
+    return isEntered;
+}
+
+// What the views need beside the table is gone when this returns.
+bool buildBothViews(RuleSet& set, IpRuleTable& table, uint8_t* claims) noexcept {
+    RulePlaces places{};
+    if (!placeRules(set.ipRules, places)) {
+        return false;
+    }
+    sizeSlabs(places, table);
+    return buildIpv4View(set, places, table, claims) && buildIpv6View(set, places, table, claims);
 }
 
 }  // namespace
@@ -161,7 +162,7 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
         return nullptr;
     }
     auto table = newStructure<IpRuleTable, releaseIpRuleTable>(*set);
-    if (!table || !enterBothViews(*set, *table, claims.get())) {
+    if (!table || !buildBothViews(*set, *table, claims.get())) {
         return nullptr;  // the owner frees what was made and gives its userData back
     }
     return group->ipTable = table.release();

@@ -3,16 +3,17 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "core/entry.h"
-#include "core/memory.h"
-#include "core/range_node.h"
 #include "lookup/address_hash.h"
+#include "lookup/hash_table.h"
 
 namespace rs {
 
 namespace {
+
+// While one rule is entered, what a rule so much later needs is on its way.
+constexpr uint32_t RULES_AHEAD = 8;
 
 // An entry of any kind for a rule; null when memory is out. It does not own the userData yet: see claimUserData.
 template <typename Entry>
@@ -31,314 +32,267 @@ void claimUserData(Entry& entry, const EntryRule& rule) noexcept {
     markRuleReleased(rule.userDataClaims, rule.userData, rule.ruleIndex - 1, &entry.entryFlags);
 }
 
-// A node with a key and its first entry; null when memory is out.
-template <typename Node, typename Entry, typename Key>
-Node* makeNode(Slab<Node>& nodes, Slab<Entry>& entries, const Key& key,
-               const EntryRule& rule) noexcept {
-    Node* made = newRecord(nodes);
-    if (made == nullptr) {
-        return nullptr;
-    }
-    Entry* entry = makeEntry(entries, rule);
+bool isUnclaimed(const EntryRule& rule) noexcept {
+    return rule.userData != nullptr && rule.userDataClaims[rule.ruleIndex - 1] == 0;
+}
+
+// The index of covered intervals wakes up where rules take more steps than this on average, and more than some
+// hundred at all. Real lists of address ranges take one or two: all ranges of autonomous systems and countries
+// together 2.1. A step reads an entry that may be anywhere, so that some ten of them cost as much as the index.
+constexpr uint64_t STEPS_PER_RULE = 8;
+constexpr uint64_t FREE_STEPS = 500;
+
+}  // namespace
+
+int32_t insertHost(HashTable& hostTable, Slab<HostEntry>& entries, uint32_t address,
+                   const EntryRule& rule) noexcept {
+    HostEntry* entry = makeEntry(entries, rule);
     if (entry == nullptr) {
-        takeBackRecord(nodes);
-        return nullptr;
+        return RULE_ERR_NO_MEMORY;
     }
-    made->key = key;
-    made->node.key = &made->key;
-    made->node.entries = entry;
-    made->node.entryNumber = entries.count - 1;
-    made->node.lastEntry = entry;
-    made->node.entryCount = 1;
-    return made;
+    entry->address = address;
+    hashAdd(hostTable, hashIPv4(address),
+            [entry](HashBucket& bucket) noexcept { appendToList(bucket.list, entry->links); });
+    claimUserData(*entry, rule);
+    return RULE_OK;
 }
 
-template <typename Entry>
-Entry& firstEntryOf(const TreeNode& node) noexcept {
-    return *static_cast<Entry*>(node.entries);
-}
-
-struct HostInsertion {
-    Slab<HostEntry>* entries;
-    uint32_t address;
-    const EntryRule* rule;
-    int32_t status;
-};
-
-void* insertIntoHostBucket(HashBucket* bucket, void* item) noexcept {
-    auto* insertion = static_cast<HostInsertion*>(item);
-    for (ListLink* link = bucket->list.next; link != &bucket->list; link = link->next) {
-        const HostEntry* entry = hostEntryOf(link);
-        if (entry->address == insertion->address &&
-            entry->ruleValue == insertion->rule->ruleValue) {
-            insertion->status = RULE_ERR_DUPLICATE;
-            return nullptr;
+int32_t AddressInsertion::insert(uint32_t position, const EntryRule& rule) noexcept {
+    if (position + RULES_AHEAD < hosts_.count &&
+        hosts_.ranks[position + RULES_AHEAD] != DUPLICATE_HOST) {
+        growing_.prefetch(hosts_.ranks[position + RULES_AHEAD]);
+    }
+    const uint32_t rank = hosts_.ranks[position];
+    const uint32_t before = growing_.atOrBefore(rank);
+    const bool isNewNode = before != rank;
+    if (isNewNode && newRecord(table_.ipv6HostNodes) == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    AddressEntry* entry = makeEntry(table_.addressEntries, rule);
+    if (entry == nullptr) {
+        if (isNewNode) {
+            takeBackRecord(table_.ipv6HostNodes);
         }
+        return RULE_ERR_NO_MEMORY;
     }
-    HostEntry* entry = makeEntry(*insertion->entries, *insertion->rule);
-    if (entry == nullptr) {
-        insertion->status = RULE_ERR_NO_MEMORY;
-        return nullptr;
+    const uint32_t number = table_.addressEntries.count - 1;
+    if (isNewNode) {
+        growing_.add(rank, before, growing_.atOrAfter(rank), number);
+    } else {
+        growing_.append(rank, table_.addressEntries, number);
     }
-    entry->address = insertion->address;
-    claimUserData(*entry, *insertion->rule);
-    appendToList(bucket->list, entry->links);
-    insertion->status = RULE_OK;
-    return insertion;
+    claimUserData(*entry, rule);
+    return RULE_OK;
 }
 
-// Whether an entry of a node is one that isDuplicate(entry) takes. Counts the entries walked.
-template <typename Entry, typename IsDuplicate>
-bool hasEntry(const TreeNode& node, uint64_t& steps, const IsDuplicate& isDuplicate) noexcept {
-    for (auto* entry = static_cast<const Entry*>(node.entries); entry != nullptr;
+void AddressInsertion::link(SearchTree& tree) noexcept {
+    growing_.link(tree, table_.ipv6HostNodes, table_.addressEntries,
+                  [this](AddressNode& record, uint32_t rank) noexcept {
+                      record.key = hosts_.addresses.at<Address128>(rank);
+                  });
+}
+
+template <typename Address>
+bool IntervalInsertion<Address>::reserve() noexcept {
+    const uint32_t rankCount = ranges_.addresses.count();
+    ends_.reset(allocateArray<uint32_t>(rankCount));
+    return ends_ != nullptr && growing_.reserve(rankCount) && entered_.reserve(ranges_.count);
+}
+
+template <typename Address>
+int32_t IntervalInsertion<Address>::insert(uint32_t position, const EntryRule& rule) noexcept {
+    if (position + RULES_AHEAD < ranges_.count) {
+        const uint32_t low = ranges_.ranges[position + RULES_AHEAD].low;
+        growing_.prefetch(low);
+        __builtin_prefetch(&ends_[low]);
+    }
+    if (!isAwake_ && steps_ > STEPS_PER_RULE * position + FREE_STEPS) {
+        wakeCovers();
+    }
+    const Piece& whole = ranges_.ranges[position];
+    hasEntered_ = false;
+    owner_ = isUnclaimed(rule) ? findOwner(whole, rule.ruleValue) : NO_RANK;
+    const int32_t status = enterPieces(whole, rule);
+    if (status == RULE_OK) {
+        entered_.add(position);
+        if (isAwake_) {
+            covers_.add(position);
+        }
+    } else if (!hasEntered_) {
+        ++leftOut_;
+    }
+    return hasEntered_ ? status : RULE_ERR_DUPLICATE;
+}
+
+// From low to high: a part of each node that is met, and a node for each gap.
+template <typename Address>
+int32_t IntervalInsertion<Address>::enterPieces(const Piece& whole,
+                                                const EntryRule& rule) noexcept {
+    for (Piece rest = whole; rest.low < rest.end;) {
+        const uint32_t low = isAwake_ ? skipCovered(rest, rule.ruleValue) : rest.low;
+        if (low == rest.end) {
+            break;
+        }
+        const uint32_t node = growing_.atOrBefore(low);
+        const bool isInside = node != NO_RANK && ends_[node] > low;
+        const uint32_t next = isInside ? ends_[node] : growing_.atOrAfter(low);
+        const Piece piece{low, std::min(next, rest.end)};
+        if (!(isInside ? enterPart(node, piece, rule) : enterNode(piece, node, next, rule))) {
+            return RULE_ERR_NO_MEMORY;
+        }
+        rest.low = piece.end;
+    }
+    return RULE_OK;
+}
+
+template <typename Address>
+bool IntervalInsertion<Address>::enterNode(const Piece& key, uint32_t before, uint32_t after,
+                                           const EntryRule& rule) noexcept {
+    if (newRecord(nodes_) == nullptr) {
+        return false;
+    }
+    if (!enterEntry(key, rule)) {
+        takeBackRecord(nodes_);
+        return false;
+    }
+    ends_[key.low] = key.end;
+    growing_.add(key.low, before, after, entries_.count - 1);
+    return true;
+}
+
+// Appends an entry unless one with the same ruleValue covers the part already.
+template <typename Address>
+bool IntervalInsertion<Address>::enterPart(uint32_t node, const Piece& part,
+                                           const EntryRule& rule) noexcept {
+    if (isCovered(node, part, rule.ruleValue)) {
+        return true;
+    }
+    if (!enterEntry(part, rule)) {
+        return false;
+    }
+    growing_.append(node, entries_, entries_.count - 1);
+    return true;
+}
+
+template <typename Address>
+bool IntervalInsertion<Address>::enterEntry(const Piece& piece, const EntryRule& rule) noexcept {
+    Entry* entry = makeEntry(entries_, rule);
+    if (entry == nullptr) {
+        return false;
+    }
+    entry->low = ranges_.addresses.template at<Address>(piece.low);
+    entry->high = ranges_.addresses.template before<Address>(piece.end);
+    hasEntered_ = true;
+    if (piece.low == owner_) {
+        claimUserData(*entry, rule);
+    }
+    return true;
+}
+
+// Where the entry begins that owns the rule's userData; NO_RANK when nothing will be entered. It is the one that a way
+// down from the root makes first: one in the topmost node that the range meets, then what sticks out below, then what
+// sticks out above.
+template <typename Address>
+uint32_t IntervalInsertion<Address>::findOwner(const Piece& whole, uint32_t ruleValue) noexcept {
+    uint32_t first = growing_.atOrBefore(whole.low);
+    if (first == NO_RANK || ends_[first] <= whole.low) {
+        first = growing_.atOrAfter(whole.low);
+    }
+    if (first == NO_RANK || first >= whole.end) {
+        return whole.low;
+    }
+    const uint32_t second = growing_.atOrAfter(first + 1);
+    const bool meetsSeveral = second != NO_RANK && second < whole.end;
+    return findOwner(meetsSeveral ? growing_.root() : first, whole, ruleValue);
+}
+
+// The same for a piece, on the way down from a node.
+template <typename Address>
+uint32_t IntervalInsertion<Address>::findOwner(uint32_t node, const Piece& piece,
+                                               uint32_t ruleValue) noexcept {
+    if (isAwake_ && covers_.reach(ruleValue, piece.low) >= piece.end) {
+        return NO_RANK;
+    }
+    while (node != NO_RANK && (piece.end <= node || piece.low >= ends_[node])) {
+        const ShapeNode& links = growing_.linksOf(node);
+        node = piece.end <= node ? links.left : links.right;
+    }
+    if (node == NO_RANK) {
+        return piece.low;
+    }
+    const Piece part{std::max(piece.low, node), std::min(piece.end, ends_[node])};
+    if (!isCovered(node, part, ruleValue)) {
+        return part.low;
+    }
+    uint32_t owner = NO_RANK;
+    if (piece.low < part.low) {
+        owner = findOwner(growing_.linksOf(node).left, {piece.low, part.low}, ruleValue);
+    }
+    if (owner == NO_RANK && part.end < piece.end) {
+        owner = findOwner(growing_.linksOf(node).right, {part.end, piece.end}, ruleValue);
+    }
+    return owner;
+}
+
+// Passes over the nodes whose parts one earlier range covers, up to the end of the piece or to where a part begins that
+// has to be looked at by itself. What is covered has no gaps.
+template <typename Address>
+uint32_t IntervalInsertion<Address>::skipCovered(const Piece& piece,
+                                                 uint32_t ruleValue) const noexcept {
+    const uint32_t end = covers_.reach(ruleValue, piece.low);
+    if (end <= piece.low || end >= piece.end) {
+        return end <= piece.low ? piece.low : piece.end;
+    }
+    const uint32_t node = growing_.atOrBefore(end);
+    const bool endsInside = node < end && ends_[node] > end;
+    return endsInside ? std::max(node, piece.low) : end;
+}
+
+template <typename Address>
+bool IntervalInsertion<Address>::isCovered(uint32_t node, const Piece& part,
+                                           uint32_t ruleValue) noexcept {
+    ++steps_;
+    return isAwake_ ? covers_.reach(ruleValue, part.low) >= part.end
+                    : hasCoveringEntry(node, part, ruleValue);
+}
+
+template <typename Address>
+bool IntervalInsertion<Address>::hasCoveringEntry(uint32_t node, const Piece& part,
+                                                  uint32_t ruleValue) noexcept {
+    const auto low = ranges_.addresses.template at<Address>(part.low);
+    const auto high = ranges_.addresses.template before<Address>(part.end);
+    for (const Entry* entry = &recordAt(entries_, growing_.firstEntryOf(node)); entry != nullptr;
          entry = entry->next) {
-        ++steps;
-        if (isDuplicate(*entry)) {
+        ++steps_;
+        if (entry->ruleValue == ruleValue && entry->low <= low && entry->high >= high) {
             return true;
         }
     }
     return false;
 }
 
-// A node has one entry at least, which came with it.
-template <typename Entry>
-void appendEntry(TreeNode& node, Entry* entry) noexcept {
-    static_cast<Entry*>(node.lastEntry)->next = entry;
-    node.lastEntry = entry;
-    ++node.entryCount;
-}
-
-// The index of covered intervals wakes up where rules take more steps than this on average. Real lists
-// of address ranges take one or two: all ranges of autonomous systems and countries together 2.1.
-constexpr uint64_t STEPS_PER_RULE = 64;
-
-// One rule's way into an interval tree. Work is the chain of intervals still to enter. What sticks
-// out of a node is queued before all other work, so that the pieces are entered from low to high.
+// Makes the index of all ranges so far. When memory is out, walks go on.
 template <typename Address>
-class IntervalInsertion {
-public:
-    using Key = IntervalKey<Address>;
-    using Entry = RangeEntry<Address>;
-    using Work = OwnedRanges<Address>;
-
-    IntervalInsertion(SearchTree& tree, IntervalBuild<Address>& build,
-                      const EntryRule& rule) noexcept
-        : tree_(tree), build_(build), rule_(rule) {}
-
-    int32_t insert(const Address& low, const Address& high) noexcept {
-        const bool hasRoom = build_.covers.reserveOne() && queue(low, high);
-        int32_t status = hasRoom ? RULE_OK : RULE_ERR_NO_MEMORY;
-        while (status == RULE_OK && work_) {
-            Work item = takeItem();
-            status = enter(std::move(item));
+void IntervalInsertion<Address>::wakeCovers() noexcept {
+    if (mayWake_ && covers_.reserve(ranges_)) {
+        for (uint32_t position = entered_.atOrAfter(0); position != NO_RANK;
+             position = entered_.atOrAfter(position + 1)) {
+            covers_.add(position);
         }
-        if (status == RULE_OK) {
-            build_.covers.add(rule_.ruleValue, low, high);
-        } else if (status == RULE_ERR_NO_MEMORY && !entered_) {
-            ++build_.leftOut;
-        }
-        return entered_ ? status : RULE_ERR_DUPLICATE;
+        isAwake_ = true;
     }
-
-private:
-    bool queue(const Address& low, const Address& high) noexcept {
-        Key* item = makeRange(low, high);
-        if (item == nullptr) {
-            return false;
-        }
-        item->next = work_.release();
-        work_.reset(item);
-        return true;
-    }
-
-    Work takeItem() noexcept {
-        Work item = std::move(work_);
-        work_.reset(item->next);
-        item->next = nullptr;
-        return item;
-    }
-
-    int32_t enter(Work item) noexcept {
-        countStep();
-        if (isCovered(item->low, item->high)) {
-            return RULE_OK;
-        }
-        const TreePlace place = findTreePlace(tree_, item.get());
-        if (place.node == nullptr) {
-            return enterNewNode(place, *item);
-        }
-        const int32_t status = queueRemainders(*item, place);
-        if (status != RULE_OK) {
-            return status;
-        }
-        const auto& key = *static_cast<const Key*>(place.node->key);
-        return enterCoveredPart(*place.node, std::max(item->low, key.low),
-                                std::min(item->high, key.high));
-    }
-
-    void countStep() noexcept {
-        ++build_.steps;
-        if (!build_.covers.isAwake() &&
-            build_.steps > STEPS_PER_RULE * (uint64_t{build_.covers.count()} + 1)) {
-            build_.covers.wake();
-        }
-    }
-
-    // Whether one earlier rule with the same ruleValue covers all of a piece, as far as the index knows.
-    // Such a piece adds nothing to any node: each has an entry that covers its part, of that rule or of
-    // one that made an entry of that rule superfluous.
-    bool isCovered(const Address& low, const Address& high) const noexcept {
-        return build_.covers.isAwake() && build_.covers.covers(rule_.ruleValue, low, high);
-    }
-
-    int32_t enterNewNode(const TreePlace& place, const Key& key) noexcept {
-        IntervalNode<Address>* made = makeNode(build_.nodes, build_.entries, key, rule_);
-        if (made == nullptr) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        auto& entry = firstEntryOf<Entry>(made->node);
-        entry.low = key.low;
-        entry.high = key.high;
-        insertTreeNode(tree_, place, made->node);
-        claimUserData(entry, rule_);
-        entered_ = true;
-        return RULE_OK;
-    }
-
-    // The lower remainder is queued last, since it comes first.
-    int32_t queueRemainders(const Key& item, const TreePlace& place) noexcept {
-        const auto& key = *static_cast<const Key*>(place.node->key);
-        const bool sticksOutBelow =
-            place.relation == KEY_STICKS_OUT_BELOW || place.relation == KEY_STICKS_OUT_BOTH;
-        const bool sticksOutAbove =
-            place.relation == KEY_STICKS_OUT_ABOVE || place.relation == KEY_STICKS_OUT_BOTH;
-        if (!sticksOutBelow && !sticksOutAbove && place.relation != KEY_INSIDE) {
-            return RULE_ERR_INVALID_ARG;
-        }
-        if (sticksOutAbove && !queue(nextAddress(key.high), item.high)) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        if (sticksOutBelow && !queue(item.low, previousAddress(key.low))) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        return RULE_OK;
-    }
-
-    // Appends an entry unless one with the same ruleValue covers the part already.
-    int32_t enterCoveredPart(TreeNode& node, const Address& low, const Address& high) noexcept {
-        if (isCoveredInNode(node, low, high)) {
-            return RULE_OK;
-        }
-        Entry* entry = makeEntry(build_.entries, rule_);
-        if (entry == nullptr) {
-            return RULE_ERR_NO_MEMORY;
-        }
-        entry->low = low;
-        entry->high = high;
-        claimUserData(*entry, rule_);
-        appendEntry(node, entry);
-        entered_ = true;
-        return RULE_OK;
-    }
-
-    bool isCoveredInNode(const TreeNode& node, const Address& low, const Address& high) noexcept {
-        if (build_.covers.isAwake()) {
-            return isCovered(low, high);
-        }
-        return hasEntry<Entry>(node, build_.steps, [&](const Entry& entry) noexcept {
-            return entry.low <= low && entry.high >= high && entry.ruleValue == rule_.ruleValue;
-        });
-    }
-
-    SearchTree& tree_;
-    IntervalBuild<Address>& build_;
-    const EntryRule& rule_;
-    Work work_;
-    bool entered_ = false;
-};
-
-int32_t insertAddressNode(SearchTree& tree, AddressBuild& build, const TreePlace& place,
-                          const Address128& address, const EntryRule& rule) noexcept {
-    AddressNode* made = makeNode(build.nodes, build.entries, address, rule);
-    if (made == nullptr) {
-        return RULE_ERR_FAILED;
-    }
-    insertTreeNode(tree, place, made->node);
-    claimUserData(firstEntryOf<AddressEntry>(made->node), rule);
-    return RULE_OK;
+    mayWake_ = false;
 }
 
-// A node with this many entries has their ruleValues in the table, so that no walk is longer.
-constexpr uint32_t CROWDED_ENTRIES = 16;
-
-bool fileValues(const TreeNode& node, ValueTable& crowdedValues) noexcept {
-    for (auto* entry = static_cast<const AddressEntry*>(node.entries); entry != nullptr;
-         entry = entry->next) {
-        if (!crowdedValues.add(&node, entry->ruleValue)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool hasValue(const TreeNode& node, const ValueTable& crowdedValues, uint32_t ruleValue) noexcept {
-    if (node.entryCount >= CROWDED_ENTRIES) {
-        return crowdedValues.contains(&node, ruleValue);
-    }
-    uint64_t steps = 0;
-    return hasEntry<AddressEntry>(node, steps, [ruleValue](const AddressEntry& entry) noexcept {
-        return entry.ruleValue == ruleValue;
+template <typename Address>
+void IntervalInsertion<Address>::link(SearchTree& tree) noexcept {
+    growing_.link(tree, nodes_, entries_, [this](Node& record, uint32_t rank) noexcept {
+        record.key = {ranges_.addresses.template at<Address>(rank),
+                      ranges_.addresses.template before<Address>(ends_[rank]), nullptr};
     });
 }
 
-// Files the value that was appended last, or all of a node that has become crowded by it.
-bool noteValue(const TreeNode& node, ValueTable& crowdedValues, uint32_t ruleValue) noexcept {
-    if (node.entryCount == CROWDED_ENTRIES) {
-        return fileValues(node, crowdedValues);
-    }
-    return node.entryCount < CROWDED_ENTRIES || crowdedValues.add(&node, ruleValue);
-}
-
-int32_t appendAddressEntry(TreeNode& node, AddressBuild& build, const EntryRule& rule) noexcept {
-    if (hasValue(node, build.crowdedValues, rule.ruleValue)) {
-        return RULE_ERR_DUPLICATE;
-    }
-    AddressEntry* entry = node.entries == nullptr ? nullptr : makeEntry(build.entries, rule);
-    if (entry == nullptr) {
-        return RULE_ERR_FAILED;
-    }
-    claimUserData(*entry, rule);
-    appendEntry(node, entry);
-    return noteValue(node, build.crowdedValues, rule.ruleValue) ? RULE_OK : RULE_ERR_FAILED;
-}
-
-}  // namespace
-
-int32_t insertHost(HashTable* hostTable, Slab<HostEntry>& entries, uint32_t address,
-                   const EntryRule& rule) noexcept {
-    HostInsertion insertion{&entries, address, &rule, RULE_ERR_INVALID_ARG};
-    const int32_t count =
-        hashInsert(hostTable, hashIPv4(address), &insertion, insertIntoHostBucket);
-    return count > 0 ? RULE_OK : insertion.status;
-}
-
-int32_t insertAddress128(SearchTree* tree, AddressBuild& build, const Address128& address,
-                         const EntryRule& rule) noexcept {
-    const TreePlace place = findTreePlace(*tree, &address);
-    if (place.node == nullptr) {
-        return insertAddressNode(*tree, build, place, address, rule);
-    }
-    return appendAddressEntry(*place.node, build, rule);
-}
-
-int32_t insertInterval32(SearchTree* tree, IntervalBuild<uint32_t>& build, uint32_t low,
-                         uint32_t high, const EntryRule& rule) noexcept {
-    return IntervalInsertion<uint32_t>(*tree, build, rule).insert(low, high);
-}
-
-int32_t insertInterval128(SearchTree* tree, IntervalBuild<Address128>& build, const Address128& low,
-                          const Address128& high, const EntryRule& rule) noexcept {
-    return IntervalInsertion<Address128>(*tree, build, rule).insert(low, high);
-}
+template class IntervalInsertion<uint32_t>;
+template class IntervalInsertion<Address128>;
 
 }  // namespace rs

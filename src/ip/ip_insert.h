@@ -8,21 +8,24 @@
 //     becomes   |-2-||----1, 2----||----2-----|
 //
 // Each operation returns RULE_OK, RULE_ERR_DUPLICATE when the rule adds nothing to what earlier rules
-// with the same ruleValue cover, or another status, which fails the build.
+// with the same ruleValue cover, or RULE_ERR_NO_MEMORY, which fails the build. The rules of a view are
+// entered in rule order. Their places (ip/rule_places.h) say what meets without a way down a tree. When
+// all are entered, or one has failed, link() makes the tree.
 //
-// Ownership:  the structure owns what enters it. The first entry of a rule that is sure to stay owns
+// Ownership:  the table owns what enters it. The first entry of a rule that is sure to stay owns
 //             the rule's userData; the claims remember that.
 // Threads:    none; a table is built by one thread.
-// Cost:       a bucket is walked for a host. Everything else takes a descent for each piece of an
-//             interval, and a walk over the node's entries. Where walks would add up, indexes take
-//             their place, so that a build costs a few descents for each rule and entry.
+// Cost:       a step for a host, a few for each piece of an interval. A build walks the entries of nodes only as long
+//             as that is cheap; then a CoverIndex takes the place of walks.
 #pragma once
 
 #include <cstdint>
 
+#include "core/memory.h"
 #include "ip/cover_index.h"
+#include "ip/growing_tree.h"
 #include "ip/ip_index.h"
-#include "ip/value_table.h"
+#include "ip/rule_places.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -36,35 +39,88 @@ struct EntryRule {
     uint8_t* userDataClaims;  // borrowed; one byte per rule of the set, null when none has userData
 };
 
-[[nodiscard]] int32_t insertHost(HashTable* hostTable, Slab<HostEntry>& entries, uint32_t address,
+// Appends an entry to the bucket of an address. The table has buckets.
+[[nodiscard]] int32_t insertHost(HashTable& hostTable, Slab<HostEntry>& entries, uint32_t address,
                                  const EntryRule& rule) noexcept;
 
-// What a tree of addresses needs beside itself while rules are entered.
-struct AddressBuild {
-    Slab<AddressNode>& nodes;
-    Slab<AddressEntry>& entries;
-    ValueTable crowdedValues{};
+// Enters hosts into the tree of addresses.
+class AddressInsertion {
+public:
+    AddressInsertion(IpRuleTable& table, const HostPlaces& hosts) noexcept
+        : table_(table), hosts_(hosts) {}
+
+    // Makes room for all hosts. False when memory is out.
+    [[nodiscard]] bool reserve() noexcept { return growing_.reserve(hosts_.addresses.count()); }
+
+    // Enters the host of a position, which is no duplicate.
+    [[nodiscard]] int32_t insert(uint32_t position, const EntryRule& rule) noexcept;
+
+    void link(SearchTree& tree) noexcept;
+
+private:
+    IpRuleTable& table_;
+    const HostPlaces& hosts_;
+    GrowingTree growing_;
 };
 
-[[nodiscard]] int32_t insertAddress128(SearchTree* tree, AddressBuild& build,
-                                       const Address128& address, const EntryRule& rule) noexcept;
-
-// What a tree of intervals needs beside itself while rules are entered.
+// Enters ranges into a tree of intervals.
 template <typename Address>
-struct IntervalBuild {
-    Slab<IntervalNode<Address>>& nodes;
-    Slab<RangeEntry<Address>>& entries;
-    CoverIndex<Address> covers{};
-    uint64_t steps = 0;    // nodes that were met and entries that were walked
-    uint32_t leftOut = 0;  // intervals for which memory ran out before a part had entered
+class IntervalInsertion {
+public:
+    using Entry = RangeEntry<Address>;
+    using Node = IntervalNode<Address>;
+
+    IntervalInsertion(Slab<Node>& nodes, Slab<Entry>& entries, const RangePlaces& ranges) noexcept
+        : nodes_(nodes), entries_(entries), ranges_(ranges) {}
+
+    // Makes room for all ranges. False when memory is out.
+    [[nodiscard]] bool reserve() noexcept;
+
+    // Enters the range of a position.
+    //
+    // Deliberate: memory that runs out before any part of the range is entered is RULE_ERR_DUPLICATE
+    // too, so that the build goes on without the rule; leftOut() counts these.
+    [[nodiscard]] int32_t insert(uint32_t position, const EntryRule& rule) noexcept;
+
+    void link(SearchTree& tree) noexcept;
+
+    [[nodiscard]] uint32_t leftOut() const noexcept { return leftOut_; }
+
+    // The nodes that were met and the entries that were walked.
+    [[nodiscard]] uint64_t steps() const noexcept { return steps_; }
+
+private:
+    // Ranks: [low, end).
+    using Piece = RangePlace;
+
+    int32_t enterPieces(const Piece& whole, const EntryRule& rule) noexcept;
+    bool enterNode(const Piece& key, uint32_t before, uint32_t after,
+                   const EntryRule& rule) noexcept;
+    bool enterPart(uint32_t node, const Piece& part, const EntryRule& rule) noexcept;
+    bool enterEntry(const Piece& piece, const EntryRule& rule) noexcept;
+    uint32_t findOwner(const Piece& whole, uint32_t ruleValue) noexcept;
+    uint32_t findOwner(uint32_t node, const Piece& piece, uint32_t ruleValue) noexcept;
+    [[nodiscard]] uint32_t skipCovered(const Piece& piece, uint32_t ruleValue) const noexcept;
+    bool isCovered(uint32_t node, const Piece& part, uint32_t ruleValue) noexcept;
+    bool hasCoveringEntry(uint32_t node, const Piece& part, uint32_t ruleValue) noexcept;
+    void wakeCovers() noexcept;
+
+    Slab<Node>& nodes_;
+    Slab<Entry>& entries_;
+    const RangePlaces& ranges_;
+    GrowingTree growing_;
+    OwnedMemory<uint32_t[]> ends_;  // of the nodes, by rank
+    RankSet entered_;               // the positions of the ranges that are in the tree
+    CoverIndex covers_;
+    bool isAwake_ = false;  // covers_ has all of entered_
+    bool mayWake_ = true;
+    bool hasEntered_ = false;   // a part of the rule that is being entered
+    uint32_t owner_ = NO_RANK;  // where its entry begins that will own the userData
+    uint64_t steps_ = 0;
+    uint32_t leftOut_ = 0;
 };
 
-// Deliberate: what fails before any part of the interval is entered is RULE_ERR_DUPLICATE too, out
-// of memory included, so that the build goes on without the rule; build.leftOut counts these.
-[[nodiscard]] int32_t insertInterval32(SearchTree* tree, IntervalBuild<uint32_t>& build,
-                                       uint32_t low, uint32_t high, const EntryRule& rule) noexcept;
-[[nodiscard]] int32_t insertInterval128(SearchTree* tree, IntervalBuild<Address128>& build,
-                                        const Address128& low, const Address128& high,
-                                        const EntryRule& rule) noexcept;
+extern template class IntervalInsertion<uint32_t>;
+extern template class IntervalInsertion<Address128>;
 
 }  // namespace rs

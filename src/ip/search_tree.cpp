@@ -58,31 +58,6 @@ void rotate(SearchTree& tree, TreeNode* node, Side side) noexcept {
     node->parent = child;
 }
 
-// Repairs "no red node has a red child" above a new red node.
-void balanceAfterInsertion(SearchTree& tree, TreeNode* node) noexcept {
-    while (isRed(node->parent)) {
-        TreeNode* parent = node->parent;
-        TreeNode* grandparent = parent->parent;  // exists: a red node is not the root
-        const Side side = sideOf(grandparent, parent);
-        TreeNode* uncle = grandparent->*otherSide(side);
-        if (isRed(uncle)) {
-            parent->colour = COLOUR_BLACK;
-            uncle->colour = COLOUR_BLACK;
-            grandparent->colour = COLOUR_RED;
-            node = grandparent;
-            continue;
-        }
-        if (node == parent->*otherSide(side)) {
-            rotate(tree, parent, side);
-            std::swap(node, parent);
-        }
-        parent->colour = COLOUR_BLACK;
-        grandparent->colour = COLOUR_RED;
-        rotate(tree, grandparent, otherSide(side));
-    }
-    tree.root->colour = COLOUR_BLACK;
-}
-
 // Repairs the number of black nodes: the ways through node, which is below parent and may be null,
 // have one too few.
 void balanceAfterRemoval(SearchTree& tree, TreeNode* node, TreeNode* parent) noexcept {
@@ -184,33 +159,6 @@ SearchTree* createSearchTree(const ReleaseInfo& info, TreeCompare compare,
     tree->releaseEntries = releaseEntries;
     tree->releaseInfo = ownInfo.release();
     return tree.release();
-}
-
-TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept {
-    TreePlace place{tree.root, nullptr, KEY_INSIDE};
-    while (place.node != nullptr) {
-        place.relation = tree.compare(key, place.node);
-        if (place.relation != KEY_BELOW && place.relation != KEY_ABOVE) {
-            return place;
-        }
-        place.parent = place.node;
-        place.node = place.relation == KEY_BELOW ? place.node->left : place.node->right;
-    }
-    return place;
-}
-
-void insertTreeNode(SearchTree& tree, const TreePlace& place, TreeNode& node) noexcept {
-    node.parent = place.parent;
-    node.colour = COLOUR_RED;
-    if (place.parent == nullptr) {
-        tree.root = &node;
-    } else if (place.relation == KEY_BELOW) {
-        place.parent->left = &node;
-    } else {
-        place.parent->right = &node;
-    }
-    balanceAfterInsertion(tree, &node);
-    incrementCount(tree.nodeCount);
 }
 
 void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept {

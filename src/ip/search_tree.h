@@ -14,7 +14,7 @@
 //             are freed after the tree.
 // Threads:    lookups only read. Everything else needs the tree for itself; nodeCount is changed
 //             atomically.
-// Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes; so is an insertion.
+// Cost:       a lookup is one way down, at most 2 log2(n + 1) nodes.
 #pragma once
 
 #include <cstdint>
@@ -35,8 +35,6 @@ struct TreeNode {
     void* entries;  // the first one
     uint32_t colour;
     uint32_t entryNumber;  // of the first entry, in its slab
-    void* lastEntry;       // where the next entry is appended
-    uint32_t entryCount;
 };
 
 // What compare says of a key against a node. A way down goes left after -1 and right after 1; any
@@ -61,21 +59,9 @@ struct SearchTree {
     ReleaseInfo* releaseInfo;  // owned
 };
 
-// Where a way down ended: at a node, or at an empty place below a parent.
-struct TreePlace {
-    TreeNode* node;    // null at an empty place
-    TreeNode* parent;  // null at the root
-    int32_t relation;  // what compare said of node; at an empty place, of parent: the side of it
-};
-
 // An empty tree; null when memory is out. The caller frees it with freeSearchTree.
 [[nodiscard]] SearchTree* createSearchTree(const ReleaseInfo& info, TreeCompare compare,
                                            TreeReleaseEntries releaseEntries) noexcept;
-
-[[nodiscard]] TreePlace findTreePlace(const SearchTree& tree, const void* key) noexcept;
-
-// Links a node, whose key and entries are set, at an empty place that findTreePlace has found for its key.
-void insertTreeNode(SearchTree& tree, const TreePlace& place, TreeNode& node) noexcept;
 
 // Takes node out of the tree and gives back what its entries own.
 void removeTreeNode(SearchTree& tree, TreeNode* node) noexcept;

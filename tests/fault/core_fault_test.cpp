@@ -11,6 +11,7 @@
 #include "lookup/hash_table.h"
 #include "support/failing_allocator.h"
 #include "support/text.h"
+#include "support/tree_insertion.h"
 
 namespace rs::test {
 

@@ -307,7 +307,7 @@ TEST(IpGroupFault, FailedInsertionOfHostLeavesTheBucketAlone) {
         const uint64_t failures = failEachAllocation([&](uint64_t number) {
             const uint32_t before = table->elementCount;
             const AllocationWatch watch(number);
-            const int32_t status = insertHost(table.get(), entries, 1, entry);
+            const int32_t status = insertHost(*table, entries, 1, entry);
             EXPECT_EQ(watch.hasFailed(), status != RULE_OK);
             EXPECT_NE(RULE_ERR_DUPLICATE, status);
             EXPECT_EQ(before + (watch.hasFailed() ? 0 : 1), table->elementCount);

@@ -15,6 +15,7 @@
 #include "support/random_source.h"
 #include "support/rule_handles.h"
 #include "support/search_tree_check.h"
+#include "support/tree_insertion.h"
 #include "syntax/address128.h"
 
 namespace rs::test {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <utility>
@@ -12,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include "lookup/address_hash.h"
-#include "support/random_source.h"
 #include "support/search_tree_check.h"
 #include "support/tree_text.h"
 
@@ -38,10 +39,8 @@ struct Width<uint32_t> {
     static constexpr uint32_t LAST = ONES;
     static uint32_t address(uint32_t number) { return number; }
     static uint32_t number(uint32_t address) { return address; }
-    static int32_t insert(SearchTree* tree, IntervalBuild<uint32_t>& build, uint32_t low,
-                          uint32_t high, const EntryRule& rule) {
-        return insertInterval32(tree, build, low, high, rule);
-    }
+    static Address128 words(uint32_t address) { return mappedAddress(address); }
+    static constexpr uint32_t FLAGS = 0;
 };
 
 template <>
@@ -55,44 +54,51 @@ struct Width<Address128> {
                             : Address128{{8, 0, 0, number - 100}};
     }
     static uint32_t number(const Address128& address) { return address.words[3] + 100; }
-    static int32_t insert(SearchTree* tree, IntervalBuild<Address128>& build, const Address128& low,
-                          const Address128& high, const EntryRule& rule) {
-        return insertInterval128(tree, build, low, high, rule);
-    }
+    static Address128 words(const Address128& address) { return address; }
+    static constexpr uint32_t FLAGS = ADDRESS_FLAG_IPV6;
 };
 
-// The intervals that a tree was searched for, one after the other.
-Intervals searches;
+// The records of a list of rules.
+class Rules {
+public:
+    Rules() { resetList(list_.head); }
 
-template <typename Address>
-int32_t recordSearch(const void* key, const TreeNode* node) noexcept {
-    const auto& item = *static_cast<const IntervalKey<Address>*>(key);
-    const std::pair search(Width<Address>::number(item.low), Width<Address>::number(item.high));
-    if (searches.empty() || searches.back() != search) {
-        searches.push_back(search);
-    }
-    return Width<Address>::CLASSIFY(key, node);
-}
-
-// The slabs of a tree of intervals.
-template <typename Address>
-struct IntervalRecords {
-    IntervalRecords() = default;
-    IntervalRecords(const IntervalRecords&) = delete;
-    IntervalRecords& operator=(const IntervalRecords&) = delete;
-    ~IntervalRecords() {
-        freeSlab(nodes);
-        freeSlab(entries);
+    void add(const Address128& low, const Address128& high, uint32_t flags, const EntryRule& rule) {
+        IpRule& record = records_.emplace_back();
+        record.addresses.startAddress = low;
+        record.addresses.endAddress = high;
+        record.addresses.addressFlags = flags;
+        record.ruleValue = rule.ruleValue;
+        appendToList(list_.head, record.links);
+        ++list_.ruleCount;
+        rules_.push_back(rule);
     }
 
-    Slab<IntervalNode<Address>> nodes{};
-    Slab<RangeEntry<Address>> entries{};
+    RuleList& list() { return list_; }
+    const std::vector<EntryRule>& rules() const { return rules_; }
+    void clear() { *this = Rules(); }
+
+private:
+    Rules& operator=(Rules&& other) {
+        records_ = std::move(other.records_);
+        rules_ = std::move(other.rules_);
+        list_.ruleCount = 0;
+        resetList(list_.head);
+        return *this;
+    }
+
+    std::deque<IpRule> records_;
+    RuleList list_{};
+    std::vector<EntryRule> rules_;
 };
 
+// A rule is entered with all rules before it: the places of rules depend on the whole list.
 template <typename Address>
 class IntervalInsertion : public ::testing::Test {
 protected:
     using Of = Width<Address>;
+
+    ~IntervalInsertion() override { clear(); }
 
     int32_t insert(uint32_t low, uint32_t high, uint32_t ruleIndex, uint32_t ruleValue,
                    void* userData = nullptr) {
@@ -101,10 +107,40 @@ protected:
 
     int32_t insertAddresses(const Address& low, const Address& high, uint32_t ruleIndex,
                             uint32_t ruleValue, void* userData = nullptr) {
-        const EntryRule rule{ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims};
-        const int32_t status = Of::insert(tree.get(), build, low, high, rule);
+        add(low, high, ruleIndex, ruleValue, userData);
+        return build();
+    }
+
+    void add(const Address& low, const Address& high, uint32_t ruleIndex, uint32_t ruleValue,
+             void* userData = nullptr) {
+        rules.add(Of::words(low), Of::words(high), Of::FLAGS,
+                  {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+    }
+
+    // The status of the last rule.
+    int32_t build() {
+        clear();
+        tree.reset(createSearchTree({}, Of::CLASSIFY, Of::RELEASE));
+        std::copy(std::begin(claimsBefore), std::end(claimsBefore), claims);
+        RulePlaces places{};
+        EXPECT_TRUE(placeRules(rules.list(), places));
+        rs::IntervalInsertion<Address> insertion(nodes, entries, places.ranges);
+        EXPECT_TRUE(insertion.reserve());
+        int32_t status = RULE_OK;
+        for (uint32_t i = 0; i < places.ranges.count; ++i) {
+            status = insertion.insert(i, rules.rules()[i]);
+        }
+        EXPECT_EQ(0, insertion.leftOut());
+        insertion.link(*tree);
+        steps = insertion.steps();
         EXPECT_TRUE(checkSearchTree(*tree));
         return status;
+    }
+
+    void clear() {
+        tree.reset();
+        freeSlab(nodes);
+        freeSlab(entries);
     }
 
     Lines lines() const {
@@ -112,11 +148,12 @@ protected:
             tree.get(), [](const Address& address) { return std::to_string(Of::number(address)); });
     }
 
-    void setCompare(TreeCompare compare) { tree->compare = compare; }
-
-    IntervalRecords<Address> records;
-    OwnedSearchTree tree{createSearchTree({}, Of::CLASSIFY, Of::RELEASE)};
-    IntervalBuild<Address> build{records.nodes, records.entries};
+    Rules rules;
+    Slab<IntervalNode<Address>> nodes{};
+    Slab<RangeEntry<Address>> entries{};
+    OwnedSearchTree tree;
+    uint64_t steps = 0;
+    uint8_t claimsBefore[20] = {};
     uint8_t claims[20] = {};
     int token = 0;
 };
@@ -167,8 +204,7 @@ TYPED_TEST(IntervalInsertion, NeitherSplitsNorWidensANode) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(::testing::Message() << row.low << '-' << row.high);
-        this->tree.reset(
-            createSearchTree({}, Width<TypeParam>::CLASSIFY, Width<TypeParam>::RELEASE));
+        this->rules.clear();
         ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
         EXPECT_EQ(RULE_OK, this->insert(row.low, row.high, 2, 6));
         EXPECT_EQ(row.lines, this->lines());
@@ -225,9 +261,9 @@ TYPED_TEST(IntervalInsertion, ReachesBothEndsOfTheAddresses) {
     ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::FIRST, 1, 5));
     ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::LAST, Ends::LAST, 2, 5));
     ASSERT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::LAST, 3, 6));
-    const std::vector<const TreeNode*> nodes = nodesInOrder(this->tree.get());
-    ASSERT_EQ(3, nodes.size());
-    const auto& middle = *static_cast<const IntervalKey<TypeParam>*>(nodes[1]->key);
+    const std::vector<const TreeNode*> inOrder = nodesInOrder(this->tree.get());
+    ASSERT_EQ(3, inOrder.size());
+    const auto& middle = *static_cast<const IntervalKey<TypeParam>*>(inOrder[1]->key);
     EXPECT_EQ(nextAddress(Ends::FIRST), middle.low);
     EXPECT_EQ(previousAddress(Ends::LAST), middle.high);
     EXPECT_EQ(RULE_ERR_DUPLICATE, this->insertAddresses(Ends::FIRST, Ends::LAST, 4, 6));
@@ -241,23 +277,6 @@ TYPED_TEST(IntervalInsertion, CoversEverythingWithOneNode) {
     EXPECT_EQ(RULE_ERR_DUPLICATE, this->insertAddresses(Ends::LAST, Ends::LAST, 3, 5));
     EXPECT_EQ(RULE_OK, this->insertAddresses(Ends::FIRST, Ends::FIRST, 4, 6));
     EXPECT_EQ(1, this->tree->nodeCount);
-}
-
-// Remainders come directly behind the interval that they are left of, the lower one first.
-TYPED_TEST(IntervalInsertion, WorksOnRemaindersBeforeWhatWasQueuedEarlier) {
-    ASSERT_EQ(RULE_OK, this->insert(100, 109, 1, 5));
-    ASSERT_EQ(RULE_OK, this->insert(40, 59, 2, 5));
-    ASSERT_EQ(RULE_OK, this->insert(140, 159, 3, 5));
-    this->setCompare(recordSearch<TypeParam>);
-    searches.clear();
-    EXPECT_EQ(RULE_OK,
-              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(20),
-                                       Width<TypeParam>::address(180), {4, 6, 1004, nullptr, {}}));
-    EXPECT_EQ(
-        (Intervals{{20, 180}, {20, 99}, {20, 39}, {60, 99}, {110, 180}, {110, 139}, {160, 180}}),
-        searches);
-    this->setCompare(Width<TypeParam>::CLASSIFY);
-    EXPECT_TRUE(checkSearchTree(*this->tree));
 }
 
 TYPED_TEST(IntervalInsertion, LetsTheEntryMadeFirstOwnTheUserData) {
@@ -275,7 +294,7 @@ TYPED_TEST(IntervalInsertion, LetsTheEntryMadeFirstOwnTheUserData) {
 }
 
 TYPED_TEST(IntervalInsertion, OwnsNoUserDataThatIsClaimedAlready) {
-    this->claims[0] = 1;
+    this->claimsBefore[0] = 1;
     ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5, &this->token));
     EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
     const auto& entry = *static_cast<const RangeEntry<TypeParam>*>(this->tree->root->entries);
@@ -286,75 +305,6 @@ TYPED_TEST(IntervalInsertion, ClaimsNothingWhenNothingIsEntered) {
     ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
     ASSERT_EQ(RULE_ERR_DUPLICATE, this->insert(96, 104, 2, 5, &this->token));
     EXPECT_EQ(0, this->claims[1]);
-}
-
-// What compare must never say. Before anything was entered even that is reported as a duplicate.
-TYPED_TEST(IntervalInsertion, ReportsAnUnknownRelationAsADuplicateWhileNothingIsEntered) {
-    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
-    const EntryRule rule{2, 6, 1002, nullptr, nullptr};
-    this->setCompare([](const void* /*key*/, const TreeNode* /*node*/) noexcept { return 7; });
-    EXPECT_EQ(RULE_ERR_DUPLICATE,
-              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(1),
-                                       Width<TypeParam>::address(2), rule));
-    this->setCompare(Width<TypeParam>::CLASSIFY);
-    EXPECT_EQ((Lines{"95-105: 1 95-105"}), this->lines());
-}
-
-TYPED_TEST(IntervalInsertion, FailsAtAnUnknownRelationOnceSomethingIsEntered) {
-    ASSERT_EQ(RULE_OK, this->insert(95, 105, 1, 5));
-    const EntryRule rule{2, 6, 1002, nullptr, nullptr};
-    // The whole interval is classified as it should be, the remainders are not.
-    this->setCompare([](const void* key, const TreeNode* node) noexcept {
-        const int32_t relation = Width<TypeParam>::CLASSIFY(key, node);
-        return relation == KEY_STICKS_OUT_BOTH ? relation : 7;
-    });
-    EXPECT_EQ(RULE_ERR_INVALID_ARG,
-              Width<TypeParam>::insert(this->tree.get(), this->build, Width<TypeParam>::address(90),
-                                       Width<TypeParam>::address(110), rule));
-    this->setCompare(Width<TypeParam>::CLASSIFY);
-    EXPECT_EQ((Lines{"95-105: 1 95-105, 2 95-105"}), this->lines());
-}
-
-// With or without the index of covered intervals, a rule enters the same parts.
-TYPED_TEST(IntervalInsertion, MakesTheSameTreeWithItsIndexAwake) {
-    using Numbers = Width<TypeParam>;
-    RandomSource random(propertySeed());
-    for (const uint32_t values : {1U, 2U, 5U}) {
-        IntervalRecords<TypeParam> twins[2];
-        const OwnedSearchTree trees[] = {
-            OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE)),
-            OwnedSearchTree(createSearchTree({}, Numbers::CLASSIFY, Numbers::RELEASE))};
-        IntervalBuild<TypeParam> builds[] = {{twins[0].nodes, twins[0].entries},
-                                             {twins[1].nodes, twins[1].entries}};
-        builds[1].covers.wake();
-        for (uint32_t ruleIndex = 1; ruleIndex <= 400; ++ruleIndex) {
-            const uint32_t low = 2 + random.below32(150);
-            const uint32_t width = random.oneIn(4) ? random.below32(40) : random.below32(8);
-            const EntryRule rule{ruleIndex, random.below32(values), 1, nullptr, nullptr};
-            int32_t statuses[2] = {};
-            for (size_t i = 0; i < 2; ++i) {
-                statuses[i] = Numbers::insert(trees[i].get(), builds[i], Numbers::address(low),
-                                              Numbers::address(std::min(low + width, 190U)), rule);
-            }
-            ASSERT_EQ(statuses[0], statuses[1]) << "rule " << ruleIndex;
-        }
-        const auto linesOf = [](const OwnedSearchTree& built) {
-            return describeIntervals<TypeParam>(built.get(), [](const TypeParam& address) {
-                return std::to_string(Numbers::number(address));
-            });
-        };
-        EXPECT_EQ(linesOf(trees[0]), linesOf(trees[1]));
-    }
-}
-
-// How many entries a tree holds in all.
-template <typename Address>
-uint64_t countEntries(const SearchTree& tree) {
-    uint64_t count = 0;
-    for (const TreeNode* node : nodesInOrder(&tree)) {
-        count += node->entryCount;
-    }
-    return count;
 }
 
 // Lists that were made to be slow.
@@ -407,35 +357,42 @@ constexpr SlowList SLOW_LISTS[] = {
      }},
 };
 
+using Ipv4IntervalInsertion = IntervalInsertion<uint32_t>;
+
 // The steps of a build stay in proportion to its rules and to the entries that they must make; a walk
 // over the entries of a node for each entry would not.
-void expectFewSteps(const SlowList& list, uint32_t count) {
-    IntervalRecords<uint32_t> records;
-    const OwnedSearchTree tree(createSearchTree({}, classifyInterval32, releaseRangeEntries32));
-    IntervalBuild<uint32_t> build{records.nodes, records.entries};
-    for (uint32_t i = 0; i < count; ++i) {
-        const SlowRule rule = list.ruleAt(i, count);
-        const int32_t status = insertInterval32(tree.get(), build, rule.low, rule.high,
-                                                {i + 1, rule.ruleValue, 1, nullptr, nullptr});
-        ASSERT_TRUE(status == RULE_OK || status == RULE_ERR_DUPLICATE);
-    }
-    EXPECT_LE(build.steps, 100 * uint64_t{count} + 4 * countEntries<uint32_t>(*tree));
-}
-
-TEST(IntervalCost, StaysInProportionToRulesAndEntries) {
+TEST_F(Ipv4IntervalInsertion, TakesStepsInProportionToRulesAndEntries) {
     for (const SlowList& list : SLOW_LISTS) {
         for (const uint32_t count : {100U, 400U, 1600U}) {
             SCOPED_TRACE(std::string(list.name) + ", " + std::to_string(count));
-            expectFewSteps(list, count);
+            rules.clear();
+            for (uint32_t i = 0; i < count; ++i) {
+                const SlowRule rule = list.ruleAt(i, count);
+                add(rule.low, rule.high, i + 1, rule.ruleValue);
+            }
+            build();
+            EXPECT_LE(steps, 12 * uint64_t{count} + 2 * uint64_t{entries.count} + 5000);
         }
     }
+}
+
+// Rules of one value that hold one another take a few steps each, however many nodes they meet.
+TEST_F(Ipv4IntervalInsertion, PassesOverNodesThatOneRuleCovers) {
+    constexpr uint32_t COUNT = 2000;
+    for (uint32_t i = 0; i < COUNT; ++i) {
+        add(MIDDLE - i, MIDDLE + 1 + i, i + 1, 1);
+    }
+    build();
+    EXPECT_EQ(2 * COUNT - 1, tree->nodeCount);
+    EXPECT_EQ(2 * COUNT - 1, entries.count);
+    EXPECT_LE(steps, 10 * COUNT);
 }
 
 class HostInsertion : public ::testing::Test {
 protected:
     int32_t insert(uint32_t address, uint32_t ruleIndex, uint32_t ruleValue,
                    void* userData = nullptr) {
-        return insertHost(table->hostTable, table->hostEntries, address,
+        return insertHost(*table->hostTable, table->hostEntries, address,
                           {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
     }
 
@@ -468,15 +425,6 @@ TEST_F(HostInsertion, AppendsToTheBucketOfTheHash) {
     EXPECT_EQ(4, table->hostTable->elementCount);
 }
 
-TEST_F(HostInsertion, RefusesTheSameAddressWithTheSameRuleValue) {
-    ASSERT_EQ(RULE_OK, insert(7, 1, 5));
-    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(7, 2, 5, &token));
-    EXPECT_EQ(0, claims[1]);
-    ASSERT_EQ(RULE_OK, insert(7, 3, 6));
-    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(7, 4, 6));
-    EXPECT_EQ(2, table->hostTable->elementCount);
-}
-
 TEST_F(HostInsertion, CopiesTheRuleAndClaimsItsUserData) {
     ASSERT_EQ(RULE_OK, insert(7, 3, 5, &token));
     ASSERT_EQ(RULE_OK, insert(8, 3, 5, &token));
@@ -490,27 +438,32 @@ TEST_F(HostInsertion, CopiesTheRuleAndClaimsItsUserData) {
     EXPECT_EQ(&token, entry.userData);
 }
 
-TEST_F(HostInsertion, FailsWithoutATable) {
-    const int32_t status =
-        insertHost(nullptr, table->hostEntries, 7, {1, 5, 1001, nullptr, nullptr});
-    EXPECT_NE(RULE_OK, status);
-    EXPECT_NE(RULE_ERR_DUPLICATE, status);
-}
-
-class AddressInsertion : public ::testing::Test {
+class AddressInsertionTest : public ::testing::Test {
 protected:
-    void TearDown() override {
+    ~AddressInsertionTest() override {
         tree.reset();
-        freeSlab(nodes);
-        freeSlab(entries);
+        freeSlab(table.ipv6HostNodes);
+        freeSlab(table.addressEntries);
     }
 
-    int32_t insert(const Address128& address, uint32_t ruleIndex, uint32_t ruleValue,
-                   void* userData = nullptr) {
-        const int32_t status = insertAddress128(
-            tree.get(), build, address, {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+    void add(const Address128& address, uint32_t ruleIndex, uint32_t ruleValue,
+             void* userData = nullptr) {
+        rules.add(address, address, ADDRESS_FLAG_IPV6 | ADDRESS_FLAG_SINGLE,
+                  {ruleIndex, ruleValue, 1000 + ruleIndex, userData, claims});
+    }
+
+    void build() {
+        RulePlaces places{};
+        ASSERT_TRUE(placeRules(rules.list(), places));
+        AddressInsertion insertion(table, places.hosts);
+        ASSERT_TRUE(insertion.reserve());
+        for (uint32_t i = 0; i < places.hosts.count; ++i) {
+            if (places.hosts.ranks[i] != DUPLICATE_HOST) {
+                ASSERT_EQ(RULE_OK, insertion.insert(i, rules.rules()[i]));
+            }
+        }
+        insertion.link(*tree);
         EXPECT_TRUE(checkSearchTree(*tree));
-        return status;
     }
 
     // The rules of each node, in key order.
@@ -527,31 +480,31 @@ protected:
         return lines;
     }
 
-    Slab<AddressNode> nodes{};
-    Slab<AddressEntry> entries{};
+    Rules rules;
+    IpRuleTable table{};
     OwnedSearchTree tree{createSearchTree({}, compareAddressKey, releaseAddressEntries)};
-    AddressBuild build{nodes, entries};
     uint8_t claims[10] = {};
     int token = 0;
 };
 
-TEST_F(AddressInsertion, KeepsOneEntryPerRuleValueInRuleOrder) {
+TEST_F(AddressInsertionTest, KeepsOneEntryPerRuleValueInRuleOrder) {
     const Address128 address{{1, 2, 3, 4}};
-    ASSERT_EQ(RULE_OK, insert(address, 1, 5));
-    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 5}}, 2, 5));
-    ASSERT_EQ(RULE_OK, insert({{0, ONES, ONES, ONES}}, 3, 5));
-    ASSERT_EQ(RULE_OK, insert(address, 4, 6));
-    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(address, 5, 5));
-    EXPECT_EQ(RULE_ERR_DUPLICATE, insert(address, 6, 6));
-    ASSERT_EQ(RULE_OK, insert(address, 7, 4));
+    add(address, 1, 5);
+    add({{1, 2, 3, 5}}, 2, 5);
+    add({{0, ONES, ONES, ONES}}, 3, 5);
+    add(address, 4, 6);
+    add(address, 5, 5);
+    add(address, 6, 6);
+    add(address, 7, 4);
+    build();
     EXPECT_EQ((Lines{"3", "1, 4, 7", "2"}), lines());
 }
 
-TEST_F(AddressInsertion, CopiesTheRuleAndClaimsItsUserData) {
-    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 4}}, 3, 5, &token));
-    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 5}}, 3, 5, &token));
-    ASSERT_EQ(RULE_OK, insert({{1, 2, 3, 4}}, 4, 6, &token));
-    EXPECT_EQ(RULE_ERR_DUPLICATE, insert({{1, 2, 3, 4}}, 5, 6, &token));
+TEST_F(AddressInsertionTest, CopiesTheRuleAndClaimsItsUserData) {
+    add({{1, 2, 3, 4}}, 3, 5, &token);
+    add({{1, 2, 3, 5}}, 3, 5, &token);
+    add({{1, 2, 3, 4}}, 4, 6, &token);
+    build();
     EXPECT_EQ((Lines{"3*, 4*", "3"}), lines());
     EXPECT_EQ(1, claims[2]);
     EXPECT_EQ(1, claims[3]);
@@ -563,31 +516,7 @@ TEST_F(AddressInsertion, CopiesTheRuleAndClaimsItsUserData) {
     EXPECT_EQ(5, entry.ruleValue);
     EXPECT_EQ(1003, entry.ruleId);
     EXPECT_EQ(&token, entry.userData);
-}
-
-// The values of a crowded node are found without a walk over its entries.
-TEST_F(AddressInsertion, KnowsTheValuesOfCrowdedNodes) {
-    for (uint32_t value = 0; value < 100; ++value) {
-        const EntryRule rule{value + 1, value, 1, nullptr, nullptr};
-        ASSERT_EQ(RULE_OK, insertAddress128(tree.get(), build, {{1, 2, 3, 4}}, rule));
-        ASSERT_EQ(value + 1, tree->root->entryCount);
-        for (uint32_t known = 0; known <= value; ++known) {
-            const EntryRule again{1000, known, 1, nullptr, nullptr};
-            ASSERT_EQ(RULE_ERR_DUPLICATE,
-                      insertAddress128(tree.get(), build, {{1, 2, 3, 4}}, again));
-        }
-        EXPECT_EQ(value >= 15, build.crowdedValues.contains(tree->root, 0)) << value;
-    }
-}
-
-TEST_F(AddressInsertion, FailsAtANodeWithoutEntries) {
-    const Address128 address{{1, 2, 3, 4}};
-    ASSERT_EQ(RULE_OK, insert(address, 1, 5));
-    void* held = std::exchange(tree->root->entries, nullptr);
-    EXPECT_EQ(RULE_ERR_FAILED, insert(address, 2, 6, &token));
-    EXPECT_EQ(0, claims[1]);
-    EXPECT_EQ(nullptr, tree->root->entries);
-    tree->root->entries = held;
+    EXPECT_EQ(&entry, &recordAt(table.addressEntries, node.entryNumber));
 }
 
 }  // namespace

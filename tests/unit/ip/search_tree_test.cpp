@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "support/search_tree_check.h"
+#include "support/tree_insertion.h"
 #include "syntax/address128.h"
 
 namespace rs::test {
