@@ -49,13 +49,13 @@ public:
         if (plan.count == 0) {
             return true;
         }
-        TaggedAddresses<Address> scratch(allocateArray<Tagged>(count_));
+        OwnedMemory<Tagged[]> scratch(allocateArray<Tagged>(count_));
         if (!scratch) {
             return false;
         }
         for (uint32_t pass = plan.count; pass > 0; --pass) {
             sortByByte(plan.positions[pass - 1], scratch.get());
-            std::swap(tagged_, scratch);
+            tagged_.swap(scratch);
         }
         if (!plan.isComplete) {
             sortEqualStarts(plan);

@@ -9,11 +9,10 @@ namespace rs {
 bool CoverIndex::reserve(const RangePlaces& ranges) noexcept {
     ranges_ = &ranges;
     // Sorted as addresses that end with the ruleValue and the rank.
-    TaggedAddresses<Address128> tagged(allocateArray<TaggedAddress<Address128>>(ranges.count));
-    keys_.reset(allocateArray<uint64_t>(ranges.count));
-    positions_.reset(allocateArray<uint32_t>(ranges.count));
-    places_.reset(allocateArray<uint32_t>(ranges.count));
-    if (!tagged || !keys_ || !positions_ || !places_ || !held_.reserve(ranges.count)) {
+    TaggedAddresses<Address128> tagged;
+    if (!tagged.reserve(ranges.count) || !keys_.reserve(ranges.count) ||
+        !positions_.reserve(ranges.count) || !places_.reserve(ranges.count) ||
+        !held_.reserve(ranges.count)) {
         return false;
     }
     for (uint32_t i = 0; i < ranges.count; ++i) {

@@ -19,7 +19,7 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
+#include "ip/build_array.h"
 #include "ip/rank_set.h"
 #include "ip/rule_places.h"
 
@@ -51,10 +51,10 @@ private:
     }
 
     const RangePlaces* ranges_ = nullptr;
-    OwnedMemory<uint64_t[]> keys_;       // by place, ascending
-    OwnedMemory<uint32_t[]> positions_;  // by place
-    OwnedMemory<uint32_t[]> places_;     // by position
-    RankSet held_;                       // places
+    BuildArray<uint64_t> keys_;       // by place, ascending
+    BuildArray<uint32_t> positions_;  // by place
+    BuildArray<uint32_t> places_;     // by position
+    RankSet held_;                    // places
 };
 
 }  // namespace rs

@@ -17,8 +17,8 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
 #include "core/slab.h"
+#include "ip/build_array.h"
 #include "ip/rank_set.h"
 #include "ip/search_tree.h"
 #include "ip/tree_shape.h"
@@ -29,8 +29,7 @@ class GrowingTree {
 public:
     // An empty tree for ranks below count. False when memory is out.
     [[nodiscard]] bool reserve(uint32_t count) noexcept {
-        entries_.reset(allocateArray<NodeEntries>(count));
-        return entries_ != nullptr && ranks_.reserve(count) && shape_.reserve(count);
+        return entries_.reserve(count) && ranks_.reserve(count) && shape_.reserve(count);
     }
 
     [[nodiscard]] uint32_t root() const noexcept { return shape_.root(); }
@@ -112,7 +111,7 @@ private:
         }
     }
 
-    OwnedMemory<NodeEntries[]> entries_;
+    BuildArray<NodeEntries> entries_;
     RankSet ranks_;
     TreeShape shape_;
 };

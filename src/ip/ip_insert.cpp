@@ -95,8 +95,8 @@ void AddressInsertion::link(SearchTree& tree) noexcept {
 template <typename Address>
 bool IntervalInsertion<Address>::reserve() noexcept {
     const uint32_t rankCount = ranges_.addresses.count();
-    ends_.reset(allocateArray<uint32_t>(rankCount));
-    return ends_ != nullptr && growing_.reserve(rankCount) && entered_.reserve(ranges_.count);
+    return ends_.reserve(rankCount) && growing_.reserve(rankCount) &&
+           entered_.reserve(ranges_.count);
 }
 
 template <typename Address>

@@ -21,7 +21,8 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
+#include "core/slab.h"
+#include "ip/build_array.h"
 #include "ip/cover_index.h"
 #include "ip/growing_tree.h"
 #include "ip/ip_index.h"
@@ -109,8 +110,8 @@ private:
     Slab<Entry>& entries_;
     const RangePlaces& ranges_;
     GrowingTree growing_;
-    OwnedMemory<uint32_t[]> ends_;  // of the nodes, by rank
-    RankSet entered_;               // the positions of the ranges that are in the tree
+    BuildArray<uint32_t> ends_;  // of the nodes, by rank
+    RankSet entered_;            // the positions of the ranges that are in the tree
     CoverIndex covers_;
     bool isAwake_ = false;  // covers_ has all of entered_
     bool mayWake_ = true;

@@ -16,7 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/memory.h"
+#include "ip/build_array.h"
 
 namespace rs {
 
@@ -35,8 +35,7 @@ public:
             levels_[levelCount_++] = {total, words};
             total += words;
         } while (words > 1);
-        words_.reset(allocateArray<uint64_t>(total));
-        return words_ != nullptr;
+        return words_.reserve(total);
     }
 
     void add(uint32_t number) noexcept {
@@ -126,7 +125,7 @@ private:
         return found;
     }
 
-    OwnedMemory<uint64_t[]> words_;
+    BuildArray<uint64_t> words_;
     std::array<Level, MOST_LEVELS> levels_{};
     uint32_t levelCount_ = 0;
 };

@@ -32,35 +32,21 @@ bool isLast(const Address& address) noexcept {
 // more for its end.
 template <typename Address>
 struct RuleAddresses {
-    TaggedAddresses<Address> hosts;
-    OwnedMemory<uint32_t[]> hostValues;
+    TaggedAddresses<Address>& hosts;
+    TaggedAddresses<Address>& bounds;
+    BuildArray<uint32_t> hostValues{};
     uint32_t hostCount = 0;
-    TaggedAddresses<Address> bounds;
     uint32_t boundCount = 0;  // an end after all addresses has none
     uint32_t rangeCount = 0;
 };
 
 template <typename Address>
-bool allocateAddresses(RulePlaces& places, RuleAddresses<Address>& read) noexcept {
+bool makeRoom(RulePlaces& places, RuleAddresses<Address>& read) noexcept {
     HostPlaces& hosts = places.hosts;
     RangePlaces& ranges = places.ranges;
-    if (hosts.count != 0) {
-        read.hosts.reset(allocateArray<TaggedAddress<Address>>(hosts.count));
-        read.hostValues.reset(allocateArray<uint32_t>(hosts.count));
-        hosts.ranks.reset(allocateArray<uint32_t>(hosts.count));
-        if (!read.hosts || !read.hostValues || !hosts.ranks) {
-            return false;
-        }
-    }
-    if (ranges.count != 0) {
-        read.bounds.reset(allocateArray<TaggedAddress<Address>>(2 * uint64_t{ranges.count}));
-        ranges.values.reset(allocateArray<uint32_t>(ranges.count));
-        ranges.ranges.reset(allocateArray<RangePlace>(ranges.count));
-        if (!read.bounds || !ranges.values || !ranges.ranges) {
-            return false;
-        }
-    }
-    return true;
+    return read.hosts.reserve(hosts.count) && read.hostValues.reserve(hosts.count) &&
+           hosts.ranks.reserve(hosts.count) && read.bounds.reserve(2 * uint64_t{ranges.count}) &&
+           ranges.values.reserve(ranges.count) && ranges.ranges.reserve(ranges.count);
 }
 
 template <typename Address>
@@ -83,27 +69,6 @@ void readRule(const IpRule& rule, RuleAddresses<Address>& read, RangePlaces& ran
     }
 }
 
-// Walks sorted addresses: visit(first, count) for each different one.
-template <typename Address, typename Visit>
-void forEachAddress(TaggedAddress<Address>* tagged, uint32_t count, const Visit& visit) noexcept {
-    for (uint32_t first = 0; first < count;) {
-        uint32_t next = first + 1;
-        while (next < count && tagged[next].address == tagged[first].address) {
-            ++next;
-        }
-        visit(tagged + first, next - first);
-        first = next;
-    }
-}
-
-template <typename Address>
-uint32_t countAddresses(TaggedAddress<Address>* tagged, uint32_t count) noexcept {
-    uint32_t different = 0;
-    forEachAddress(tagged, count,
-                   [&different](TaggedAddress<Address>*, uint32_t) noexcept { ++different; });
-    return different;
-}
-
 // Gives the hosts of one address their rank. Of those with one ruleValue the earliest has it.
 template <typename Address>
 void rankHosts(TaggedAddress<Address>* tagged, uint32_t count, const uint32_t* values,
@@ -124,41 +89,29 @@ void rankHosts(TaggedAddress<Address>* tagged, uint32_t count, const uint32_t* v
 
 template <typename Address>
 bool placeHosts(RuleAddresses<Address>& read, HostPlaces& hosts) noexcept {
-    if (hosts.count == 0) {
-        return true;
-    }
-    if (!sortAddresses(read.hosts, hosts.count) ||
-        !hosts.addresses.reserve<Address>(countAddresses(read.hosts.get(), hosts.count))) {
+    if (!sortAddresses(read.hosts, hosts.count)) {
         return false;
     }
-    forEachAddress(read.hosts.get(), hosts.count,
-                   [&](TaggedAddress<Address>* tagged, uint32_t count) noexcept {
-                       rankHosts(tagged, count, read.hostValues.get(), hosts.addresses.count(),
-                                 hosts.ranks.get());
-                       hosts.addresses.append(tagged->address);
-                   });
-    read.hosts.reset();
+    hosts.addresses.keepSorted<Address>(
+        hosts.count, [&](uint32_t rank, TaggedAddress<Address>* tagged, uint32_t count) noexcept {
+            rankHosts(tagged, count, read.hostValues.get(), rank, hosts.ranks.get());
+        });
     return true;
 }
 
 template <typename Address>
 bool placeRanges(RuleAddresses<Address>& read, RangePlaces& ranges) noexcept {
-    if (ranges.count == 0) {
-        return true;
-    }
-    if (!sortAddresses(read.bounds, read.boundCount) ||
-        !ranges.addresses.reserve<Address>(countAddresses(read.bounds.get(), read.boundCount))) {
+    if (!sortAddresses(read.bounds, read.boundCount)) {
         return false;
     }
-    forEachAddress(read.bounds.get(), read.boundCount,
-                   [&](TaggedAddress<Address>* tagged, uint32_t count) noexcept {
-                       const uint32_t rank = ranges.addresses.count();
-                       for (uint32_t i = 0; i < count; ++i) {
-                           RangePlace& place = ranges.ranges[tagged[i].tag / 2];
-                           (tagged[i].tag % 2 == 0 ? place.low : place.end) = rank;
-                       }
-                       ranges.addresses.append(tagged->address);
-                   });
+    ranges.addresses.keepSorted<Address>(
+        read.boundCount,
+        [&](uint32_t rank, const TaggedAddress<Address>* tagged, uint32_t count) noexcept {
+            for (uint32_t i = 0; i < count; ++i) {
+                RangePlace& place = ranges.ranges[tagged[i].tag / 2];
+                (tagged[i].tag % 2 == 0 ? place.low : place.end) = rank;
+            }
+        });
     for (uint32_t i = 0; i < ranges.count; ++i) {
         RangePlace& place = ranges.ranges[i];
         place.end = place.end == NO_RANK ? ranges.addresses.count() : place.end;
@@ -179,8 +132,9 @@ void countRules(RuleList& rules, RulePlaces& places) noexcept {
 
 template <typename Address>
 bool placeRulesOf(RuleList& rules, RulePlaces& places) noexcept {
-    RuleAddresses<Address> read;
-    if (!allocateAddresses(places, read)) {
+    RuleAddresses<Address> read{places.hosts.addresses.unsorted<Address>(),
+                                places.ranges.addresses.unsorted<Address>()};
+    if (!makeRoom(places, read)) {
         return false;
     }
     static_cast<void>(forEachRule<IpRule>(rules, [&](const IpRule& rule, uint32_t) noexcept {

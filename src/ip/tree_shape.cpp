@@ -8,8 +8,7 @@ namespace rs {
 
 bool TreeShape::reserve(uint32_t count) noexcept {
     root_ = NO_RANK;
-    nodes_.reset(allocateArray<ShapeNode>(count));
-    return nodes_ != nullptr;
+    return nodes_.reserve(count);
 }
 
 void TreeShape::insert(uint32_t rank, uint32_t before, uint32_t after) noexcept {

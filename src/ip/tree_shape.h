@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-#include "core/memory.h"
+#include "ip/build_array.h"
 #include "ip/rank_set.h"
 
 namespace rs {
@@ -46,7 +46,7 @@ private:
     void rotate(uint32_t node, Side side) noexcept;
     void balance(uint32_t node) noexcept;
 
-    OwnedMemory<ShapeNode[]> nodes_;
+    BuildArray<ShapeNode> nodes_;
     uint32_t root_ = NO_RANK;
 };
 

@@ -22,7 +22,8 @@ void expectSorted(const std::vector<Address>& addresses) {
     for (const Address& address : addresses) {
         expected.push_back({address, static_cast<uint32_t>(expected.size())});
     }
-    TaggedAddresses<Address> tagged(allocateArray<Tagged>(count));
+    TaggedAddresses<Address> tagged;
+    ASSERT_TRUE(tagged.reserve(count));
     std::copy(expected.begin(), expected.end(), tagged.get());
     ASSERT_TRUE(sortAddresses(tagged, count));
     std::sort(expected.begin(), expected.end());
@@ -64,11 +65,28 @@ TEST(AddressSort, SortsAddressesThatDifferLate) {
     expectSorted(addresses);
 }
 
+// A table of sorted addresses, with how many there were of each.
+template <typename Address>
+std::vector<uint32_t> keep(AddressTable& table, const std::vector<Address>& addresses) {
+    TaggedAddresses<Address>& tagged = table.unsorted<Address>();
+    const auto count = static_cast<uint32_t>(addresses.size());
+    EXPECT_TRUE(tagged.reserve(count));
+    for (uint32_t i = 0; i < count; ++i) {
+        tagged[i] = {addresses[i], i};
+    }
+    std::vector<uint32_t> counts;
+    table.keepSorted<Address>(
+        count, [&](uint32_t rank, const TaggedAddress<Address>* first, uint32_t number) {
+            EXPECT_EQ(counts.size(), rank);
+            EXPECT_EQ(addresses[first->tag], first->address);
+            counts.push_back(number);
+        });
+    return counts;
+}
+
 TEST(AddressTable, ReadsAddressesOfBothWidths) {
     AddressTable narrow;
-    ASSERT_TRUE(narrow.reserve<uint32_t>(2));
-    narrow.append(uint32_t{10});
-    narrow.append(uint32_t{ONES});
+    EXPECT_EQ((std::vector<uint32_t>{2, 1}), keep<uint32_t>(narrow, {10, 10, ONES}));
     EXPECT_EQ(2, narrow.count());
     EXPECT_EQ(10, narrow.at<uint32_t>(0));
     EXPECT_EQ(mappedAddress(10), narrow.at<Address128>(0));
@@ -78,9 +96,8 @@ TEST(AddressTable, ReadsAddressesOfBothWidths) {
     EXPECT_EQ(mappedAddress(ONES), narrow.before<Address128>(2));
 
     AddressTable wide;
-    ASSERT_TRUE(wide.reserve<Address128>(2));
-    wide.append(mappedAddress(10));
-    wide.append(nextAddress(mappedAddress(ONES)));
+    const std::vector<Address128> addresses = {mappedAddress(10), nextAddress(mappedAddress(ONES))};
+    EXPECT_EQ((std::vector<uint32_t>{1, 1}), keep<Address128>(wide, addresses));
     EXPECT_EQ(10, wide.at<uint32_t>(0));
     EXPECT_EQ(mappedAddress(10), wide.at<Address128>(0));
     EXPECT_EQ(ONES, wide.before<uint32_t>(1));

@@ -18,20 +18,18 @@ struct Interval {
     uint32_t end;
 };
 
-RangePlaces placesOf(const std::vector<Interval>& intervals) {
-    RangePlaces ranges{};
+void fillPlaces(const std::vector<Interval>& intervals, RangePlaces& ranges) {
     ranges.count = static_cast<uint32_t>(intervals.size());
-    ranges.ranges.reset(allocateArray<RangePlace>(ranges.count));
-    ranges.values.reset(allocateArray<uint32_t>(ranges.count));
+    ASSERT_TRUE(ranges.ranges.reserve(ranges.count) && ranges.values.reserve(ranges.count));
     for (uint32_t i = 0; i < ranges.count; ++i) {
         ranges.ranges[i] = {intervals[i].low, intervals[i].end};
         ranges.values[i] = intervals[i].ruleValue;
     }
-    return ranges;
 }
 
 TEST(CoverIndex, ReachesAsFarAsOneIntervalDoes) {
-    const RangePlaces ranges = placesOf({{1, 10, 21}, {1, 21, 31}, {2, 0, 90}, {1, 12, 15}});
+    RangePlaces ranges{};
+    fillPlaces({{1, 10, 21}, {1, 21, 31}, {2, 0, 90}, {1, 12, 15}}, ranges);
     CoverIndex index;
     ASSERT_TRUE(index.reserve(ranges));
     EXPECT_EQ(0, index.reach(1, 10));
@@ -54,7 +52,8 @@ TEST(CoverIndex, ForgetsWhatAWiderIntervalHolds) {
         intervals.push_back({5, 10 + i, 11 + i});
     }
     intervals.push_back({5, 0, 1000});
-    const RangePlaces ranges = placesOf(intervals);
+    RangePlaces ranges{};
+    fillPlaces(intervals, ranges);
     CoverIndex index;
     ASSERT_TRUE(index.reserve(ranges));
     for (uint32_t i = 0; i < ranges.count; ++i) {
@@ -75,7 +74,8 @@ TEST(CoverIndex, AnswersAsAWalkDoes) {
                 intervals.push_back(
                     {random.below32(values) * 1000, low, low + 1 + random.below32(width)});
             }
-            const RangePlaces ranges = placesOf(intervals);
+            RangePlaces ranges{};
+            fillPlaces(intervals, ranges);
             CoverIndex index;
             ASSERT_TRUE(index.reserve(ranges));
             for (uint32_t i = 0; i < ranges.count; ++i) {
