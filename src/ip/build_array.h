@@ -1,5 +1,5 @@
 // An array for the time of a build: in the object itself as long as it fits there, so that the build of a short list
-// allocates little, else from the allocator.
+// allocates little, else from the allocator, in huge pages when it is big.
 //
 // Ownership:  owns its values; they stay where they are until the next reserve.
 // Cost:       INLINE_BYTES of the stack, as builds are on the stack.
@@ -11,6 +11,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "core/huge_pages.h"
 #include "core/memory.h"
 
 namespace rs {
@@ -34,6 +35,7 @@ public:
             return true;
         }
         heap_.reset(allocateArray<Value>(count));
+        adviseHugePages(heap_.get(), count * sizeof(Value));
         values_ = heap_.get();
         return values_ != nullptr;
     }

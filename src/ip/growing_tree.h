@@ -17,6 +17,7 @@
 
 #include <cstdint>
 
+#include "core/lines.h"
 #include "core/slab.h"
 #include "ip/build_array.h"
 #include "ip/rank_set.h"
@@ -63,9 +64,13 @@ public:
         last = entryNumber;
     }
 
-    // Fetches what a step at this rank will read.
+    // Fetches what a step at this rank will read: nodes that are near in the tree are mostly near in memory.
     void prefetch(uint32_t rank) const noexcept {
-        __builtin_prefetch(&shape_[rank]);
+        // As a number: the lines beside the first and the last rank are not the array's.
+        const auto links = reinterpret_cast<uintptr_t>(&shape_[rank]);
+        for (const uintptr_t line : {links - CACHE_LINE, links, links + CACHE_LINE}) {
+            __builtin_prefetch(reinterpret_cast<const void*>(line));
+        }
         __builtin_prefetch(&entries_[rank]);
     }
 
