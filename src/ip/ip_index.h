@@ -11,8 +11,9 @@
 //             and has the smallest ruleIndex in the node; plain lookups read no other. The entries
 //             of a bucket are in rule order.
 //
-// Records are in slabs, one for each kind. A host entry is made in rule order, so that of two entries for one address
-// the one with the smaller number is the earlier.
+// Records are in slabs, one for each kind. Host entries are in rule order, so that of two for one address the one with
+// the smaller number is the earlier. The nodes of a tree are in key order, and each names the number of its first entry:
+// a walk over the slab of nodes visits the tree in order.
 //
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
