@@ -5,6 +5,7 @@
 #include "core/memory.h"
 #include "core/release.h"
 #include "core/structure.h"
+#include "ip/ip_flat_hosts.h"
 #include "ip/ip_insert.h"
 #include "ip/ip_rule.h"
 #include "ip/rule_places.h"
@@ -165,6 +166,7 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
     if (!table || !buildBothViews(*set, *table, claims.get())) {
         return nullptr;  // the owner frees what was made and gives its userData back
     }
+    buildFlatIpHosts(*table);
     return group->ipTable = table.release();
 }
 

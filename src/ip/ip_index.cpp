@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "core/lines.h"
 #include "core/memory.h"
 #include "core/structure.h"
 #include "syntax/address128.h"
@@ -59,6 +60,13 @@ void freeSlabs(IpRuleTable& table) noexcept {
     freeSlab(table.ipv6RangeNodes);
 }
 
+void freeFlatLookups(IpRuleTable& table) noexcept {
+    freeFlatHosts(table.flatIpv4Hosts);
+    freeFlatHosts(table.flatIpv6Hosts);
+    freeLines(table.rankedHostEntries);
+    freeLines(table.rankedAddressEntries);
+}
+
 }  // namespace
 
 HostEntry* hostEntryOf(ListLink* link) noexcept {
@@ -102,6 +110,7 @@ void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
     freeSearchTree(table->ipv6HostTree);
     freeSearchTree(table->ipv6RangeTree);
     freeSlabs(*table);
+    freeFlatLookups(*table);
     freeMemory(table);
 }
 

@@ -11,14 +11,16 @@
 //             and has the smallest ruleIndex in the node; plain lookups read no other. The entries
 //             of a bucket are in rule order.
 //
-// Records are in slabs, one for each kind. Host entries are in rule order, so that of two for one address the one with
-// the smaller number is the earlier. The nodes of a tree are in key order, and each names the number of its first entry:
-// a walk over the slab of nodes visits the tree in order.
+// Records are in slabs, one for each kind. Host entries are made in rule order, so that of two for one address the one
+// with the smaller number is the earlier; those of a crowded table have moved into the order of its flat lookups: see
+// ip/ip_flat_hosts.h. The nodes of a tree are in key order, and each names the number of its first entry: a walk over the
+// slab of nodes visits the tree in order.
 //
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup is one hash probe and one descent, or two descents, and allocates nothing.
+// Cost:       a lookup in a crowded table is a flat one. Otherwise it is one hash probe and one descent, or two
+//             descents. It allocates nothing.
 #pragma once
 
 #include <cstdint>
@@ -28,6 +30,7 @@
 #include "core/release.h"
 #include "core/slab.h"
 #include "ip/search_tree.h"
+#include "lookup/flat_hosts.h"
 #include "lookup/hash_table.h"
 #include "syntax/address128.h"
 
@@ -96,6 +99,13 @@ struct IpRuleTable {
     Slab<IntervalNode<uint32_t>> ipv4RangeNodes;
     Slab<AddressNode> ipv6HostNodes;
     Slab<IntervalNode<Address128>> ipv6RangeNodes;
+    FlatHosts<uint32_t>*
+        flatIpv4Hosts;  // owned, like all that follows; null in a table that does without
+    FlatHosts<Address128>* flatIpv6Hosts;
+    HostEntry*
+        rankedHostEntries;  // with flatIpv4Hosts the entries are here, and hostEntries is empty
+    AddressEntry*
+        rankedAddressEntries;  // with flatIpv6Hosts the entries are here, and addressEntries is empty
 };
 
 // The entry that a link of a bucket belongs to.

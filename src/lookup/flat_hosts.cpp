@@ -52,7 +52,7 @@ void freeFlatHosts(FlatHosts<Address>* hosts) noexcept {
 template <typename Address>
 bool FlatHostsBuild<Address>::start(uint64_t count, uint32_t attempt,
                                     const HashSeed& seed) noexcept {
-    if (count == 0 || count > HOST_RANK) {
+    if (count > HOST_RANK) {
         return false;
     }
     hosts_.reset(allocateRecord<FlatHosts<Address>>());
@@ -62,8 +62,8 @@ bool FlatHostsBuild<Address>::start(uint64_t count, uint32_t attempt,
     hosts_->bucketCount = bucketsFor(count, attempt);
     hosts_->seed = seed;
     hosts_->buckets = allocateLines<HostBucket>(hosts_->bucketCount + MAX_HOST_STEPS);
-    hosts_->keys = allocateLines<Address>(count);
-    hosts_->numbers = allocateLines<uint32_t>(count);
+    hosts_->keys = allocateLines<Address>(std::max(count, uint64_t{1}));
+    hosts_->numbers = allocateLines<uint32_t>(std::max(count, uint64_t{1}));
     return hosts_->buckets != nullptr && hosts_->keys != nullptr && hosts_->numbers != nullptr;
 }
 

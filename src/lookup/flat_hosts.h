@@ -212,8 +212,8 @@ using OwnedFlatHosts = Owned<FlatHosts<Address>, freeFlatHosts<Address>>;
 template <typename Address>
 class FlatHostsBuild {
 public:
-    // Makes room for count addresses. Each attempt after attempt 0 has more buckets. False when memory is out, for no
-    // address, and for 2^30 or more.
+    // Makes room for count addresses. Each attempt after attempt 0 has more buckets. False when memory is out, and
+    // for 2^30 addresses or more.
     [[nodiscard]] bool start(uint64_t count, uint32_t attempt, const HashSeed& seed) noexcept;
 
     void countOne(const Address& address) noexcept { ++bucketOf(address).firstRank; }
@@ -243,8 +243,8 @@ private:
 inline constexpr uint32_t FLAT_HOST_ATTEMPTS = 4;
 
 // The flat lookup of count addresses, some of which may be equal. visit(add) adds them: add(address, number) for each, in
-// any order. It is called twice for each attempt and does the same each time. Null for no address, when memory is out,
-// and when no attempt succeeds.
+// any order. It is called twice for each attempt and does the same each time. Null when memory is out and when
+// no attempt succeeds. Without an address it finds none.
 template <typename Address, typename Visit>
 [[nodiscard]] FlatHosts<Address>* buildFlatHosts(uint64_t count, const Visit& visit) noexcept {
     for (uint32_t attempt = 0; attempt < FLAT_HOST_ATTEMPTS; ++attempt) {

@@ -21,6 +21,7 @@
 #include "lookup/hash_table.h"
 #include "support/expected_match.h"
 #include "support/failing_allocator.h"
+#include "support/flat_use.h"
 #include "support/match_result.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
@@ -107,8 +108,10 @@ struct FaultCounts {
     uint64_t goodBuilds = 0;
 };
 
-// Builds a fresh set once for each allocation that can fail.
+// Builds a fresh set once for each allocation that can fail. Flat lookups have a test of their own: without memory for
+// them a build does not fail.
 FaultCounts failEachAllocationOfBuild(const Lines& lines) {
+    const FlatUseScope orderedOnly(FlatUse::NEVER);
     FaultCounts counts;
     counts.failures = failEachAllocation([&](uint64_t number) {
         FaultCase rules(lines);
@@ -166,6 +169,49 @@ TEST(IpGroupFault, HostsFailTheBuild) {
         EXPECT_LT(6U, counts.failures);
         EXPECT_EQ(0U, counts.goodBuilds);
     }
+}
+
+struct LostLookups {
+    uint32_t ipv4 = 0;
+    uint32_t ipv6 = 0;
+};
+
+// Builds with flat lookups once for each allocation. A build that goes on without one answers as it would with it.
+LostLookups failEachAllocationOfFlatBuild(const Lines& lines) {
+    const FlatUseScope flat(FlatUse::ALWAYS);
+    LostLookups lost;
+    failEachAllocation([&](uint64_t number) {
+        FaultCase rules(lines);
+        RuleGroup* group = nullptr;
+        const AllocationWatch watch(number);
+        const int32_t status = rs_buildRuleGroup(rules.set.get(), &group);
+        const bool hasFailed = watch.hasFailed();
+        if (status == RULE_OK) {
+            lost.ipv4 += group->ipTable->flatIpv4Hosts == nullptr ? 1 : 0;
+            lost.ipv6 += group->ipTable->flatIpv6Hosts == nullptr ? 1 : 0;
+            rules.expectLookups(*group);
+            EXPECT_EQ(RULE_OK, rs_delRuleGroup(&group));
+        }
+        EXPECT_TRUE(status == RULE_OK || (hasFailed && status == RULE_ERR_NO_MEMORY));
+        rules.expectHandedBack(1, status != RULE_OK);
+        EXPECT_EQ(0U, watch.liveBlockCount());
+        return hasFailed;
+    });
+    return lost;
+}
+
+// A lookup of addresses is five blocks: its head, buckets, keys and numbers, and the entries in their new order.
+TEST(IpGroupFault, FlatLookupsOfAddressesAreLostAlone) {
+    const LostLookups lost = failEachAllocationOfFlatBuild({{"10.0.0.1"},
+                                                            {"2001:db8::1"},
+                                                            {"10.0.0.2"},
+                                                            {"10.0.0.1", 1},
+                                                            {"::ffff:10.0.0.3"},
+                                                            {"2001:db8::1", 1},
+                                                            {"10.0.0.1", 1},
+                                                            {"2001:db8::2"}});
+    EXPECT_EQ(5U, lost.ipv4);
+    EXPECT_EQ(5U, lost.ipv6);
 }
 
 // Deliberate: a failure before any part of an interval is entered counts as a duplicate, so that the
@@ -229,6 +275,7 @@ TEST(IpGroupFault, RangeMayBeLeftOutForOneFamily) {
 
 // A superfluous rule goes back once for all builds, a rule that enters once for each.
 TEST(IpGroupFault, FailedBuildHandsBackWhatTheNextOneHandsBackAgain) {
+    const FlatUseScope orderedOnly(FlatUse::NEVER);
     uint32_t handedBackTwice = 0;
     failEachAllocation([&](uint64_t number) {
         FaultCase rules({{"10.0.0.1"}, {"10.0.0.1"}, {"2001:db8::1"}});

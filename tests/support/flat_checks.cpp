@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
+#include "support/flat_checks_ip.h"
 
 namespace rs::test {
 
 void checkFlatLookups(const RuleGroup& group) {
     EXPECT_NE(0, group.refCount);
+    if (group.ipTable != nullptr) {
+        checkFlatIpHosts(*group.ipTable);
+    }
 }
 
 }  // namespace rs::test

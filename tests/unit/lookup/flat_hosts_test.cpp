@@ -118,9 +118,12 @@ TYPED_TEST(FlatHostsOf, KeepOneNumberOutOfTwentyThousand) {
     expectFinds(list, others);
 }
 
-TYPED_TEST(FlatHostsOf, AreNullWithoutAnAddressAndWithTooMany) {
+TYPED_TEST(FlatHostsOf, FindNothingWhenEmpty) {
+    expectFinds<TypeParam>({}, {TypeParam{}, addressOf<TypeParam>(1)});
+}
+
+TYPED_TEST(FlatHostsOf, AreNullWithTooManyAddresses) {
     const auto addNothing = [](const auto&) {};
-    EXPECT_EQ(nullptr, buildFlatHosts<TypeParam>(0, addNothing));
     EXPECT_EQ(nullptr, buildFlatHosts<TypeParam>(uint64_t{1} << 30U, addNothing));
     EXPECT_EQ(nullptr, buildFlatHosts<TypeParam>(UINT64_MAX, addNothing));
     freeFlatHosts<TypeParam>(nullptr);
