@@ -29,7 +29,7 @@
 #include "endpoint/exact_table.h"
 #include "endpoint/range_list.h"
 #include "lookup/hash_table.h"
-#include "lookup/range_finder.h"
+#include "lookup/place_finder.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -42,7 +42,9 @@ struct EndpointBuild {
     EntryList<Entry>*& anyFirst6;
     HashTable*& exact6;
     RangeList<Entry>*& ranges6;
-    RangeFinder<RangeBucket<Entry>> rangeFinder;  // of ranges6
+    PlaceFinder<ExactAddressNode<Entry, uint32_t>> finder4 = {};  // of exact4
+    PlaceFinder<ExactAddressNode<Entry, Address128>> finder6 = {};
+    PlaceFinder<RangeBucket<Entry>> rangeFinder = {};  // of ranges6
 };
 
 constexpr bool isWholeSpace(uint32_t low, uint32_t high) noexcept {
@@ -66,14 +68,14 @@ template <typename Entry, typename MakeEntry>
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterAddresses(EndpointBuild<Entry>& build, uint32_t low, uint32_t high,
                                   const MakeEntry& makeEntry) noexcept {
-    return low == high ? insertExact<Entry>(build.exact4, low, makeEntry)
+    return low == high ? insertExact<Entry>(build.exact4, build.finder4, low, makeEntry)
                        : insertIntoBlocks(build.blocks4, low, high, makeEntry);
 }
 
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterAddresses(EndpointBuild<Entry>& build, const Address128& low,
                                   const Address128& high, const MakeEntry& makeEntry) noexcept {
-    return low == high ? insertExact<Entry>(build.exact6, low, makeEntry)
+    return low == high ? insertExact<Entry>(build.exact6, build.finder6, low, makeEntry)
                        : enterRange(build, low, high, makeEntry);
 }
 

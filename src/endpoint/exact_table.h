@@ -9,7 +9,8 @@
 //             a node are in rule order.
 // Ownership:  the table owns its nodes and their entries; freeEntry of their type frees these.
 // Threads:    read-only once built.
-// Cost:       a lookup walks the nodes of one bucket. There are ENDPOINT_BUCKETS of them, however
+// Cost:       entering an address looks an equal one up in a PlaceFinder, which lives during the build
+//             only. A lookup walks the nodes of one bucket. There are ENDPOINT_BUCKETS of them, however
 //             many addresses there are.
 #pragma once
 
@@ -24,6 +25,7 @@
 #include "endpoint/insertion.h"
 #include "lookup/address_hash.h"
 #include "lookup/hash_table.h"
+#include "lookup/place_finder.h"
 
 namespace rs {
 
@@ -34,6 +36,8 @@ struct ExactAddressNode {
     Chain<Entry> entries;
     ListLink links;  // in the bucket
     Address address;
+
+    [[nodiscard]] const Address& key() const noexcept { return address; }
 };
 
 template <typename Entry, typename Address>
@@ -55,25 +59,26 @@ void* findExactNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noex
     return nullptr;
 }
 
+// finder is that of the table: it knows the nodes that insertions have made.
 template <typename Entry, typename Address, typename MakeEntry>
-[[nodiscard]] bool insertExact(HashTable*& table, const Address& address,
-                               const MakeEntry& makeEntry) noexcept {
+[[nodiscard]] bool insertExact(HashTable*& table,
+                               PlaceFinder<ExactAddressNode<Entry, Address>>& finder,
+                               const Address& address, const MakeEntry& makeEntry) noexcept {
     using Node = ExactAddressNode<Entry, Address>;
     if (!ensureHashTable(table, ENDPOINT_BUCKETS)) {
         return false;
     }
-    const uint32_t hash = hashAddress(address);
-    auto* found =
-        static_cast<Node*>(hashLookup(table, hash, &address, findExactNode<Entry, Address>));
+    Node* found = finder.find(address);
     if (found != nullptr) {
         return appendMadeEntry(found->entries, makeEntry);
     }
     OwnedMemory<Node> node(allocateRecord<Node>());
-    if (!node || !appendMadeEntry(node->entries, makeEntry)) {
+    if (!node || !finder.reserveOne() || !appendMadeEntry(node->entries, makeEntry)) {
         return false;
     }
     node->address = address;
-    hashAdd(*table, hash, [&node](HashBucket& bucket) noexcept {
+    finder.add(node.get());
+    hashAdd(*table, hashAddress(address), [&node](HashBucket& bucket) noexcept {
         appendToList(bucket.list, node.release()->links);
     });
     return true;

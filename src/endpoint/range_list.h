@@ -7,7 +7,7 @@
 //             entered; the entries of a bucket are in rule order.
 // Ownership:  the list owns its buckets and their entries; freeEntry of their type frees these.
 // Threads:    read-only once built.
-// Cost:       entering a range looks an equal one up in a RangeFinder, which lives during the build
+// Cost:       entering a range looks an equal one up in a PlaceFinder, which lives during the build
 //             only. A lookup walks all buckets up to the first that answers.
 #pragma once
 
@@ -18,7 +18,7 @@
 #include "core/reference_count.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
-#include "lookup/range_finder.h"
+#include "lookup/place_finder.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -29,6 +29,8 @@ struct RangeBucket {
     RangeBucket* next;
     Address128 low;
     Address128 high;
+
+    [[nodiscard]] RangeKey key() const noexcept { return {low, high}; }
 };
 
 template <typename Entry>
@@ -40,13 +42,13 @@ struct RangeList {
 // finder is that of the list: it knows the buckets that insertions have made.
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool insertIntoRanges(RangeList<Entry>*& list,
-                                    RangeFinder<RangeBucket<Entry>>& finder, const Address128& low,
+                                    PlaceFinder<RangeBucket<Entry>>& finder, const Address128& low,
                                     const Address128& high, const MakeEntry& makeEntry) noexcept {
     using Bucket = RangeBucket<Entry>;
     if (!createStructure(list)) {
         return false;
     }
-    Bucket* bucket = finder.find(low, high);
+    Bucket* bucket = finder.find(RangeKey{low, high});
     OwnedMemory<Bucket> made;
     if (bucket == nullptr) {
         made.reset(allocateRecord<Bucket>());

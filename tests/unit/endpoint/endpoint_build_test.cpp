@@ -53,13 +53,8 @@ void releaseStructure(Structure** slot, const ReleaseInfo* /*info*/) noexcept {
 using Build = EndpointBuild<PlainEntry>;
 
 Build startBuild(Structure& structure) noexcept {
-    return {structure.any4,
-            structure.exact4,
-            structure.blocks4,
-            structure.any6,
-            structure.exact6,
-            structure.ranges6,
-            {}};
+    return {structure.any4, structure.exact4, structure.blocks4,
+            structure.any6, structure.exact6, structure.ranges6};
 }
 
 bool enterIpv4View(const EntrySource<const Rule>& source, Build& build) noexcept {

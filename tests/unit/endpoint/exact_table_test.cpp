@@ -25,24 +25,34 @@ protected:
         return freed;
     }
 
+    bool insert(uint32_t key, const PlainMaker& maker) {
+        return insertExact<PlainEntry>(exact4, finder4, key, maker);
+    }
+
+    bool insert(const Address128& key, const PlainMaker& maker) {
+        return insertExact<PlainEntry>(exact6, finder6, key, maker);
+    }
+
     template <typename Address>
-    void add(HashTable*& table, const Address& key, uint32_t rule) {
-        EXPECT_TRUE(insertExact<PlainEntry>(table, key, making(rule)));
+    void add(const Address& key, uint32_t rule) {
+        EXPECT_TRUE(insert(key, making(rule)));
         ++made;
     }
 
     HashTable* exact4 = nullptr;
     HashTable* exact6 = nullptr;
+    PlaceFinder<ExactAddressNode<PlainEntry, uint32_t>> finder4;
+    PlaceFinder<ExactAddressNode<PlainEntry, Address128>> finder6;
     size_t made = 0;
     std::vector<uint32_t> freed;
 };
 
 TEST_F(ExactTableTest, SharesTheNodeOfAnAddress) {
-    add(exact4, 0x0A000001U, 1);
-    add(exact4, 0x0A000001U, 2);
-    add(exact4, 0x0A000002U, 3);
-    add(exact6, address(1), 4);
-    add(exact6, address(1), 5);
+    add(0x0A000001U, 1);
+    add(0x0A000001U, 2);
+    add(0x0A000002U, 3);
+    add(address(1), 4);
+    add(address(1), 5);
     EXPECT_EQ(4095, exact4->bucketCount);
     EXPECT_EQ(4095, exact6->bucketCount);
     EXPECT_EQ(2, exact4->elementCount);
@@ -57,12 +67,12 @@ TEST_F(ExactTableTest, SharesTheNodeOfAnAddress) {
 }
 
 TEST_F(ExactTableTest, HasOneEntryOfAMakerForAnAddress) {
-    add(exact4, 5U, 1);
-    add(exact4, 6U, 1);
-    EXPECT_TRUE(insertExact<PlainEntry>(exact4, 5U, making(1)));
-    add(exact4, 5U, 2);
-    add(exact6, address(1), 1);
-    EXPECT_TRUE(insertExact<PlainEntry>(exact6, address(1), making(1)));
+    add(5U, 1);
+    add(6U, 1);
+    EXPECT_TRUE(insert(5U, making(1)));
+    add(5U, 2);
+    add(address(1), 1);
+    EXPECT_TRUE(insert(address(1), making(1)));
     EXPECT_EQ(2, exact4->elementCount);
     EXPECT_EQ(1, exact6->elementCount);
 }
@@ -74,8 +84,8 @@ TEST_F(ExactTableTest, TellsNeighboursInABucketApart) {
     while (hashIPv4(second) % 4095 != hashIPv4(FIRST) % 4095) {
         ++second;
     }
-    add(exact4, FIRST, 1);
-    add(exact4, second, 2);
+    add(FIRST, 1);
+    add(second, 2);
     EXPECT_EQ(2, exact4->elementCount);
     EXPECT_EQ(1, scanExact<PlainEntry>(exact4, FIRST, takeAny).entry->ruleIndex);
     EXPECT_EQ(2, scanExact<PlainEntry>(exact4, second, takeAny).entry->ruleIndex);
@@ -83,7 +93,7 @@ TEST_F(ExactTableTest, TellsNeighboursInABucketApart) {
 
 TEST_F(ExactTableTest, FreesNodesAndEntries) {
     for (uint32_t rule = 1; rule <= 20; ++rule) {
-        add(exact4, rule % 7, rule);
+        add(rule % 7, rule);
     }
     EXPECT_EQ(7, exact4->elementCount);
     EXPECT_EQ(20, freeAll().size());
@@ -91,10 +101,10 @@ TEST_F(ExactTableTest, FreesNodesAndEntries) {
 }
 
 TEST_F(ExactTableTest, IsWalkedUpToTheFirstStatusButZero) {
-    add(exact4, 1U, 1);
-    add(exact4, 2U, 2);
-    add(exact4, 1U, 3);
-    add(exact6, address(1), 1);
+    add(1U, 1);
+    add(2U, 2);
+    add(1U, 3);
+    add(address(1), 1);
     EXPECT_EQ(1, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(2))));
     EXPECT_EQ(1, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(3))));
     EXPECT_EQ(0, (scanAllExact<PlainEntry, uint32_t>(exact4, taking(4))));
@@ -110,10 +120,10 @@ TEST_F(ExactTableTest, HasNoAnswerWhileItIsMissing) {
 
 // What is there stays when no entry can be made.
 TEST_F(ExactTableTest, EntersNothingWithoutAnEntry) {
-    add(exact4, 5U, 2);
-    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 5U, MAKES_NOTHING));
-    EXPECT_FALSE(insertExact<PlainEntry>(exact4, 6U, MAKES_NOTHING));
-    EXPECT_FALSE(insertExact<PlainEntry>(exact6, address(1), MAKES_NOTHING));
+    add(5U, 2);
+    EXPECT_FALSE(insert(5U, MAKES_NOTHING));
+    EXPECT_FALSE(insert(6U, MAKES_NOTHING));
+    EXPECT_FALSE(insert(address(1), MAKES_NOTHING));
     EXPECT_EQ(1, exact4->elementCount);
     EXPECT_EQ(0, exact6->elementCount);
     EXPECT_EQ(2, scanExact<PlainEntry>(exact4, 5U, takeAny).entry->ruleIndex);

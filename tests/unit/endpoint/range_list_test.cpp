@@ -42,7 +42,7 @@ protected:
     }
 
     RangeList<PlainEntry>* list = nullptr;
-    RangeFinder<RangeBucket<PlainEntry>> finder;
+    PlaceFinder<RangeBucket<PlainEntry>> finder;
     size_t made = 0;
     std::vector<uint32_t> freed;
 };
