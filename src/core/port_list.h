@@ -6,8 +6,8 @@
 //     80,443,1000-2000   ->   1000-2000, 443-443, 80-80      a list runs in reverse text order
 //     *                  ->   1-65535                        port 0 is never covered
 //
-// Ownership:  whoever holds the first node owns the list.
-// Cost:       parsing makes one allocation for each item; a test walks the list.
+// Ownership:  whoever holds the first node owns the list; nodes of a slab are the slab's.
+// Cost:       parsing makes one node for each item; a test walks the list.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +22,10 @@ using PortRange = RangeNode<uint16_t>;
 // on success only. RULE_ERR_INVALID_ARG for a null argument or an empty text, RULE_ERR_BAD_RULE for
 // a bad one, RULE_ERR_NO_MEMORY.
 [[nodiscard]] int32_t parsePortList(const char* text, uint32_t length, PortRange** out) noexcept;
+
+// The same with nodes of a slab. Those of a field that is bad remain in it, unused.
+[[nodiscard]] int32_t parsePortList(const char* text, uint32_t length, Slab<PortRange>& nodes,
+                                    PortRange** out) noexcept;
 
 // Parses one item and pushes its node at the front of *head; null, with the list left alone, when
 // the text is bad or memory is out.

@@ -2,7 +2,8 @@
 //
 //     80-80 -> 443-443 -> 1000-2000 -> null
 //
-// Ownership:  whoever holds the first node owns the chain. A null pointer is the empty chain.
+// Ownership:  whoever holds the first node owns the chain; nodes of a slab are the slab's. A null
+//             pointer is the empty chain.
 // Cost:       a test walks the chain.
 #pragma once
 
@@ -11,6 +12,7 @@
 
 #include "core/chain.h"
 #include "core/memory.h"
+#include "core/slab.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -28,6 +30,18 @@ using AddressRange = RangeNode<Address128>;
 template <typename Bound>
 [[nodiscard]] RangeNode<Bound>* makeRange(const Bound& low, const Bound& high) noexcept {
     auto* node = allocateRecord<RangeNode<Bound>>();
+    if (node != nullptr) {
+        node->low = low;
+        node->high = high;
+    }
+    return node;
+}
+
+// The same of a slab.
+template <typename Bound>
+[[nodiscard]] RangeNode<Bound>* makeRange(Slab<RangeNode<Bound>>& nodes, const Bound& low,
+                                          const Bound& high) noexcept {
+    auto* node = newRecord(nodes);
     if (node != nullptr) {
         node->low = low;
         node->high = high;
@@ -83,6 +97,21 @@ template <typename Bound, typename Convert>
 template <typename Bound>
 [[nodiscard]] bool copyRanges(const RangeNode<Bound>* first, RangeNode<Bound>*& out) noexcept {
     return copyRanges(first, out, [](const RangeNode<Bound>&) noexcept { return true; });
+}
+
+// Copies every node into the empty chain out, in order, as nodes of a slab. False when memory is
+// out; out then has the copies made so far.
+template <typename Bound>
+[[nodiscard]] bool copyRanges(const RangeNode<Bound>* first, Slab<RangeNode<Bound>>& nodes,
+                              RangeNode<Bound>*& out) noexcept {
+    for (RangeNode<Bound>** tail = &out; first != nullptr; first = first->next) {
+        *tail = makeRange(nodes, first->low, first->high);
+        if (*tail == nullptr) {
+            return false;
+        }
+        tail = &(*tail)->next;
+    }
+    return true;
 }
 
 }  // namespace rs

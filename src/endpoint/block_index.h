@@ -13,8 +13,7 @@
 //             has there and an entry of its own; none where the last node of the block covers as
 //             much and has an entry of the same makeEntry. The nodes of a block are in rule order,
 //             because rules are inserted in that order.
-// Ownership:  the index owns its slots, nodes and entries. An entry is freed by freeEntry, which
-//             its rule type passes in.
+// Ownership:  the index owns its slots. Nodes and entries are records of the compiled structure.
 // Threads:    one thread builds; then any number of threads may look up.
 // Cost:       a range makes a node and an entry for each block that it touches: 256 for a /8, 65536
 //             at most. All ranges of one makeEntry together make as many, and two more for each
@@ -27,6 +26,7 @@
 #include "core/chain.h"
 #include "core/memory.h"
 #include "core/reference_count.h"
+#include "core/slab.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
 
@@ -36,10 +36,11 @@ inline constexpr uint32_t OCTET_VALUES = 256;
 
 template <typename Entry>
 struct BlockSpanNode {
-    Entry* entry;         // owned; its next is null
-    BlockSpanNode* next;  // owned
-    uint16_t spanLow;     // low 16 bits of the addresses covered in the block
+    Entry* entry;  // its next is null
+    BlockSpanNode* next;
+    uint16_t spanLow;  // low 16 bits of the addresses covered in the block
     uint16_t spanHigh;
+    uint16_t block;  // their upper 16 bits
 };
 
 template <typename Entry>
@@ -60,8 +61,9 @@ template <typename Entry, typename MakeEntry>
 
 // Enters one node for the addresses that [low, high] has in a /16 block.
 template <typename Entry, typename MakeEntry>
-[[nodiscard]] bool insertBlockSpan(BlockIndex<Entry>& index, uint32_t block, uint32_t low,
-                                   uint32_t high, const MakeEntry& makeEntry) noexcept {
+[[nodiscard]] bool insertBlockSpan(BlockIndex<Entry>& index, Slab<BlockSpanNode<Entry>>& nodes,
+                                   uint32_t block, uint32_t low, uint32_t high,
+                                   const MakeEntry& makeEntry) noexcept {
     using Slot = typename BlockIndex<Entry>::Slot;
     Slot*& slots = index.slots[block >> 8U];
     if (slots == nullptr) {
@@ -76,30 +78,33 @@ template <typename Entry, typename MakeEntry>
     if (coversSpan(slot.last, spanLow, spanHigh, makeEntry)) {
         return true;
     }
-    OwnedMemory<BlockSpanNode<Entry>> node(allocateRecord<BlockSpanNode<Entry>>());
-    if (!node) {
+    BlockSpanNode<Entry>* node = newRecord(nodes);
+    if (node == nullptr) {
+        return false;
+    }
+    node->entry = makeEntry();
+    if (node->entry == nullptr) {
+        takeBackRecord(nodes);
         return false;
     }
     node->spanLow = spanLow;
     node->spanHigh = spanHigh;
-    node->entry = makeEntry();
-    if (node->entry == nullptr) {
-        return false;
-    }
-    slot.append(node.release());
+    node->block = static_cast<uint16_t>(block);
+    slot.append(node);
     return true;
 }
 
 // Enters a range, with one call of makeEntry at most for each block. False when memory is out or
 // makeEntry failed; what the blocks before have got stays in the index.
 template <typename Entry, typename MakeEntry>
-[[nodiscard]] bool insertIntoBlocks(BlockIndex<Entry>*& index, uint32_t low, uint32_t high,
+[[nodiscard]] bool insertIntoBlocks(BlockIndex<Entry>*& index, Slab<BlockSpanNode<Entry>>& nodes,
+                                    uint32_t low, uint32_t high,
                                     const MakeEntry& makeEntry) noexcept {
     if (!createStructure(index)) {
         return false;
     }
     for (uint32_t block = low >> 16U; block <= high >> 16U; ++block) {
-        if (!insertBlockSpan(*index, block, low, high, makeEntry)) {
+        if (!insertBlockSpan(*index, nodes, block, low, high, makeEntry)) {
             return false;
         }
     }
@@ -146,23 +151,16 @@ template <typename Entry, typename Test>
     return 0;
 }
 
-// Frees the index and sets it to null; freeEntry(entry) frees one entry.
-template <typename Entry, typename FreeEntry>
-void freeBlockIndex(BlockIndex<Entry>*& index, const FreeEntry& freeEntry) noexcept {
-    if (index == nullptr) {
-        return;
-    }
-    for (auto* slots : index->slots) {
-        for (uint32_t i = 0; slots != nullptr && i < OCTET_VALUES; ++i) {
-            freeChain(slots[i].first, [&freeEntry](BlockSpanNode<Entry>* node) noexcept {
-                freeEntry(node->entry);
-                freeMemory(node);
-            });
+// Frees the index, but no nodes and entries, and sets it to null.
+template <typename Entry>
+void freeBlockIndex(BlockIndex<Entry>*& index) noexcept {
+    if (index != nullptr) {
+        for (auto* slots : index->slots) {
+            freeMemory(slots);
         }
-        freeMemory(slots);
+        freeMemory(index);
+        index = nullptr;
     }
-    freeMemory(index);
-    index = nullptr;
 }
 
 }  // namespace rs

@@ -25,6 +25,7 @@
 #include "core/structure.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/exact_table.h"
 #include "endpoint/range_list.h"
@@ -42,6 +43,7 @@ struct EndpointBuild {
     EntryList<Entry>*& anyFirst6;
     HashTable*& exact6;
     RangeList<Entry>*& ranges6;
+    EndpointRecords<Entry>& records;
     PlaceFinder<ExactAddressNode<Entry, uint32_t>> finder4 = {};  // of exact4
     PlaceFinder<ExactAddressNode<Entry, Address128>> finder6 = {};
     PlaceFinder<RangeBucket<Entry>> rangeFinder = {};  // of ranges6
@@ -59,7 +61,8 @@ constexpr bool isWholeSpace(const Address128& low, const Address128& high) noexc
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterRange(EndpointBuild<Entry>& build, const Address128& low,
                               const Address128& high, const MakeEntry& makeEntry) noexcept {
-    return insertIntoRanges(build.ranges6, build.rangeFinder, low, high, makeEntry);
+    return insertIntoRanges(build.ranges6, build.records.buckets, build.rangeFinder, low, high,
+                            makeEntry);
 }
 
 // These enter the first addresses from low to high: a single one into the exact structure, several
@@ -68,15 +71,17 @@ template <typename Entry, typename MakeEntry>
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterAddresses(EndpointBuild<Entry>& build, uint32_t low, uint32_t high,
                                   const MakeEntry& makeEntry) noexcept {
-    return low == high ? insertExact<Entry>(build.exact4, build.finder4, low, makeEntry)
-                       : insertIntoBlocks(build.blocks4, low, high, makeEntry);
+    return low == high
+               ? insertExact(build.exact4, build.records.nodes4, build.finder4, low, makeEntry)
+               : insertIntoBlocks(build.blocks4, build.records.spans, low, high, makeEntry);
 }
 
 template <typename Entry, typename MakeEntry>
 [[nodiscard]] bool enterAddresses(EndpointBuild<Entry>& build, const Address128& low,
                                   const Address128& high, const MakeEntry& makeEntry) noexcept {
-    return low == high ? insertExact<Entry>(build.exact6, build.finder6, low, makeEntry)
-                       : enterRange(build, low, high, makeEntry);
+    return low == high
+               ? insertExact(build.exact6, build.records.nodes6, build.finder6, low, makeEntry)
+               : enterRange(build, low, high, makeEntry);
 }
 
 // Enters one rule into the structures of one view. False when memory is out.
@@ -100,6 +105,7 @@ template <auto releaseStructure, typename Structure, typename Rule, typename Ent
         return nullptr;
     }
     EndpointBuild<Entry> build = startBuild(*structure);
+    sizeEndpointRecords(build.records, list.ruleCount);
     for (const auto enterView : {enterIpv4View, enterIpv6View}) {
         const auto enterRule = [&](Rule& rule, uint32_t ruleIndex) noexcept {
             return enterView({rule, ruleIndex, claims.get()}, build);

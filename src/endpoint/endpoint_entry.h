@@ -3,30 +3,26 @@
 //     EntrySource                        first entry
 //       rule       text and fields  -->    firstPorts  -> 80-80 -> 90-99 <-+
 //       ruleIndex                          secondPorts -> 1-65535        <-+-- further entry
-//       claims                      -->    userData, owned                |
-//                                          listUsers   -> 2             <-+
+//       claims                      -->    userData, owned
 //
 // One source makes all entries that a rule gets in one pass of a build. The first of them reads the
 // lists from the rule. Further ones are copies of it, and share its lists.
 //
 // Invariants: an entry claims its rule's userData as its last step. So an entry that is not whole
-//             owns none, and can be freed without calling the host back. Entries have the same lists
-//             exactly when they have the same firstPorts.
-// Ownership:  a source borrows all that it names. Entries own their lists together: the one that is
-//             freed last frees them. An entry without listUsers has its lists for itself.
-// Threads:    one thread builds, and one frees.
+//             owns none. Entries have the same lists exactly when they have the same firstPorts.
+// Ownership:  a source borrows all that it names. Entries and lists are records of the structure.
+// Threads:    one thread builds.
 // Cost:       a rule's lists are read once in each pass that makes an entry; a further entry is one
-//             allocation.
+//             record.
 #pragma once
 
 #include <ruleset.h>
 
 #include <cstdint>
 
-#include "core/memory.h"
 #include "core/port_list.h"
-#include "core/reference_count.h"
 #include "core/release.h"
+#include "core/slab.h"
 
 namespace rs {
 
@@ -38,13 +34,13 @@ struct EntrySource {
 };
 
 // Reads both port fields of a rule into an entry. False when memory is out, or when a record was
-// overwritten and a field is bad; the entry owns what was read until then.
+// overwritten and a field is bad.
 template <typename Rule, typename Entry>
-[[nodiscard]] bool readPorts(const Rule& rule, Entry& entry) noexcept {
+[[nodiscard]] bool readPorts(const Rule& rule, Slab<PortRange>& ports, Entry& entry) noexcept {
     const auto& fields = rule.fields;
-    return parsePortList(rule.text + fields.firstPortsOffset, fields.firstPortsLength,
+    return parsePortList(rule.text + fields.firstPortsOffset, fields.firstPortsLength, ports,
                          &entry.firstPorts) == RULE_OK &&
-           parsePortList(rule.text + fields.secondPortsOffset, fields.secondPortsLength,
+           parsePortList(rule.text + fields.secondPortsOffset, fields.secondPortsLength, ports,
                          &entry.secondPorts) == RULE_OK;
 }
 
@@ -56,37 +52,14 @@ void claimUserData(const EntrySource<Rule>& source, uint32_t& entryFlags) noexce
 
 // A copy of an entry that shares its lists and owns no userData; null when memory is out.
 template <typename Entry>
-[[nodiscard]] Entry* makeSharingEntry(Entry& first) noexcept {
-    OwnedMemory<Entry> entry(allocateRecord<Entry>());
-    if (!entry) {
-        return nullptr;
+[[nodiscard]] Entry* makeSharingEntry(Slab<Entry>& entries, const Entry& first) noexcept {
+    Entry* entry = newRecord(entries);
+    if (entry != nullptr) {
+        *entry = first;
+        entry->next = nullptr;
+        releaseFlagsOf(*entry) = 0;
     }
-    if (first.listUsers == nullptr) {
-        first.listUsers = allocateRecord<uint32_t>();
-        if (first.listUsers == nullptr) {
-            return nullptr;
-        }
-        retainReference(*first.listUsers);
-    }
-    *entry = first;
-    entry->next = nullptr;
-    releaseFlagsOf(*entry) = 0;
-    retainReference(*entry->listUsers);
-    return entry.release();
-}
-
-// Ends the use that an entry makes of its lists. True when the caller, who frees the entry, frees
-// the lists too.
-template <typename Entry>
-[[nodiscard]] bool endListUse(Entry& entry) noexcept {
-    if (entry.listUsers == nullptr) {
-        return true;
-    }
-    if (!dropReference(*entry.listUsers)) {
-        return false;
-    }
-    freeMemory(entry.listUsers);
-    return true;
+    return entry;
 }
 
 // The makeEntry of insertions: makeFirst() makes the first entry, which all others share lists with.
@@ -94,11 +67,11 @@ template <typename Entry>
 template <typename Entry, typename MakeFirst>
 class EntryMaker {
 public:
-    EntryMaker(Entry*& first, const MakeFirst& makeFirst) noexcept
-        : first_(first), makeFirst_(makeFirst) {}
+    EntryMaker(Slab<Entry>& entries, Entry*& first, const MakeFirst& makeFirst) noexcept
+        : entries_(entries), first_(first), makeFirst_(makeFirst) {}
 
     [[nodiscard]] Entry* operator()() const noexcept {
-        return first_ == nullptr ? first_ = makeFirst_() : makeSharingEntry(*first_);
+        return first_ == nullptr ? first_ = makeFirst_() : makeSharingEntry(entries_, *first_);
     }
 
     // Whether an entry is one of those made: of the same rule, with the same lists.
@@ -107,6 +80,7 @@ public:
     }
 
 private:
+    Slab<Entry>& entries_;
     Entry*& first_;
     MakeFirst makeFirst_;
 };

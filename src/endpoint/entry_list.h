@@ -3,7 +3,7 @@
 //     EntryList  entries -> #2 -> #5 -> #9        count 3
 //
 // Invariants: entries are in rule order.
-// Ownership:  the list owns its entries; freeEntry of their type frees them.
+// Ownership:  the list borrows its entries.
 // Threads:    read-only once built.
 // Cost:       appending is one step; a lookup walks the list.
 #pragma once
@@ -11,7 +11,6 @@
 #include <cstdint>
 
 #include "core/chain.h"
-#include "core/memory.h"
 #include "core/reference_count.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
@@ -37,16 +36,6 @@ template <typename Entry, typename MakeEntry>
 template <typename Entry, typename Test>
 [[nodiscard]] EntryAnswer<Entry> scanList(const EntryList<Entry>* list, const Test& test) noexcept {
     return scanEntries<Entry>(list == nullptr ? nullptr : list->entries.first, test);
-}
-
-// Frees the list and sets it to null; freeEntry(entry) frees one entry.
-template <typename Entry, typename FreeEntry>
-void freeEntryList(EntryList<Entry>*& list, const FreeEntry& freeEntry) noexcept {
-    if (list != nullptr) {
-        freeChain(list->entries.first, freeEntry);
-        freeMemory(list);
-        list = nullptr;
-    }
 }
 
 }  // namespace rs

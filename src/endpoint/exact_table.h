@@ -7,7 +7,7 @@
 //
 // Invariants: an address has one node at most; elementCount is the number of nodes. The entries of
 //             a node are in rule order.
-// Ownership:  the table owns its nodes and their entries; freeEntry of their type frees these.
+// Ownership:  the table owns its buckets. Nodes and entries are records of the compiled structure.
 // Threads:    read-only once built.
 // Cost:       entering an address looks an equal one up in a PlaceFinder, which lives during the build
 //             only. A lookup walks the nodes of one bucket. There are ENDPOINT_BUCKETS of them, however
@@ -19,8 +19,7 @@
 
 #include "core/chain.h"
 #include "core/list.h"
-#include "core/memory.h"
-#include "core/reference_count.h"
+#include "core/slab.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
 #include "lookup/address_hash.h"
@@ -59,9 +58,9 @@ void* findExactNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noex
     return nullptr;
 }
 
-// finder is that of the table: it knows the nodes that insertions have made.
+// finder is that of the table, and nodes all that insertions have made: both know each other's.
 template <typename Entry, typename Address, typename MakeEntry>
-[[nodiscard]] bool insertExact(HashTable*& table,
+[[nodiscard]] bool insertExact(HashTable*& table, Slab<ExactAddressNode<Entry, Address>>& nodes,
                                PlaceFinder<ExactAddressNode<Entry, Address>>& finder,
                                const Address& address, const MakeEntry& makeEntry) noexcept {
     using Node = ExactAddressNode<Entry, Address>;
@@ -72,15 +71,18 @@ template <typename Entry, typename Address, typename MakeEntry>
     if (found != nullptr) {
         return appendMadeEntry(found->entries, makeEntry);
     }
-    OwnedMemory<Node> node(allocateRecord<Node>());
-    if (!node || !finder.reserveOne() || !appendMadeEntry(node->entries, makeEntry)) {
+    Node* node = finder.reserveOne() ? newRecord(nodes) : nullptr;
+    if (node == nullptr) {
+        return false;
+    }
+    if (!appendMadeEntry(node->entries, makeEntry)) {
+        takeBackRecord(nodes);
         return false;
     }
     node->address = address;
-    finder.add(node.get());
-    hashAdd(*table, hashAddress(address), [&node](HashBucket& bucket) noexcept {
-        appendToList(bucket.list, node.release()->links);
-    });
+    finder.add(node);
+    hashAdd(*table, hashAddress(address),
+            [node](HashBucket& bucket) noexcept { appendToList(bucket.list, node->links); });
     return true;
 }
 
@@ -110,19 +112,6 @@ template <typename Entry, typename Address, typename Test>
     };
     const Test* argument = &test;
     return table == nullptr ? 0 : hashVisitAll(table, &argument, scanBucket);
-}
-
-// Frees the table and sets it to null; freeEntry(entry) frees one entry.
-template <typename Entry, typename Address, typename FreeEntry>
-void freeExactTable(HashTable*& table, const FreeEntry& freeEntry) noexcept {
-    forEachBucket(table, [&freeEntry](HashBucket& bucket) noexcept {
-        freeList(bucket.list, [&freeEntry](ListLink* link) noexcept {
-            auto* node = exactNodeOf<Entry, Address>(link);
-            freeChain(node->entries.first, freeEntry);
-            freeMemory(node);
-        });
-    });
-    hashDestroy(&table);
 }
 
 }  // namespace rs

@@ -5,7 +5,7 @@
 //
 // Invariants: each range has one bucket. Buckets are in the order in which their ranges were first
 //             entered; the entries of a bucket are in rule order.
-// Ownership:  the list owns its buckets and their entries; freeEntry of their type frees these.
+// Ownership:  buckets and entries are records of the compiled structure.
 // Threads:    read-only once built.
 // Cost:       entering a range looks an equal one up in a PlaceFinder, which lives during the build
 //             only. A lookup walks all buckets up to the first that answers.
@@ -14,8 +14,8 @@
 #include <cstdint>
 
 #include "core/chain.h"
-#include "core/memory.h"
 #include "core/reference_count.h"
+#include "core/slab.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
 #include "lookup/place_finder.h"
@@ -39,32 +39,31 @@ struct RangeList {
     uint32_t count;  // of insertions
 };
 
-// finder is that of the list: it knows the buckets that insertions have made.
+// finder is that of the list, and nodes all that insertions have made: both know each other's.
 template <typename Entry, typename MakeEntry>
-[[nodiscard]] bool insertIntoRanges(RangeList<Entry>*& list,
+[[nodiscard]] bool insertIntoRanges(RangeList<Entry>*& list, Slab<RangeBucket<Entry>>& nodes,
                                     PlaceFinder<RangeBucket<Entry>>& finder, const Address128& low,
                                     const Address128& high, const MakeEntry& makeEntry) noexcept {
     using Bucket = RangeBucket<Entry>;
     if (!createStructure(list)) {
         return false;
     }
-    Bucket* bucket = finder.find(RangeKey{low, high});
-    OwnedMemory<Bucket> made;
-    if (bucket == nullptr) {
-        made.reset(allocateRecord<Bucket>());
-        if (!made || !finder.reserveOne()) {
+    Bucket* found = finder.find(RangeKey{low, high});
+    if (found == nullptr) {
+        Bucket* bucket = finder.reserveOne() ? newRecord(nodes) : nullptr;
+        if (bucket == nullptr) {
             return false;
         }
-        made->low = low;
-        made->high = high;
-        bucket = made.get();
-    }
-    if (!appendMadeEntry(bucket->entries, makeEntry)) {
-        return false;
-    }
-    if (made) {
+        if (!appendMadeEntry(bucket->entries, makeEntry)) {
+            takeBackRecord(nodes);
+            return false;
+        }
+        bucket->low = low;
+        bucket->high = high;
         finder.add(bucket);
-        list->buckets.append(made.release());
+        list->buckets.append(bucket);
+    } else if (!appendMadeEntry(found->entries, makeEntry)) {
+        return false;
     }
     incrementCount(list->count);
     return true;
@@ -100,20 +99,6 @@ template <typename Entry, typename Test>
         }
     }
     return 0;
-}
-
-// Frees the list and sets it to null; freeEntry(entry) frees one entry.
-template <typename Entry, typename FreeEntry>
-void freeRangeBuckets(RangeList<Entry>*& list, const FreeEntry& freeEntry) noexcept {
-    if (list == nullptr) {
-        return;
-    }
-    freeChain(list->buckets.first, [&freeEntry](RangeBucket<Entry>* bucket) noexcept {
-        freeChain(bucket->entries.first, freeEntry);
-        freeMemory(bucket);
-    });
-    freeMemory(list);
-    list = nullptr;
 }
 
 }  // namespace rs

@@ -29,11 +29,11 @@ struct SecondAddresses {
 };
 
 // The makeEntry of insertions: the rule's entries with one list of second addresses.
-auto entryMaker(const Source& source, SecondAddresses& second) noexcept {
-    const auto makeFirst = [&source, list = second.list]() noexcept {
-        return makeIpPortEntry(source, list);
+auto entryMaker(Build& build, const Source& source, SecondAddresses& second) noexcept {
+    const auto makeFirst = [&records = build.records, &source, list = second.list]() noexcept {
+        return makeIpPortEntry(records, source, list);
     };
-    return EntryMaker(second.firstEntry, makeFirst);
+    return EntryMaker(build.records.entries, second.firstEntry, makeFirst);
 }
 
 // The second addresses of a rule, for its entries in the IPv4 structures.
@@ -45,16 +45,16 @@ struct SecondLists {
 bool enterAnyFirst4(const Source& source, SecondLists& second, Build& build) noexcept {
     const bool isPlain = !hasAnySecond(source.rule) && !isWide(source.rule);
     if (isPlain) {
-        return insertIntoList(build.anyFirst4, entryMaker(source, second.asRead));
+        return insertIntoList(build.anyFirst4, entryMaker(build, source, second.asRead));
     }
     if (second.ipv4Form.list != nullptr &&
-        !insertIntoList(build.anyFirst4, entryMaker(source, second.ipv4Form))) {
+        !insertIntoList(build.anyFirst4, entryMaker(build, source, second.ipv4Form))) {
         return false;
     }
     // Deliberate: a rule with "*" twice is entered twice, with lists of its own for each, which
     // changes no answer.
     return !hasAnySecond(source.rule) ||
-           insertIntoList(build.anyFirst4, entryMaker(source, second.asRead));
+           insertIntoList(build.anyFirst4, entryMaker(build, source, second.asRead));
 }
 
 bool enterWideFirst4(const AddressRange& first, const Source& source, SecondLists& second,
@@ -63,7 +63,7 @@ bool enterWideFirst4(const AddressRange& first, const Source& source, SecondList
         return true;
     }
     return enterAddresses(build, first.low.words[3], first.high.words[3],
-                          entryMaker(source, second.ipv4Form));
+                          entryMaker(build, source, second.ipv4Form));
 }
 
 bool enterFirst4(const AddressRange& first, const Source& source, SecondLists& second,
@@ -76,7 +76,7 @@ bool enterFirst4(const AddressRange& first, const Source& source, SecondLists& s
     }
     const uint32_t low = first.low.words[0];
     const uint32_t high = first.high.words[0];
-    const auto makeEntry = entryMaker(source, second.asRead);
+    const auto makeEntry = entryMaker(build, source, second.asRead);
     return isWholeSpace(low, high) ? insertIntoList(build.anyFirst4, makeEntry)
                                    : enterAddresses(build, low, high, makeEntry);
 }
@@ -86,7 +86,7 @@ bool enterFirst4(const AddressRange& first, const Source& source, SecondLists& s
 bool enterAnyFirst6(const AddressRange& first, const Source& source, SecondAddresses& second,
                     Build& build) noexcept {
     const bool isForEveryAddress = hasAnySecond(source.rule) || isWide(source.rule);
-    if (isForEveryAddress && !insertIntoList(build.anyFirst6, entryMaker(source, second))) {
+    if (isForEveryAddress && !insertIntoList(build.anyFirst6, entryMaker(build, source, second))) {
         return false;
     }
     if (isForEveryAddress && !hasAnySecond(source.rule)) {
@@ -95,7 +95,7 @@ bool enterAnyFirst6(const AddressRange& first, const Source& source, SecondAddre
     convertToMapped(second.list);
     second.firstEntry = nullptr;
     return enterRange(build, mappedFromIpv4Form(first.low), mappedFromIpv4Form(first.high),
-                      entryMaker(source, second));
+                      entryMaker(build, source, second));
 }
 
 bool enterFirst6(const AddressRange& first, const Source& source, SecondAddresses& second,
@@ -103,7 +103,7 @@ bool enterFirst6(const AddressRange& first, const Source& source, SecondAddresse
     if (hasAnyFirst(source.rule)) {
         return enterAnyFirst6(first, source, second, build);
     }
-    const auto makeEntry = entryMaker(source, second);
+    const auto makeEntry = entryMaker(build, source, second);
     if (!isWide(source.rule)) {
         return enterAddresses(build, mappedFromIpv4Form(first.low), mappedFromIpv4Form(first.high),
                               makeEntry);
@@ -161,8 +161,8 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
 }
 
 Build startBuild(IpPortIndex& index) noexcept {
-    return {index.anyFirst4, index.exact4, index.blocks4,
-            index.anyFirst6, index.exact6, index.ranges6};
+    return {index.anyFirst4, index.exact4,  index.blocks4, index.anyFirst6,
+            index.exact6,    index.ranges6, index.records};
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include "core/entry.h"
 #include "core/memory.h"
 #include "core/structure.h"
+#include "endpoint/entry_walk.h"
 #include "endpoint/exact_table.h"
 
 namespace rs {
@@ -11,35 +12,35 @@ namespace {
 
 using Entry = CompiledIpPortRule;
 
-// Frees an entry, whole or not; one that owns userData gives it back.
-void freeEntry(Entry* entry, const ReleaseInfo& info) noexcept {
-    if (endListUse(*entry)) {
-        freeRangeList(&entry->firstPorts);
-        freeRangeList(&entry->secondAddresses);
-        freeRangeList(&entry->secondPorts);
-    }
-    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
-                        entry->releaseOwner);
-    freeMemory(entry);
-}
-
-void freeUnfinishedEntry(Entry* entry) noexcept {
-    freeEntry(entry, {});
+// Hosts see this order: it is the one in which userData goes back.
+void giveUserDataBack(const IpPortIndex& index, const ReleaseInfo& info) noexcept {
+    const auto giveBack = [&info](const Entry& entry) noexcept {
+        callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
+                            entry.releaseOwner);
+        return 0;
+    };
+    static_cast<void>(firstStatus(
+        [&]() noexcept { return scanList(index.anyFirst4, giveBack).status; },
+        [&]() noexcept { return scanAllExact<Entry, uint32_t>(index.exact4, giveBack); },
+        [&]() noexcept { return scanAllBlocks(index.blocks4, giveBack); },
+        [&]() noexcept { return scanList(index.anyFirst6, giveBack).status; },
+        [&]() noexcept { return scanAllExact<Entry, Address128>(index.exact6, giveBack); },
+        [&]() noexcept { return scanAllRanges(index.ranges6, giveBack); }));
 }
 
 }  // namespace
 
-Entry* makeIpPortEntry(const EntrySource<const IpPortRule>& source,
+Entry* makeIpPortEntry(EndpointRecords<Entry>& records, const EntrySource<const IpPortRule>& source,
                        const AddressRange* secondAddresses) noexcept {
-    Owned<Entry, freeUnfinishedEntry> entry(allocateRecord<Entry>());
-    if (!entry || !readPorts(source.rule, *entry) ||
-        !copyRanges(secondAddresses, entry->secondAddresses)) {
+    Entry* entry = newRecord(records.entries);
+    if (entry == nullptr || !readPorts(source.rule, records.ports, *entry) ||
+        !copyRanges(secondAddresses, records.addresses, entry->secondAddresses)) {
         return nullptr;
     }
     entry->ruleMask = source.rule.fields.ruleMask;
     fillEntry(source.rule, source.ruleIndex, *entry);
     claimUserData(source, entry->releaseOwner);
-    return entry.release();
+    return entry;
 }
 
 void releaseIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept {
@@ -47,14 +48,16 @@ void releaseIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept {
     if (index == nullptr) {
         return;
     }
-    const auto freeOne = [info](Entry* entry) noexcept { freeEntry(entry, *info); };
-    // Hosts see this order: it is the one in which userData goes back.
-    freeEntryList(index->anyFirst4, freeOne);
-    freeExactTable<Entry, uint32_t>(index->exact4, freeOne);
-    freeBlockIndex(index->blocks4, freeOne);
-    freeEntryList(index->anyFirst6, freeOne);
-    freeExactTable<Entry, Address128>(index->exact6, freeOne);
-    freeRangeBuckets(index->ranges6, freeOne);
+    if (info->releaseCallback != nullptr) {
+        giveUserDataBack(*index, *info);
+    }
+    freeMemory(index->anyFirst4);
+    hashDestroy(&index->exact4);
+    freeBlockIndex(index->blocks4);
+    freeMemory(index->anyFirst6);
+    hashDestroy(&index->exact6);
+    freeMemory(index->ranges6);
+    freeEndpointRecords(index->records);
     freeMemory(index);
 }
 

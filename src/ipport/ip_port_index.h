@@ -16,7 +16,7 @@
 // Invariants: each rule has entries in the 128-bit structures, IPv4 addresses in mapped form, and as
 //             far as its addresses are IPv4 ones or "*" in the IPv4 structures too. An entry has all
 //             three lists. ip_port_compile.h says where each first address goes.
-// Ownership:  the index owns its structures, and these their entries. A rule's userData is released
+// Ownership:  the index owns its structures, and the records that these are made of. A rule's userData is released
 //             by one entry only, the first one made, whose releaseOwner has bit 0 set.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       each item of a rule's first address field makes an entry, and a range of IPv4 first
@@ -32,6 +32,7 @@
 #include "core/release.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
 #include "ipport/ip_port_rule.h"
@@ -40,7 +41,7 @@
 namespace rs {
 
 struct CompiledIpPortRule {
-    PortRange* firstPorts;          // shared, like the next two; see endpoint/endpoint_entry.h
+    PortRange* firstPorts;  // may be shared, like the next two; see endpoint/endpoint_entry.h
     AddressRange* secondAddresses;  // in IPv4 form or of 128 bits, as the structure
     PortRange* secondPorts;
     uint32_t ruleMask;
@@ -50,7 +51,6 @@ struct CompiledIpPortRule {
     void* userData;         // borrowed from the host
     uint32_t releaseOwner;  // bit 0: this entry gives userData back
     CompiledIpPortRule* next;
-    uint32_t* listUsers;  // shared; how many entries have these three lists, null for one
 };
 
 constexpr uint32_t& releaseFlagsOf(CompiledIpPortRule& entry) noexcept {
@@ -65,12 +65,14 @@ struct IpPortIndex {
     RangeList<CompiledIpPortRule>* ranges6;
     EntryList<CompiledIpPortRule>* anyFirst6;
     uint32_t refCount;
+    EndpointRecords<CompiledIpPortRule> records;  // owned
 };
 
 // A new entry with what a rule says beside its first address, and a copy of a list of second
-// addresses; null when memory is out. It has its lists for itself, and owns the rule's userData when
-// it is the first for the rule.
-[[nodiscard]] CompiledIpPortRule* makeIpPortEntry(const EntrySource<const IpPortRule>& source,
+// addresses; null when memory is out, with records that nothing uses. It has its lists for itself,
+// and owns the rule's userData when it is the first for the rule.
+[[nodiscard]] CompiledIpPortRule* makeIpPortEntry(EndpointRecords<CompiledIpPortRule>& records,
+                                                  const EntrySource<const IpPortRule>& source,
                                                   const AddressRange* secondAddresses) noexcept;
 
 // Clears *slot and drops one reference; the last one frees the index and gives userData back. A

@@ -46,13 +46,16 @@ void rewriteToMapped(Address128& start, Address128& end) noexcept {
 
 // The makeEntry of insertions. The entries carry the second address as it is in the record when the
 // first of them is made; a pass does not rewrite it after that.
-auto entryMaker(const Source& source, FilterEntry*& first) noexcept {
-    return EntryMaker(first, [&source]() noexcept { return makeFilterEntry(source); });
+auto entryMaker(Build& build, const Source& source, FilterEntry*& first) noexcept {
+    const auto makeFirst = [&records = build.records, &source]() noexcept {
+        return makeFilterEntry(records, source);
+    };
+    return EntryMaker(build.records.entries, first, makeFirst);
 }
 
 bool enterIpv4View(const Source& source, Build& build) noexcept {
     FilterEntry* firstEntry = nullptr;
-    const auto makeEntry = entryMaker(source, firstEntry);
+    const auto makeEntry = entryMaker(build, source, firstEntry);
     const PacketFilterRuleFields& fields = source.rule.fields;
     const AddressKind first = firstKind(fields);
     const uint32_t low = fields.firstAddressStart.words[3];
@@ -72,7 +75,7 @@ bool enterIpv4View(const Source& source, Build& build) noexcept {
 
 bool enterAnyFirst6(const Source& source, Build& build) noexcept {
     FilterEntry* firstEntry = nullptr;
-    const auto makeEntry = entryMaker(source, firstEntry);
+    const auto makeEntry = entryMaker(build, source, firstEntry);
     PacketFilterRuleFields& fields = source.rule.fields;
     const AddressKind second = secondKind(fields);
     if (second != AddressKind::IPV4 && !insertIntoList(build.anyFirst6, makeEntry)) {
@@ -88,7 +91,7 @@ bool enterAnyFirst6(const Source& source, Build& build) noexcept {
 // Deliberate: addresses are rewritten in the rule set's own records.
 bool enterIpv6View(const Source& source, Build& build) noexcept {
     FilterEntry* firstEntry = nullptr;
-    const auto makeEntry = entryMaker(source, firstEntry);
+    const auto makeEntry = entryMaker(build, source, firstEntry);
     PacketFilterRuleFields& fields = source.rule.fields;
     const Address128& start = fields.firstAddressStart;
     const Address128& end = fields.firstAddressEnd;
@@ -110,8 +113,8 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
 }
 
 Build startBuild(PacketFilterTable& table) noexcept {
-    return {table.ipv4AnyList, table.ipv4HostTable, table.ipv4BlockIndex,
-            table.ipv6AnyList, table.ipv6HostTable, table.ipv6RangeList};
+    return {table.ipv4AnyList,   table.ipv4HostTable, table.ipv4BlockIndex, table.ipv6AnyList,
+            table.ipv6HostTable, table.ipv6RangeList, table.records};
 }
 
 }  // namespace

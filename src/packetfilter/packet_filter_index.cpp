@@ -3,32 +3,37 @@
 #include "core/entry.h"
 #include "core/memory.h"
 #include "core/structure.h"
+#include "endpoint/entry_walk.h"
 #include "endpoint/exact_table.h"
 
 namespace rs {
 
 namespace {
 
-// Frees an entry, whole or not; one that owns userData gives it back.
-void freeEntry(FilterEntry* entry, const ReleaseInfo& info) noexcept {
-    if (endListUse(*entry)) {
-        freeRangeList(&entry->firstPorts);
-        freeRangeList(&entry->secondPorts);
-    }
-    callReleaseCallback(info.releaseCallback, info.releaseContext, entry->userData,
-                        entry->entryFlags);
-    freeMemory(entry);
-}
+using Entry = FilterEntry;
 
-void freeUnfinishedEntry(FilterEntry* entry) noexcept {
-    freeEntry(entry, {});
+// Hosts see this order: it is the one in which userData goes back.
+void giveUserDataBack(const PacketFilterTable& table, const ReleaseInfo& info) noexcept {
+    const auto giveBack = [&info](const Entry& entry) noexcept {
+        callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
+                            entry.entryFlags);
+        return 0;
+    };
+    static_cast<void>(firstStatus(
+        [&]() noexcept { return scanAllExact<Entry, uint32_t>(table.ipv4HostTable, giveBack); },
+        [&]() noexcept { return scanAllBlocks(table.ipv4BlockIndex, giveBack); },
+        [&]() noexcept { return scanList(table.ipv4AnyList, giveBack).status; },
+        [&]() noexcept { return scanAllExact<Entry, Address128>(table.ipv6HostTable, giveBack); },
+        [&]() noexcept { return scanAllRanges(table.ipv6RangeList, giveBack); },
+        [&]() noexcept { return scanList(table.ipv6AnyList, giveBack).status; }));
 }
 
 }  // namespace
 
-FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept {
-    Owned<FilterEntry, freeUnfinishedEntry> entry(allocateRecord<FilterEntry>());
-    if (!entry || !readPorts(source.rule, *entry)) {
+FilterEntry* makeFilterEntry(EndpointRecords<FilterEntry>& records,
+                             const EntrySource<PacketFilterRule>& source) noexcept {
+    FilterEntry* entry = newRecord(records.entries);
+    if (entry == nullptr || !readPorts(source.rule, records.ports, *entry)) {
         return nullptr;
     }
     entry->secondAddressStart = source.rule.fields.secondAddressStart;
@@ -36,7 +41,7 @@ FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexce
     entry->protocol = source.rule.fields.protocol;
     fillEntry(source.rule, source.ruleIndex, *entry);
     claimUserData(source, entry->entryFlags);
-    return entry.release();
+    return entry;
 }
 
 void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info) noexcept {
@@ -44,14 +49,16 @@ void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info)
     if (table == nullptr) {
         return;
     }
-    const auto freeOne = [info](FilterEntry* entry) noexcept { freeEntry(entry, *info); };
-    // Hosts see this order: it is the one in which userData goes back.
-    freeExactTable<FilterEntry, uint32_t>(table->ipv4HostTable, freeOne);
-    freeBlockIndex(table->ipv4BlockIndex, freeOne);
-    freeEntryList(table->ipv4AnyList, freeOne);
-    freeExactTable<FilterEntry, Address128>(table->ipv6HostTable, freeOne);
-    freeRangeBuckets(table->ipv6RangeList, freeOne);
-    freeEntryList(table->ipv6AnyList, freeOne);
+    if (info->releaseCallback != nullptr) {
+        giveUserDataBack(*table, *info);
+    }
+    hashDestroy(&table->ipv4HostTable);
+    freeBlockIndex(table->ipv4BlockIndex);
+    freeMemory(table->ipv4AnyList);
+    hashDestroy(&table->ipv6HostTable);
+    freeMemory(table->ipv6RangeList);
+    freeMemory(table->ipv6AnyList);
+    freeEndpointRecords(table->records);
     freeMemory(table);
 }
 

@@ -16,7 +16,7 @@
 //             the first address in mapped form; IPv6 rules in the IPv4 structures only where they
 //             are mapped. An entry has both lists. Every rule has entries of its own: equal rules
 //             are all kept. packet_filter_compile.h says where each first address goes.
-// Ownership:  the table owns its structures, and these their entries. A rule's userData is released
+// Ownership:  the table owns its structures, and the records that these are made of. A rule's userData is released
 //             by one entry only, the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a range of IPv4 first addresses makes an entry for each /16 block that it touches.
@@ -29,6 +29,7 @@
 #include "core/release.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
 #include "lookup/hash_table.h"
@@ -38,7 +39,7 @@
 namespace rs {
 
 struct FilterEntry {
-    PortRange* firstPorts;  // shared, like secondPorts; see endpoint/endpoint_entry.h
+    PortRange* firstPorts;  // may be shared, like secondPorts; see endpoint/endpoint_entry.h
     Address128 secondAddressStart;
     Address128 secondAddressEnd;
     PortRange* secondPorts;
@@ -49,7 +50,6 @@ struct FilterEntry {
     void* userData;  // borrowed from the host
     uint32_t protocol;
     FilterEntry* next;
-    uint32_t* listUsers;  // shared; how many entries have these two lists, null for one
 };
 
 constexpr uint32_t& releaseFlagsOf(FilterEntry& entry) noexcept {
@@ -64,11 +64,14 @@ struct PacketFilterTable {
     HashTable* ipv6HostTable;
     RangeList<FilterEntry>* ipv6RangeList;
     EntryList<FilterEntry>* ipv6AnyList;
+    EndpointRecords<FilterEntry> records;  // owned
 };
 
-// A new entry with what a rule says beside its first address; null when memory is out. It has
-// its lists for itself, and owns the rule's userData when it is the first for the rule.
-[[nodiscard]] FilterEntry* makeFilterEntry(const EntrySource<PacketFilterRule>& source) noexcept;
+// A new entry with what a rule says beside its first address; null when memory is out, with records
+// that nothing uses. It has its lists for itself, and owns the rule's userData when it is the first
+// for the rule.
+[[nodiscard]] FilterEntry* makeFilterEntry(EndpointRecords<FilterEntry>& records,
+                                           const EntrySource<PacketFilterRule>& source) noexcept;
 
 // Clears *slot and drops one reference; the last one frees the table and gives userData back. A
 // null slot or an empty one is left alone.

@@ -11,6 +11,9 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
+#include "ipport/ip_port_index.h"
+#include "packetfilter/packet_filter_index.h"
 #include "support/failing_allocator.h"
 #include "support/random_source.h"
 #include "support/rule_handles.h"
@@ -81,39 +84,58 @@ TEST(EndpointRuleCost, OfARepeatedItemIsOneOfReadingIt) {
     }
 }
 
+// The records of a group of one rule.
+struct RecordCounts {
+    uint32_t entries;
+    uint32_t ports;
+    uint32_t spans;
+    uint32_t buckets;
+};
+
+template <typename Entry>
+RecordCounts countsOf(const EndpointRecords<Entry>& records) {
+    return {records.entries.count, records.ports.count, records.spans.count, records.buckets.count};
+}
+
+RecordCounts recordCountsOf(int32_t type, const std::string& text) {
+    const RuleSetHandle set = newRuleSet(type);
+    EXPECT_EQ(RULE_OK, addRule(*set, text, 1, 1, nullptr)) << text;
+    const RuleGroupHandle group = buildRuleGroup(*set);
+    return type == RULE_TYPE_IP_PORT ? countsOf(group->ipPortIndex->records)
+                                     : countsOf(group->packetFilterTable->records);
+}
+
 // However many entries there are: a port is a node in the lists of each of both views.
 TEST(EndpointRuleCost, OfAPortIsOneNodeInEachView) {
     for (const std::string first :
          {"0.0.0.0/1", "10.0.0.0/15", "10.0.0.1", "0.0.0.0-255.255.255.255"}) {
         SCOPED_TRACE(first);
-        const uint64_t ipPort = buildCostOf(RULE_TYPE_IP_PORT, ipPortRule(first, 1, 1)).allocations;
-        const uint64_t filter =
-            buildCostOf(RULE_TYPE_PACKET_FILTER, packetFilterRule(first, 1, 1)).allocations;
-        for (const uint64_t count : {2U, 100U, 1000U}) {
+        for (const uint32_t count : {1U, 2U, 100U, 1000U}) {
             SCOPED_TRACE(count);
-            const uint64_t added = uint64_t{2} * 2 * (count - 1);
-            EXPECT_EQ(ipPort + added,
-                      buildCostOf(RULE_TYPE_IP_PORT, ipPortRule(first, count, count)).allocations);
-            EXPECT_EQ(filter + added,
-                      buildCostOf(RULE_TYPE_PACKET_FILTER, packetFilterRule(first, count, count))
-                          .allocations);
+            EXPECT_EQ(2 * 2 * count,
+                      recordCountsOf(RULE_TYPE_IP_PORT, ipPortRule(first, count, count)).ports);
+            EXPECT_EQ(2 * 2 * count,
+                      recordCountsOf(RULE_TYPE_PACKET_FILTER, packetFilterRule(first, count, count))
+                          .ports);
         }
     }
 }
 
 // A rule has an entry and a node for each block, and some more for the ends of its ranges.
 TEST(EndpointRuleCost, OfABlockIsPaidOnce) {
-    const auto allocationsOf = [](const std::string& first) {
-        return buildCostOf(RULE_TYPE_IP_PORT, ipPortRule(first, 1, 1)).allocations;
+    constexpr uint32_t HALF = BLOCKS / 2;
+    const auto expectCounts = [](const std::string& first, uint32_t spans, uint32_t buckets) {
+        SCOPED_TRACE(first);
+        const RecordCounts counts = recordCountsOf(RULE_TYPE_IP_PORT, ipPortRule(first, 1, 1));
+        EXPECT_EQ(spans, counts.spans);
+        EXPECT_EQ(buckets, counts.buckets);
+        EXPECT_EQ(spans + buckets, counts.entries);
     };
-    const uint64_t one = allocationsOf("0.0.0.0/1");
-    EXPECT_LT(2 * BLOCKS / 2, one);
-    EXPECT_EQ(one + 2, allocationsOf("0.0.0.0/1,0.0.0.0/1"));
-    // The range inside is read twice. In the view of 128 bits it has a bucket and an entry, which
-    // share lists with those of the other range and count that.
-    EXPECT_EQ(one + 2 + 3, allocationsOf("0.0.0.1-127.255.255.254,0.0.0.0/1"));
+    expectCounts("0.0.0.0/1", HALF, 1);
+    expectCounts("0.0.0.0/1,0.0.0.0/1", HALF, 1);
+    expectCounts("0.0.0.1-127.255.255.254,0.0.0.0/1", HALF, 2);
     // The one that goes before it, as a list runs in reverse text order, has its two ends as well.
-    EXPECT_EQ(one + 2 + 3 + 4, allocationsOf("0.0.0.0/1,0.0.0.1-127.255.255.254"));
+    expectCounts("0.0.0.0/1,0.0.0.1-127.255.255.254", HALF + 2, 2);
 }
 
 // Rules of the greatest length, by the items that they repeat or count through.

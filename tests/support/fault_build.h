@@ -36,7 +36,7 @@ struct FaultTotals {
 // left, what is given back and what the group answers.
 FaultTotals failBuild(std::string_view operation, const BuildPlan& plan);
 
-// The same, and every failure fails the build.
+// The same, and every failure fails the build, unless it is one of a flat lookup.
 void expectBuildsFail(std::string_view operation, const BuildPlan& plan);
 
 void append(std::vector<FaultRule>& rules, const std::vector<std::string>& texts);

@@ -74,12 +74,20 @@ inline auto failingAt(uint32_t ruleIndex) {
     };
 }
 
-// Frees entries and notes their rules in the order in which they come.
-inline auto notingRules(std::vector<uint32_t>& rules) {
-    return [&rules](PlainEntry* entry) {
+// Frees the entries that a walk tests, walk(test), and returns their rules in the order of the walk.
+template <typename Walk>
+std::vector<uint32_t> freeEntriesOf(const Walk& walk) {
+    std::vector<const PlainEntry*> visited;
+    static_cast<void>(walk([&visited](const PlainEntry& entry) {
+        visited.push_back(&entry);
+        return 0;
+    }));
+    std::vector<uint32_t> rules;
+    for (const PlainEntry* entry : visited) {
         rules.push_back(entry->ruleIndex);
-        freeMemory(entry);
-    };
+        freeMemory(const_cast<PlainEntry*>(entry));
+    }
+    return rules;
 }
 
 }  // namespace rs::test

@@ -52,6 +52,11 @@ TEST(PortList, ReadsAFieldIntoAListInReverseTextOrder) {
         EXPECT_EQ(row.ports, portsOf(list));
         freeRangeList(&list);
         EXPECT_EQ(nullptr, list);
+        Slab<PortRange> nodes{};
+        ASSERT_EQ(RULE_OK, parsePortList(text.data(), text.size(), nodes, &list));
+        EXPECT_EQ(row.ports, portsOf(list));
+        EXPECT_EQ(row.ports.size(), nodes.count);
+        freeSlab(nodes);
     }
 }
 
@@ -67,6 +72,10 @@ TEST(PortList, RefusesBadFieldsAndWritesNothing) {
         PortRange* list = &untouched;
         EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortList(text.data(), text.size(), &list));
         EXPECT_EQ(&untouched, list);
+        Slab<PortRange> nodes{};
+        EXPECT_EQ(RULE_ERR_BAD_RULE, parsePortList(text.data(), text.size(), nodes, &list));
+        EXPECT_EQ(&untouched, list);
+        freeSlab(nodes);
     }
 }
 
@@ -76,6 +85,10 @@ TEST(PortList, RefusesNullAndEmptyTexts) {
     EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList(nullptr, 0, &list));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList(nullptr, 2, &list));
     EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList("80", 0, &list));
+    Slab<PortRange> nodes{};
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList(nullptr, 2, nodes, &list));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList("80", 0, nodes, &list));
+    EXPECT_EQ(RULE_ERR_INVALID_ARG, parsePortList("80", 2, nodes, nullptr));
     EXPECT_EQ(&untouched, list);
 }
 

@@ -66,6 +66,21 @@ TEST(RangeNode, CopiesInOrder) {
     EXPECT_EQ(nullptr, none);
 }
 
+TEST(RangeNode, CopiesIntoASlab) {
+    const auto ranges = makeRanges({{3, 4}, {1, 2}});
+    Slab<RangeNode<uint32_t>> nodes{};
+    RangeNode<uint32_t>* copies = nullptr;
+    ASSERT_TRUE(copyRanges(ranges.get(), nodes, copies));
+    EXPECT_THAT(boundsOf(copies), ElementsAre(Pair(3, 4), Pair(1, 2)));
+    EXPECT_EQ(&recordAt(nodes, 0), copies);
+    EXPECT_EQ(2, nodes.count);
+    RangeNode<uint32_t>* none = nullptr;
+    EXPECT_TRUE(copyRanges<uint32_t>(nullptr, nodes, none));
+    EXPECT_EQ(nullptr, none);
+    EXPECT_EQ(2, nodes.count);
+    freeSlab(nodes);
+}
+
 TEST(RangeNode, CopiesWhatIsTakenAsItIsConverted) {
     const auto ranges = makeRanges({{1, 2}, {30, 40}, {5, 6}});
     RangeNode<uint32_t>* copies = nullptr;

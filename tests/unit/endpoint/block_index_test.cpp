@@ -20,10 +20,13 @@ using ::testing::IsEmpty;
 class BlockIndexTest : public ::testing::Test {
 protected:
     void TearDown() override {
-        std::vector<uint32_t> freed;
-        freeBlockIndex(index, notingRules(freed));
+        const auto freed =
+            freeEntriesOf([this](const auto& test) { return scanAllBlocks(index, test); });
         EXPECT_EQ(made, freed.size());
+        EXPECT_EQ(made, nodes.count) << "a node for each entry";
+        freeBlockIndex(index);
         EXPECT_EQ(nullptr, index);
+        freeSlab(nodes);
     }
 
     Lines lines() const {
@@ -33,11 +36,12 @@ protected:
     }
 
     void add(uint32_t low, uint32_t high, uint32_t rule) {
-        EXPECT_TRUE(insertIntoBlocks(index, low, high, making(rule)));
+        EXPECT_TRUE(insertIntoBlocks(index, nodes, low, high, making(rule)));
         made += (high >> 16U) - (low >> 16U) + 1;
     }
 
     BlockIndex<PlainEntry>* index = nullptr;
+    Slab<BlockSpanNode<PlainEntry>> nodes{};
     size_t made = 0;
 };
 
@@ -61,7 +65,7 @@ TEST_F(BlockIndexTest, TakesARangeInsideOneBlock) {
 TEST_F(BlockIndexTest, TakesNoSpanThatTheLastNodeCoversForTheSameMaker) {
     add(0x0A000005, 0x0A000009, 1);
     for (const auto& [low, high] : {std::pair(5U, 9U), {6U, 9U}, {5U, 8U}, {7U, 7U}}) {
-        EXPECT_TRUE(insertIntoBlocks(index, 0x0A000000 + low, 0x0A000000 + high, making(1)));
+        EXPECT_TRUE(insertIntoBlocks(index, nodes, 0x0A000000 + low, 0x0A000000 + high, making(1)));
     }
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 5-9 #1"));
     EXPECT_EQ(5, index->count) << "of insertions";
@@ -76,7 +80,7 @@ TEST_F(BlockIndexTest, TakesNoSpanThatTheLastNodeCoversForTheSameMaker) {
 
 TEST_F(BlockIndexTest, TakesTheBlocksOfARangeThatAreNotCovered) {
     add(0x0A000005, 0x0A02FFFF, 1);
-    EXPECT_TRUE(insertIntoBlocks(index, 0x0A000004, 0x0A030000, making(1)));
+    EXPECT_TRUE(insertIntoBlocks(index, nodes, 0x0A000004, 0x0A030000, making(1)));
     made += 2;
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 5-ffff #1", "blocks4 10.0 4-ffff #1",
                                      "blocks4 10.1 0-ffff #1", "blocks4 10.2 0-ffff #1",
@@ -125,13 +129,13 @@ TEST_F(BlockIndexTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(BlockIndexTest, EntersNothingWithoutAnEntry) {
     add(0x0A000000, 0x0A000001, 3);
-    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A000001, MAKES_NOTHING));
+    EXPECT_FALSE(insertIntoBlocks(index, nodes, 0x0A000000, 0x0A000001, MAKES_NOTHING));
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-1 #3"));
     EXPECT_EQ(1, index->count);
 }
 
 TEST_F(BlockIndexTest, KeepsTheBlocksThatWereEnteredBeforeAFailure) {
-    EXPECT_FALSE(insertIntoBlocks(index, 0x0A000000, 0x0A030000, PlainMaker(7, 2)));
+    EXPECT_FALSE(insertIntoBlocks(index, nodes, 0x0A000000, 0x0A030000, PlainMaker(7, 2)));
     made = 2;
     EXPECT_THAT(lines(), ElementsAre("blocks4 10.0 0-ffff #7", "blocks4 10.1 0-ffff #7"));
     EXPECT_EQ(0, index->count);

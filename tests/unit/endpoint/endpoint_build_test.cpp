@@ -28,6 +28,7 @@ struct Structure {
     EntryList<PlainEntry>* any6;
     HashTable* exact6;
     RangeList<PlainEntry>* ranges6;
+    EndpointRecords<PlainEntry> records;
 };
 
 uint32_t freedEntries = 0;
@@ -37,24 +38,31 @@ void releaseStructure(Structure** slot, const ReleaseInfo* /*info*/) noexcept {
     if (structure == nullptr) {
         return;
     }
-    const auto freeEntry = [](PlainEntry* entry) noexcept {
-        ++freedEntries;
-        freeMemory(entry);
-    };
-    freeEntryList(structure->any4, freeEntry);
-    freeExactTable<PlainEntry, uint32_t>(structure->exact4, freeEntry);
-    freeBlockIndex(structure->blocks4, freeEntry);
-    freeEntryList(structure->any6, freeEntry);
-    freeExactTable<PlainEntry, Address128>(structure->exact6, freeEntry);
-    freeRangeBuckets(structure->ranges6, freeEntry);
+    const auto freed = freeEntriesOf([structure](const auto& test) {
+        return firstStatus(
+            [&] { return scanList(structure->any4, test).status; },
+            [&] { return scanAllExact<PlainEntry, uint32_t>(structure->exact4, test); },
+            [&] { return scanAllBlocks(structure->blocks4, test); },
+            [&] { return scanList(structure->any6, test).status; },
+            [&] { return scanAllExact<PlainEntry, Address128>(structure->exact6, test); },
+            [&] { return scanAllRanges(structure->ranges6, test); });
+    });
+    freedEntries += static_cast<uint32_t>(freed.size());
+    freeMemory(structure->any4);
+    hashDestroy(&structure->exact4);
+    freeBlockIndex(structure->blocks4);
+    freeMemory(structure->any6);
+    hashDestroy(&structure->exact6);
+    freeMemory(structure->ranges6);
+    freeEndpointRecords(structure->records);
     freeMemory(structure);
 }
 
 using Build = EndpointBuild<PlainEntry>;
 
 Build startBuild(Structure& structure) noexcept {
-    return {structure.any4, structure.exact4, structure.blocks4,
-            structure.any6, structure.exact6, structure.ranges6};
+    return {structure.any4,   structure.exact4,  structure.blocks4, structure.any6,
+            structure.exact6, structure.ranges6, structure.records};
 }
 
 bool enterIpv4View(const EntrySource<const Rule>& source, Build& build) noexcept {

@@ -29,14 +29,14 @@ struct Entry {
 
 class EntryPorts : public ::testing::Test {
 protected:
-    void TearDown() override {
-        freeRangeList(&entry.firstPorts);
-        freeRangeList(&entry.secondPorts);
-    }
+    void TearDown() override { freeSlab(ports); }
 
     // Reads the ports of a text of two fields of two bytes.
-    bool read(const char* text) { return readPorts(Rule{text, {0, 2, 3, 2}, nullptr}, entry); }
+    bool read(const char* text) {
+        return readPorts(Rule{text, {0, 2, 3, 2}, nullptr}, ports, entry);
+    }
 
+    Slab<PortRange> ports{};
     Entry entry{};
 };
 
@@ -50,7 +50,7 @@ TEST_F(EntryPorts, AreNotReadFromABadField) {
     EXPECT_FALSE(read("8x;99"));
     EXPECT_EQ(nullptr, entry.firstPorts);
     EXPECT_FALSE(read("80;9x"));
-    EXPECT_NE(nullptr, entry.firstPorts) << "which the entry owns";
+    EXPECT_NE(nullptr, entry.firstPorts) << "which is read first";
     EXPECT_EQ(nullptr, entry.secondPorts);
 }
 
@@ -82,7 +82,6 @@ struct SharingEntry {
     PortRange* firstPorts;
     uint32_t flags;
     SharingEntry* next;
-    uint32_t* listUsers;
 };
 
 constexpr uint32_t& releaseFlagsOf(SharingEntry& entry) {
@@ -91,48 +90,39 @@ constexpr uint32_t& releaseFlagsOf(SharingEntry& entry) {
 
 class SharedLists : public ::testing::Test {
 protected:
+    void TearDown() override {
+        freeSlab(entries);
+        freeSlab(ports);
+    }
+
     // Makers count what they make first.
     auto maker(SharingEntry*& first) {
-        return EntryMaker(first, [this]() -> SharingEntry* {
-            ++firsts;
-            auto* entry = allocateRecord<SharingEntry>();
-            entry->firstPorts = makeRange<uint16_t>(80, 80);
+        return EntryMaker(entries, first, [this]() -> SharingEntry* {
+            SharingEntry* entry = newRecord(entries);
+            entry->firstPorts = makeRange<uint16_t>(ports, 80, 80);
             entry->flags = ENTRY_RELEASES_USER_DATA;
             return entry;
         });
     }
 
-    // Whether the lists went with the entry.
-    static bool freeEntry(SharingEntry* entry) {
-        const bool isLast = endListUse(*entry);
-        if (isLast) {
-            freeRangeList(&entry->firstPorts);
-        }
-        freeMemory(entry);
-        return isLast;
-    }
-
-    uint32_t firsts = 0;
+    Slab<SharingEntry> entries{};
+    Slab<PortRange> ports{};
 };
 
-TEST_F(SharedLists, AreMadeOnceAndFreedWithTheLastEntry) {
+TEST_F(SharedLists, AreMadeOnce) {
     SharingEntry* first = nullptr;
     const auto makeEntry = maker(first);
     SharingEntry* entry = makeEntry();
     EXPECT_EQ(first, entry);
-    EXPECT_EQ(nullptr, entry->listUsers) << "one entry counts nothing";
     first->next = first;
-    SharingEntry* second = makeEntry();
-    SharingEntry* third = makeEntry();
-    EXPECT_EQ(1, firsts);
+    const SharingEntry* second = makeEntry();
+    const SharingEntry* third = makeEntry();
+    EXPECT_EQ(3, entries.count);
+    EXPECT_EQ(1, ports.count);
     EXPECT_EQ(first->firstPorts, second->firstPorts);
     EXPECT_EQ(first->firstPorts, third->firstPorts);
-    EXPECT_EQ(3, *first->listUsers);
     EXPECT_EQ(0, second->flags) << "userData stays with the first";
     EXPECT_EQ(nullptr, second->next);
-    EXPECT_FALSE(freeEntry(first));
-    EXPECT_FALSE(freeEntry(third));
-    EXPECT_TRUE(freeEntry(second));
 }
 
 TEST_F(SharedLists, TellTheEntriesOfAMakerFromOthers) {
@@ -140,16 +130,13 @@ TEST_F(SharedLists, TellTheEntriesOfAMakerFromOthers) {
     SharingEntry* other = nullptr;
     const auto makeEntry = maker(first);
     const auto makeOther = maker(other);
-    SharingEntry* made = makeEntry();
+    const SharingEntry* made = makeEntry();
     EXPECT_FALSE(makeOther.made(*made)) << "a maker that has made none";
-    SharingEntry* otherMade = makeOther();
-    SharingEntry* second = makeEntry();
+    const SharingEntry* otherMade = makeOther();
+    const SharingEntry* second = makeEntry();
     EXPECT_TRUE(makeEntry.made(*made));
     EXPECT_TRUE(makeEntry.made(*second));
     EXPECT_FALSE(makeEntry.made(*otherMade)) << "equal lists, but not the same";
-    for (SharingEntry* entry : {made, second, otherMade}) {
-        freeEntry(entry);
-    }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "endpoint/entry_list.h"
 
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -17,10 +18,11 @@ class EntryListTest : public ::testing::Test {
 protected:
     void TearDown() override { freeAll(); }
 
-    // The rules of the entries in the order in which they are freed.
+    // The rules of the entries in the order in which they are walked.
     std::vector<uint32_t> freeAll() {
-        std::vector<uint32_t> rules;
-        freeEntryList(list, notingRules(rules));
+        const auto rules =
+            freeEntriesOf([this](const auto& test) { return scanList(list, test).status; });
+        freeMemory(std::exchange(list, nullptr));
         return rules;
     }
 
@@ -36,7 +38,6 @@ TEST_F(EntryListTest, AppendsAndCounts) {
     EXPECT_EQ(2, scanList(list, taking(2)).entry->ruleIndex);
     EXPECT_EQ(0, scanList(list, taking(4)).status);
     EXPECT_THAT(freeAll(), ElementsAre(1, 2, 3));
-    EXPECT_EQ(nullptr, list);
 }
 
 TEST_F(EntryListTest, CountsAnInsertionThatNeedsNoFurtherEntry) {

@@ -20,17 +20,29 @@ protected:
     void TearDown() override { EXPECT_EQ(made, freeAll().size()); }
 
     std::vector<uint32_t> freeAll() {
-        freeExactTable<PlainEntry, uint32_t>(exact4, notingRules(freed));
-        freeExactTable<PlainEntry, Address128>(exact6, notingRules(freed));
+        freeTable<uint32_t>(exact4, nodes4);
+        freeTable<Address128>(exact6, nodes6);
         return freed;
     }
 
+    template <typename Address>
+    void freeTable(HashTable*& table, Slab<ExactAddressNode<PlainEntry, Address>>& nodes) {
+        for (const uint32_t rule : freeEntriesOf([table](const auto& test) {
+                 return scanAllExact<PlainEntry, Address>(table, test);
+             })) {
+            freed.push_back(rule);
+        }
+        EXPECT_EQ(table == nullptr ? 0 : table->elementCount, nodes.count);
+        hashDestroy(&table);
+        freeSlab(nodes);
+    }
+
     bool insert(uint32_t key, const PlainMaker& maker) {
-        return insertExact<PlainEntry>(exact4, finder4, key, maker);
+        return insertExact(exact4, nodes4, finder4, key, maker);
     }
 
     bool insert(const Address128& key, const PlainMaker& maker) {
-        return insertExact<PlainEntry>(exact6, finder6, key, maker);
+        return insertExact(exact6, nodes6, finder6, key, maker);
     }
 
     template <typename Address>
@@ -41,6 +53,8 @@ protected:
 
     HashTable* exact4 = nullptr;
     HashTable* exact6 = nullptr;
+    Slab<ExactAddressNode<PlainEntry, uint32_t>> nodes4{};
+    Slab<ExactAddressNode<PlainEntry, Address128>> nodes6{};
     PlaceFinder<ExactAddressNode<PlainEntry, uint32_t>> finder4;
     PlaceFinder<ExactAddressNode<PlainEntry, Address128>> finder6;
     size_t made = 0;

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "endpoint/entry_walk.h"
 #include "support/plain_entry.h"
 
 namespace rs::test {
@@ -16,6 +17,11 @@ using ::testing::ElementsAre;
 struct Structure {
     uint32_t count;
 };
+
+std::vector<uint32_t> freeAll(const Chain<PlainEntry>& chain) {
+    return freeEntriesOf(
+        [&chain](const auto& test) { return scanEntries<PlainEntry>(chain.first, test).status; });
+}
 
 TEST(EndpointInsertion, CreatesAStructureOnce) {
     Structure* structure = nullptr;
@@ -32,9 +38,7 @@ TEST(EndpointInsertion, AppendsWhatWasMade) {
     EXPECT_FALSE(appendMadeEntry(chain, MAKES_NOTHING));
     EXPECT_TRUE(appendMadeEntry(chain, making(2)));
     EXPECT_EQ(2, chain.last->ruleIndex);
-    std::vector<uint32_t> rules;
-    freeChain(chain.first, notingRules(rules));
-    EXPECT_THAT(rules, ElementsAre(1, 2));
+    EXPECT_THAT(freeAll(chain), ElementsAre(1, 2));
 }
 
 // A rule is told by its last entry only: no entry of another rule comes between those of one.
@@ -44,9 +48,7 @@ TEST(EndpointInsertion, AppendsNoSecondEntryOfAMaker) {
         EXPECT_TRUE(appendMadeEntry(chain, making(rule)));
     }
     EXPECT_TRUE(appendMadeEntry(chain, PlainMaker(1, 0))) << "nothing has to be made";
-    std::vector<uint32_t> rules;
-    freeChain(chain.first, notingRules(rules));
-    EXPECT_THAT(rules, ElementsAre(1, 2, 1));
+    EXPECT_THAT(freeAll(chain), ElementsAre(1, 2, 1));
 }
 
 }  // namespace

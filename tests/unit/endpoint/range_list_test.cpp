@@ -1,6 +1,7 @@
 #include "endpoint/range_list.h"
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -24,9 +25,13 @@ class RangeListTest : public ::testing::Test {
 protected:
     void TearDown() override { EXPECT_EQ(made, freeAll().size()); }
 
-    // The rules of the entries in the order in which they are freed.
+    // The rules of the entries in the order in which they are walked.
     std::vector<uint32_t> freeAll() {
-        freeRangeBuckets(list, notingRules(freed));
+        if (list != nullptr) {
+            freed = freeEntriesOf([this](const auto& test) { return scanAllRanges(list, test); });
+        }
+        freeMemory(std::exchange(list, nullptr));
+        freeSlab(nodes);
         return freed;
     }
 
@@ -37,11 +42,12 @@ protected:
     }
 
     void add(const Address128& low, const Address128& high, uint32_t rule) {
-        EXPECT_TRUE(insertIntoRanges(list, finder, low, high, making(rule)));
+        EXPECT_TRUE(insertIntoRanges(list, nodes, finder, low, high, making(rule)));
         ++made;
     }
 
     RangeList<PlainEntry>* list = nullptr;
+    Slab<RangeBucket<PlainEntry>> nodes{};
     PlaceFinder<RangeBucket<PlainEntry>> finder;
     size_t made = 0;
     std::vector<uint32_t> freed;
@@ -57,14 +63,14 @@ TEST_F(RangeListTest, KeepsRangesInOrderOfTheirFirstUse) {
                                      "ranges6 20010db8:0:0:0-20010db8:0:0:5 #2",
                                      "ranges6 20010db8:0:0:1-20010db8:0:0:9 #4"));
     EXPECT_EQ(4, list->count);
+    EXPECT_EQ(3, nodes.count);
     EXPECT_THAT(freeAll(), ElementsAre(1, 3, 2, 4));
-    EXPECT_EQ(nullptr, list);
 }
 
 TEST_F(RangeListTest, HasOneEntryOfAMakerForARange) {
     add(address(0), address(9), 1);
     add(address(0), address(8), 1);
-    EXPECT_TRUE(insertIntoRanges(list, finder, address(0), address(9), making(1)));
+    EXPECT_TRUE(insertIntoRanges(list, nodes, finder, address(0), address(9), making(1)));
     add(address(0), address(9), 2);
     EXPECT_EQ(4, list->count) << "of insertions";
     EXPECT_THAT(freeAll(), ElementsAre(1, 2, 1));
@@ -103,10 +109,11 @@ TEST_F(RangeListTest, HasNoAnswerWhileItIsMissing) {
 // What is there stays when no entry can be made.
 TEST_F(RangeListTest, EntersNothingWithoutAnEntry) {
     add(address(0), address(1), 4);
-    EXPECT_FALSE(insertIntoRanges(list, finder, address(0), address(1), MAKES_NOTHING));
-    EXPECT_FALSE(insertIntoRanges(list, finder, address(2), address(3), MAKES_NOTHING));
+    EXPECT_FALSE(insertIntoRanges(list, nodes, finder, address(0), address(1), MAKES_NOTHING));
+    EXPECT_FALSE(insertIntoRanges(list, nodes, finder, address(2), address(3), MAKES_NOTHING));
     EXPECT_THAT(lines(), ElementsAre("ranges6 20010db8:0:0:0-20010db8:0:0:1 #4"));
     EXPECT_EQ(1, list->count);
+    EXPECT_EQ(1, nodes.count);
 }
 
 }  // namespace

@@ -109,8 +109,11 @@ TEST(IpPortCompile, SharesListsWithinAViewOnly) {
     const IpPortIndex& index = *group->ipPortIndex;
     const CompiledIpPortRule& block = *index.blocks4->slots[11][0].first->entry;
     const CompiledIpPortRule& range = *index.ranges6->buckets.first->entries.first;
-    EXPECT_EQ(3, *block.listUsers) << "two blocks and a single address";
-    EXPECT_EQ(2, *range.listUsers);
+    EXPECT_EQ(block.firstPorts, index.blocks4->slots[11][1].first->entry->firstPorts);
+    EXPECT_EQ(5, index.records.entries.count)
+        << "two blocks, an address of each width, and a range";
+    EXPECT_EQ(4, index.records.ports.count) << "two lists in each view";
+    EXPECT_EQ(2, index.records.addresses.count);
     EXPECT_NE(block.firstPorts, range.firstPorts);
     const RuleGroupHandle stars = makeIpPortGroup({{"*;1;*;1;1"}});
     const CompiledIpPortRule& star = *stars->ipPortIndex->anyFirst4->entries.first;

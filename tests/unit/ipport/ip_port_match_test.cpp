@@ -260,12 +260,9 @@ protected:
     using Entry = CompiledIpPortRule;
 
     // Takes one list away from an entry that has it for itself.
-    static void dropFirstPorts(Entry& entry) { freeRangeList(&entry.firstPorts); }
-    static void dropSecondPorts(Entry& entry) { freeRangeList(&entry.secondPorts); }
-    static void dropSecondAddresses(Entry& entry) {
-        freeRangeList(&entry.secondAddresses);
-        entry.secondAddresses = nullptr;
-    }
+    static void dropFirstPorts(Entry& entry) { entry.firstPorts = nullptr; }
+    static void dropSecondPorts(Entry& entry) { entry.secondPorts = nullptr; }
+    static void dropSecondAddresses(Entry& entry) { entry.secondAddresses = nullptr; }
 
     static Entry& exact4Of(const RuleGroup& group, uint32_t address) {
         void* node = hashLookup(group.ipPortIndex->exact4, hashIPv4(address), &address,

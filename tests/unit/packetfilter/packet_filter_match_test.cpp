@@ -219,8 +219,8 @@ protected:
 
 TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
     const RuleGroupHandle group = makePacketFilterGroup({{"tcp;1.2.3.4;80;9.9.9.9;80"}});
-    freeRangeList(&host4Of(*group, 0x01020304).firstPorts);
-    freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).firstPorts);
+    host4Of(*group, 0x01020304).firstPorts = nullptr;
+    host6Of(*group, mappedAddress(0x01020304)).firstPorts = nullptr;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 81));
     EXPECT_EQ(0, match(*group, 0x01020305, 81)) << "the entry is not walked to";
     EXPECT_EQ(UNTOUCHED, result4);
@@ -229,8 +229,8 @@ TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
 
 TEST_F(PlantedFilterEntry, WithoutSecondPortsIsAnErrorOnceTheyAreAskedFor) {
     const RuleGroupHandle group = makePacketFilterGroup({{"tcp;1.2.3.4;80;9.9.9.9;7"}});
-    freeRangeList(&host4Of(*group, 0x01020304).secondPorts);
-    freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).secondPorts);
+    host4Of(*group, 0x01020304).secondPorts = nullptr;
+    host6Of(*group, mappedAddress(0x01020304)).secondPorts = nullptr;
     EXPECT_EQ(0, match(*group, 0x01020304, 81, 0x09090909)) << "the first port decides";
     EXPECT_EQ(0, match(*group, 0x01020304, 80, 0x09090908)) << "the second address decides";
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 80, 0x09090909));
@@ -240,20 +240,20 @@ TEST_F(PlantedFilterEntry, IsAnErrorInEveryStructure) {
     const RuleGroupHandle group =
         makePacketFilterGroup({{"tcp;*;80;*;80"}, {"tcp;1.2.0.0/16;80;*;80"}});
     PacketFilterTable& table = *group->packetFilterTable;
-    freeRangeList(&table.ipv4BlockIndex->slots[1][2].first->entry->firstPorts);
-    freeRangeList(&table.ipv6RangeList->buckets.last->entries.first->firstPorts);
+    table.ipv4BlockIndex->slots[1][2].first->entry->firstPorts = nullptr;
+    table.ipv6RangeList->buckets.last->entries.first->firstPorts = nullptr;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 81));
     EXPECT_EQ(0, match(*group, 0x02020304, 81));
-    freeRangeList(&table.ipv4AnyList->entries.first->firstPorts);
-    freeRangeList(&table.ipv6AnyList->entries.first->firstPorts);
+    table.ipv4AnyList->entries.first->firstPorts = nullptr;
+    table.ipv6AnyList->entries.first->firstPorts = nullptr;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x02020304, 81));
 }
 
 TEST_F(PlantedFilterEntry, IsNotReachedBehindAnAnswerOfItsChain) {
     const RuleGroupHandle group =
         makePacketFilterGroup({{"tcp;1.2.3.4;80;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
-    freeRangeList(&host4Of(*group, 0x01020304).next->firstPorts);
-    freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).next->firstPorts);
+    host4Of(*group, 0x01020304).next->firstPorts = nullptr;
+    host6Of(*group, mappedAddress(0x01020304)).next->firstPorts = nullptr;
     EXPECT_EQ(1, match(*group, 0x01020304, 80));
     EXPECT_EQ(1, result4.ruleIndex);
     EXPECT_EQ(1, result6.ruleIndex);
@@ -263,8 +263,8 @@ TEST_F(PlantedFilterEntry, IsNotReachedBehindAnAnswerOfItsChain) {
 // The answer of the structures before is already in the result when a later one fails.
 TEST_F(PlantedFilterEntry, SpoilsTheAnswerOfEarlierStructures) {
     const RuleGroupHandle group = makePacketFilterGroup({{"tcp;*;*;*;*"}, {"tcp;1.2.3.4;*;*;*"}});
-    freeRangeList(&host4Of(*group, 0x01020304).secondPorts);
-    freeRangeList(&host6Of(*group, mappedAddress(0x01020304)).secondPorts);
+    host4Of(*group, 0x01020304).secondPorts = nullptr;
+    host6Of(*group, mappedAddress(0x01020304)).secondPorts = nullptr;
     EXPECT_EQ(RULE_ERR_INVALID_ARG, match(*group, 0x01020304, 80));
     EXPECT_EQ(1, result4.ruleIndex);
     EXPECT_EQ(1, result6.ruleIndex);
