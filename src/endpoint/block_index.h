@@ -18,7 +18,8 @@
 // Cost:       a range makes a node and an entry for each block that it touches: 256 for a /8, 65536
 //             at most. All ranges of one makeEntry together make as many, and two more for each
 //             range. A first octet in use takes 4096 bytes more. A lookup walks the nodes of one
-//             block up to the first that covers; scanAllBlocks walks all.
+//             block up to the first that covers, in a crowded block by a FlatOrder; scanAllBlocks walks
+//             all.
 #pragma once
 
 #include <cstdint>
@@ -29,6 +30,8 @@
 #include "core/slab.h"
 #include "endpoint/entry_walk.h"
 #include "endpoint/insertion.h"
+#include "lookup/flat_order.h"
+#include "lookup/flat_policy.h"
 
 namespace rs {
 
@@ -112,23 +115,111 @@ template <typename Entry, typename MakeEntry>
     return true;
 }
 
+// From how many nodes on a block is crowded. In a block of fewer a walk, which reads 24 bytes a node,
+// finds the answer as soon as a FlatOrder does.
+inline constexpr uint32_t CROWDED_BLOCK = 32;
+
+// The flat lookup of the nodes in crowded blocks.
+struct BlockOrder {
+    FlatOrder<uint32_t>* order;  // owned; null when no block is crowded
+    uint32_t walked;             // how many nodes of a block are walked before order is asked
+};
+
+// The flat lookup of an index whose nodes are these records, with a null order when memory is out.
+template <typename Entry>
+[[nodiscard]] BlockOrder buildBlockOrder(const Slab<BlockSpanNode<Entry>>& nodes) noexcept {
+    constexpr uint32_t BLOCKS = OCTET_VALUES * OCTET_VALUES;
+    if (!wantsFlat(nodes.count, CROWDED_BLOCK)) {
+        return {nullptr, 0};
+    }
+    const OwnedMemory<uint32_t[]> countOf(allocateArray<uint32_t>(BLOCKS));
+    for (uint32_t i = 0; countOf && i < nodes.count; ++i) {
+        ++countOf[recordAt(nodes, i).block];
+    }
+    uint32_t crowdedCount = 0;
+    for (uint32_t block = 0; countOf && block < BLOCKS; ++block) {
+        crowdedCount += wantsFlat(countOf[block], CROWDED_BLOCK) ? countOf[block] : 0;
+    }
+    const OwnedMemory<OrderedRange<uint32_t>[]> ranges(
+        allocateArray<OrderedRange<uint32_t>>(crowdedCount));
+    if (!ranges) {
+        return {nullptr, 0};
+    }
+    uint32_t count = 0;
+    for (uint32_t i = 0; i < nodes.count; ++i) {
+        const BlockSpanNode<Entry>& node = recordAt(nodes, i);
+        if (wantsFlat(countOf[node.block], CROWDED_BLOCK)) {
+            const uint32_t first = uint32_t{node.block} << 16U;
+            ranges[count++] = {first | node.spanLow, first | node.spanHigh, i};
+        }
+    }
+    return {buildFlatOrder(ranges.get(), count),
+            wantsFlat(1, CROWDED_BLOCK) ? 0 : CROWDED_BLOCK - 1};
+}
+
+inline void freeBlockOrder(BlockOrder& order) noexcept {
+    freeFlatOrder(order.order);
+    order = {};
+}
+
+// The chain of nodes of an address's block; null for a null index and for a block without.
+template <typename Entry>
+[[nodiscard]] const BlockSpanNode<Entry>* blockOf(const BlockIndex<Entry>* index,
+                                                  uint32_t address) noexcept {
+    const auto* slots = index == nullptr ? nullptr : index->slots[address >> 24U];
+    return slots == nullptr ? nullptr : slots[(address >> 16U) & 0xFFU].first;
+}
+
+// What the entry of a node answers, when the node's span holds the address.
+template <typename Entry, typename Test>
+[[nodiscard]] EntryAnswer<Entry> testSpan(const BlockSpanNode<Entry>& node, uint32_t address,
+                                          const Test& test) noexcept {
+    const uint32_t low16 = address & 0xFFFFU;
+    if (low16 < node.spanLow || low16 > node.spanHigh) {
+        return {0, nullptr};
+    }
+    return scanEntries<Entry>(node.entry, test);
+}
+
 // The first entry that covers, of those whose range holds the address. A null index has none.
 template <typename Entry, typename Test>
 [[nodiscard]] EntryAnswer<Entry> scanBlocks(const BlockIndex<Entry>* index, uint32_t address,
                                             const Test& test) noexcept {
-    const auto* slots = index == nullptr ? nullptr : index->slots[address >> 24U];
-    const auto* node = slots == nullptr ? nullptr : slots[(address >> 16U) & 0xFFU].first;
-    const uint32_t low16 = address & 0xFFFFU;
-    for (; node != nullptr; node = node->next) {
-        if (low16 < node->spanLow || low16 > node->spanHigh) {
-            continue;
-        }
-        const EntryAnswer<Entry> answer = scanEntries<Entry>(node->entry, test);
+    for (const auto* node = blockOf(index, address); node != nullptr; node = node->next) {
+        const EntryAnswer<Entry> answer = testSpan(*node, address, test);
         if (answer.status != 0) {
             return answer;
         }
     }
     return {0, nullptr};
+}
+
+// The same by the flat lookup of the index. A walk that gets beyond order.walked nodes is in a
+// crowded block, and goes on there from the start: what it has tested answers 0 again.
+template <typename Entry, typename Test>
+[[nodiscard]] EntryAnswer<Entry> findInBlocks(const BlockIndex<Entry>* index,
+                                              const Slab<BlockSpanNode<Entry>>& nodes,
+                                              const BlockOrder& order, uint32_t address,
+                                              const Test& test) noexcept {
+    if (order.order == nullptr) {
+        return scanBlocks(index, address, test);
+    }
+    uint32_t walked = 0;
+    const auto* node = blockOf(index, address);
+    for (; node != nullptr && walked < order.walked; node = node->next, ++walked) {
+        const EntryAnswer<Entry> answer = testSpan(*node, address, test);
+        if (answer.status != 0) {
+            return answer;
+        }
+    }
+    EntryAnswer<Entry> answer{0, nullptr};
+    if (node != nullptr) {
+        static_cast<void>(askInOrder(*order.order, address, [&](uint32_t number) noexcept {
+            answer = scanEntries<Entry>(recordAt(nodes, number).entry, test);
+            return answer.status;
+        }));
+    }
+    return answer;
 }
 
 // The first status but 0 that test answers for any entry, in order of address; 0 without one, and

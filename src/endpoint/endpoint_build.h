@@ -2,6 +2,7 @@
 //
 //     pass 1    rule 1, rule 2, ... --enterIpv4View-->  anyFirst4  exact4  blocks4
 //     pass 2    rule 1, rule 2, ... --enterIpv6View-->  anyFirst6  exact6  ranges6
+//     last      records             -------------------->  flat lookups
 //
 //     one address     exact4, exact6
 //     a range         blocks4, ranges6
@@ -25,6 +26,7 @@
 #include "core/structure.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_lookups.h"
 #include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/exact_table.h"
@@ -44,6 +46,7 @@ struct EndpointBuild {
     HashTable*& exact6;
     RangeList<Entry>*& ranges6;
     EndpointRecords<Entry>& records;
+    EndpointLookups& lookups;
     PlaceFinder<ExactAddressNode<Entry, uint32_t>> finder4 = {};  // of exact4
     PlaceFinder<ExactAddressNode<Entry, Address128>> finder6 = {};
     PlaceFinder<RangeBucket<Entry>> rangeFinder = {};  // of ranges6
@@ -114,6 +117,7 @@ template <auto releaseStructure, typename Structure, typename Rule, typename Ent
             return nullptr;  // the owner frees what was made and gives its userData back
         }
     }
+    buildEndpointLookups(build.records, build.lookups);
     return slot = structure.release();
 }
 

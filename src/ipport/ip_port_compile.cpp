@@ -162,7 +162,7 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
 
 Build startBuild(IpPortIndex& index) noexcept {
     return {index.anyFirst4, index.exact4,  index.blocks4, index.anyFirst6,
-            index.exact6,    index.ranges6, index.records};
+            index.exact6,    index.ranges6, index.records, index.lookups};
 }
 
 }  // namespace

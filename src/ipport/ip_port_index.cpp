@@ -57,6 +57,7 @@ void releaseIpPortIndex(IpPortIndex** slot, const ReleaseInfo* info) noexcept {
     freeMemory(index->anyFirst6);
     hashDestroy(&index->exact6);
     freeMemory(index->ranges6);
+    freeEndpointLookups(index->lookups);
     freeEndpointRecords(index->records);
     freeMemory(index);
 }

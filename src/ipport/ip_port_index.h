@@ -32,6 +32,7 @@
 #include "core/release.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_lookups.h"
 #include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
@@ -66,6 +67,7 @@ struct IpPortIndex {
     EntryList<CompiledIpPortRule>* anyFirst6;
     uint32_t refCount;
     EndpointRecords<CompiledIpPortRule> records;  // owned
+    EndpointLookups lookups;                      // owned
 };
 
 // A new entry with what a rule says beside its first address, and a copy of a list of second

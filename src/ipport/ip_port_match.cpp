@@ -51,7 +51,10 @@ int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress, uint32
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst4, test); },
         [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact4, firstAddress, test); },
-        [&]() noexcept { return scanBlocks(index.blocks4, firstAddress, test); });
+        [&]() noexcept {
+            return findInBlocks(index.blocks4, index.records.spans, index.lookups.blocks4,
+                                firstAddress, test);
+        });
 }
 
 int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddress,
@@ -61,7 +64,10 @@ int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddres
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst6, test); },
         [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact6, firstAddress, test); },
-        [&]() noexcept { return scanRanges(index.ranges6, firstAddress, test); });
+        [&]() noexcept {
+            return findInRanges(index.ranges6, index.records.buckets, index.lookups.ranges6,
+                                firstAddress, test);
+        });
 }
 
 int32_t matchSecondEndpoint4(const IpPortIndex& index, uint32_t address, uint32_t port) noexcept {

@@ -114,7 +114,7 @@ bool enterIpv6View(const Source& source, Build& build) noexcept {
 
 Build startBuild(PacketFilterTable& table) noexcept {
     return {table.ipv4AnyList,   table.ipv4HostTable, table.ipv4BlockIndex, table.ipv6AnyList,
-            table.ipv6HostTable, table.ipv6RangeList, table.records};
+            table.ipv6HostTable, table.ipv6RangeList, table.records,        table.lookups};
 }
 
 }  // namespace

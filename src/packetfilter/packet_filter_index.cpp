@@ -58,6 +58,7 @@ void releasePacketFilterTable(PacketFilterTable** slot, const ReleaseInfo* info)
     hashDestroy(&table->ipv6HostTable);
     freeMemory(table->ipv6RangeList);
     freeMemory(table->ipv6AnyList);
+    freeEndpointLookups(table->lookups);
     freeEndpointRecords(table->records);
     freeMemory(table);
 }

@@ -29,6 +29,7 @@
 #include "core/release.h"
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_entry.h"
+#include "endpoint/endpoint_lookups.h"
 #include "endpoint/endpoint_records.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
@@ -65,6 +66,7 @@ struct PacketFilterTable {
     RangeList<FilterEntry>* ipv6RangeList;
     EntryList<FilterEntry>* ipv6AnyList;
     EndpointRecords<FilterEntry> records;  // owned
+    EndpointLookups lookups;               // owned
 };
 
 // A new entry with what a rule says beside its first address; null when memory is out, with records

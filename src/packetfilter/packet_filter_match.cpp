@@ -49,7 +49,10 @@ int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv4AnyList, test); },
         [&]() noexcept { return scanExact<FilterEntry>(table.ipv4HostTable, firstAddress, test); },
-        [&]() noexcept { return scanBlocks(table.ipv4BlockIndex, firstAddress, test); });
+        [&]() noexcept {
+            return findInBlocks(table.ipv4BlockIndex, table.records.spans, table.lookups.blocks4,
+                                firstAddress, test);
+        });
 }
 
 int32_t matchPacketFilter6(const PacketFilterTable& table, const Address128& firstAddress,
@@ -59,7 +62,10 @@ int32_t matchPacketFilter6(const PacketFilterTable& table, const Address128& fir
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv6AnyList, test); },
         [&]() noexcept { return scanExact<FilterEntry>(table.ipv6HostTable, firstAddress, test); },
-        [&]() noexcept { return scanRanges(table.ipv6RangeList, firstAddress, test); });
+        [&]() noexcept {
+            return findInRanges(table.ipv6RangeList, table.records.buckets, table.lookups.ranges6,
+                                firstAddress, test);
+        });
 }
 
 }  // namespace rs

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "core/rule_group.h"
+#include "support/flat_checks_endpoint.h"
 #include "support/flat_checks_ip.h"
 
 namespace rs::test {
@@ -11,6 +12,12 @@ void checkFlatLookups(const RuleGroup& group) {
     EXPECT_NE(0, group.refCount);
     if (group.ipTable != nullptr) {
         checkFlatIpHosts(*group.ipTable);
+    }
+    if (group.ipPortIndex != nullptr) {
+        checkIpPortLookups(*group.ipPortIndex);
+    }
+    if (group.packetFilterTable != nullptr) {
+        checkPacketFilterLookups(*group.packetFilterTable);
     }
 }
 

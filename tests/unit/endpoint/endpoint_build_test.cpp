@@ -29,6 +29,7 @@ struct Structure {
     HashTable* exact6;
     RangeList<PlainEntry>* ranges6;
     EndpointRecords<PlainEntry> records;
+    EndpointLookups lookups;
 };
 
 uint32_t freedEntries = 0;
@@ -54,6 +55,7 @@ void releaseStructure(Structure** slot, const ReleaseInfo* /*info*/) noexcept {
     freeMemory(structure->any6);
     hashDestroy(&structure->exact6);
     freeMemory(structure->ranges6);
+    freeEndpointLookups(structure->lookups);
     freeEndpointRecords(structure->records);
     freeMemory(structure);
 }
@@ -62,7 +64,7 @@ using Build = EndpointBuild<PlainEntry>;
 
 Build startBuild(Structure& structure) noexcept {
     return {structure.any4,   structure.exact4,  structure.blocks4, structure.any6,
-            structure.exact6, structure.ranges6, structure.records};
+            structure.exact6, structure.ranges6, structure.records, structure.lookups};
 }
 
 bool enterIpv4View(const EntrySource<const Rule>& source, Build& build) noexcept {

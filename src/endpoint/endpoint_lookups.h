@@ -1,0 +1,42 @@
+// The flat lookups of a compiled structure with two endpoints. They hold no rule, but the numbers of
+// records, and are asked before the ordered structures.
+//
+//     blocks4   FlatOrder of spans       in crowded blocks of block_index
+//     ranges6   FlatOrder of buckets     in range_list
+//
+// Invariants: each answers as the structure that it is of. A lookup that is null, because there are
+//             few records or memory was out, is not asked.
+// Ownership:  the compiled structure owns its lookups.
+// Threads:    read-only once built.
+// Cost:       see lookup/flat_order.h.
+#pragma once
+
+#include <cstdint>
+
+#include "endpoint/block_index.h"
+#include "endpoint/endpoint_records.h"
+#include "endpoint/range_list.h"
+#include "lookup/flat_order.h"
+
+namespace rs {
+
+struct EndpointLookups {
+    BlockOrder blocks4;  // owned, like all of these
+    FlatOrder<Address128>* ranges6;
+};
+
+// Builds the lookups of a structure that has all of its records. What memory is out for stays null.
+template <typename Entry>
+void buildEndpointLookups(const EndpointRecords<Entry>& records,
+                          EndpointLookups& lookups) noexcept {
+    lookups.blocks4 = buildBlockOrder(records.spans);
+    lookups.ranges6 = buildRangeOrder(records.buckets);
+}
+
+inline void freeEndpointLookups(EndpointLookups& lookups) noexcept {
+    freeBlockOrder(lookups.blocks4);
+    freeFlatOrder(lookups.ranges6);
+    lookups = {};
+}
+
+}  // namespace rs
