@@ -1,6 +1,8 @@
 // The flat lookups of a compiled structure with two endpoints. They hold no rule, but the numbers of
 // records, and are asked before the ordered structures.
 //
+//     exact4    FlatHosts of nodes       in exact_table
+//     exact6    FlatHosts of nodes
 //     blocks4   FlatOrder of spans       in crowded blocks of block_index
 //     ranges6   FlatOrder of buckets     in range_list
 //
@@ -8,19 +10,23 @@
 //             few records or memory was out, is not asked.
 // Ownership:  the compiled structure owns its lookups.
 // Threads:    read-only once built.
-// Cost:       see lookup/flat_order.h.
+// Cost:       see lookup/flat_hosts.h and lookup/flat_order.h.
 #pragma once
 
 #include <cstdint>
 
 #include "endpoint/block_index.h"
 #include "endpoint/endpoint_records.h"
+#include "endpoint/exact_table.h"
 #include "endpoint/range_list.h"
+#include "lookup/flat_hosts.h"
 #include "lookup/flat_order.h"
 
 namespace rs {
 
 struct EndpointLookups {
+    FlatHosts<uint32_t>* exact4;
+    FlatHosts<Address128>* exact6;
     BlockOrder blocks4;  // owned, like all of these
     FlatOrder<Address128>* ranges6;
 };
@@ -29,11 +35,15 @@ struct EndpointLookups {
 template <typename Entry>
 void buildEndpointLookups(const EndpointRecords<Entry>& records,
                           EndpointLookups& lookups) noexcept {
+    lookups.exact4 = buildFlatExact(records.nodes4);
+    lookups.exact6 = buildFlatExact(records.nodes6);
     lookups.blocks4 = buildBlockOrder(records.spans);
     lookups.ranges6 = buildRangeOrder(records.buckets);
 }
 
 inline void freeEndpointLookups(EndpointLookups& lookups) noexcept {
+    freeFlatHosts(lookups.exact4);
+    freeFlatHosts(lookups.exact6);
     freeBlockOrder(lookups.blocks4);
     freeFlatOrder(lookups.ranges6);
     lookups = {};

@@ -50,7 +50,10 @@ int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress, uint32
                         mask};
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst4, test); },
-        [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact4, firstAddress, test); },
+        [&]() noexcept {
+            return findInExact(index.exact4, index.records.nodes4, index.lookups.exact4,
+                               firstAddress, test);
+        },
         [&]() noexcept {
             return findInBlocks(index.blocks4, index.records.spans, index.lookups.blocks4,
                                 firstAddress, test);
@@ -63,7 +66,10 @@ int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddres
     const PairTest test{lookupPort(firstPort), secondAddress, lookupPort(secondPort), mask};
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst6, test); },
-        [&]() noexcept { return scanExact<CompiledIpPortRule>(index.exact6, firstAddress, test); },
+        [&]() noexcept {
+            return findInExact(index.exact6, index.records.nodes6, index.lookups.exact6,
+                               firstAddress, test);
+        },
         [&]() noexcept {
             return findInRanges(index.ranges6, index.records.buckets, index.lookups.ranges6,
                                 firstAddress, test);

@@ -48,7 +48,10 @@ int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress
     const FilterTest<uint32_t> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv4AnyList, test); },
-        [&]() noexcept { return scanExact<FilterEntry>(table.ipv4HostTable, firstAddress, test); },
+        [&]() noexcept {
+            return findInExact(table.ipv4HostTable, table.records.nodes4, table.lookups.exact4,
+                               firstAddress, test);
+        },
         [&]() noexcept {
             return findInBlocks(table.ipv4BlockIndex, table.records.spans, table.lookups.blocks4,
                                 firstAddress, test);
@@ -61,7 +64,10 @@ int32_t matchPacketFilter6(const PacketFilterTable& table, const Address128& fir
     const FilterTest<Address128> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv6AnyList, test); },
-        [&]() noexcept { return scanExact<FilterEntry>(table.ipv6HostTable, firstAddress, test); },
+        [&]() noexcept {
+            return findInExact(table.ipv6HostTable, table.records.nodes6, table.lookups.exact6,
+                               firstAddress, test);
+        },
         [&]() noexcept {
             return findInRanges(table.ipv6RangeList, table.records.buckets, table.lookups.ranges6,
                                 firstAddress, test);

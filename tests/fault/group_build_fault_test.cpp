@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "core/structure.h"
+#include "lookup/flat_policy.h"
 #include "packetfilter/packet_filter_rule.h"
 #include "support/failing_allocator.h"
 #include "support/fault_build.h"
@@ -139,6 +140,21 @@ TEST(GroupBuildFault, EndpointRulesOfManyRanges) {
     }
 }
 
+TEST(GroupBuildFault, EndpointRulesInACrowdedBlock) {
+    // Enough for flat lookups of the block and of the ranges, which a build may do without.
+    std::vector<EndpointRule> rules;
+    for (uint32_t i = 0; i < 40; ++i) {
+        const std::string low = "10.0.0." + std::to_string(i);
+        rules.push_back({low + "-10.0.1." + std::to_string(200 - i), "80", "10.0.0.1", "80"});
+    }
+    for (const auto& row : ENDPOINT_TYPES) {
+        const std::string name = std::string(row.name) + " in a crowded block";
+        const FaultTotals totals = failBuild(name, endpointPlan(row.type, rules, {}));
+        EXPECT_EQ(totals.failures, totals.failedBuilds + totals.complete);
+        EXPECT_EQ(flatUse != FlatUse::NEVER, totals.complete > 10);
+    }
+}
+
 TEST(GroupBuildFault, IpPortRulesOfManyItems) {
     const BuildPlan plan{
         {RULE_TYPE_IP_PORT,
@@ -168,6 +184,7 @@ TEST(GroupBuildFault, ThousandsOfEndpointRules) {
         const FaultTotals totals = failBuild("2000 " + std::string(row.name), plan);
         EXPECT_EQ(totals.failures, totals.failedBuilds + totals.complete);
         EXPECT_EQ(0U, totals.leftOut);
+        EXPECT_EQ(flatUse != FlatUse::NEVER, totals.complete > 0) << "without a flat lookup";
     }
 }
 

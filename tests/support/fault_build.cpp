@@ -208,7 +208,7 @@ FaultTotals failBuild(std::string_view operation, const BuildPlan& plan) {
 void expectBuildsFail(std::string_view operation, const BuildPlan& plan) {
     const FaultTotals totals = failBuild(operation, plan);
     EXPECT_EQ(totals.failures, totals.failedBuilds + totals.complete);
-    if (flatUse != FlatUse::ALWAYS) {
+    if (flatUse == FlatUse::NEVER) {
         EXPECT_EQ(0U, totals.complete) << "all memory is for the ordered structures";
     }
     EXPECT_EQ(totals.allocations, totals.failures);

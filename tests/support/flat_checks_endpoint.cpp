@@ -22,6 +22,8 @@ constexpr size_t MOST_KEYS = 5'000;
 // The structures that have flat lookups.
 template <typename Entry>
 struct View {
+    const HashTable* exact4;
+    const HashTable* exact6;
     const BlockIndex<Entry>* blocks4;
     const RangeList<Entry>* ranges6;
     const EndpointRecords<Entry>& records;
@@ -118,8 +120,28 @@ void checkBlocks(const View<Entry>& view) {
     });
 }
 
+template <typename Entry, typename Address>
+void checkExact(const HashTable* table, const Slab<ExactAddressNode<Entry, Address>>& nodes,
+                const FlatHosts<Address>* hosts) {
+    if (hosts == nullptr) {
+        return;
+    }
+    ASSERT_EQ(table->elementCount, nodes.count);
+    std::set<Address> keys;
+    for (uint32_t i = 0; i < nodes.count; ++i) {
+        addKeys(recordAt(nodes, i).address, keys);
+    }
+    forSomeKeys(keys, nodes.count / 40, [&](const Address& key) {
+        checkKey<Entry>(
+            [&](const auto& test) { return scanExact<Entry>(table, key, test); },
+            [&](const auto& test) { return findInExact(table, nodes, hosts, key, test); });
+    });
+}
+
 template <typename Entry>
 void checkView(const View<Entry>& view) {
+    checkExact(view.exact4, view.records.nodes4, view.lookups.exact4);
+    checkExact(view.exact6, view.records.nodes6, view.lookups.exact6);
     checkBlocks(view);
     checkRanges(view);
 }
@@ -127,12 +149,13 @@ void checkView(const View<Entry>& view) {
 }  // namespace
 
 void checkIpPortLookups(const IpPortIndex& index) {
-    checkView<CompiledIpPortRule>({index.blocks4, index.ranges6, index.records, index.lookups});
+    checkView<CompiledIpPortRule>(
+        {index.exact4, index.exact6, index.blocks4, index.ranges6, index.records, index.lookups});
 }
 
 void checkPacketFilterLookups(const PacketFilterTable& table) {
-    checkView<FilterEntry>(
-        {table.ipv4BlockIndex, table.ipv6RangeList, table.records, table.lookups});
+    checkView<FilterEntry>({table.ipv4HostTable, table.ipv6HostTable, table.ipv4BlockIndex,
+                            table.ipv6RangeList, table.records, table.lookups});
 }
 
 }  // namespace rs::test

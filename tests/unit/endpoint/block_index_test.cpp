@@ -9,6 +9,7 @@
 
 #include "support/endpoint_text.h"
 #include "support/plain_entry.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -124,6 +125,72 @@ TEST_F(BlockIndexTest, HasNoAnswerWhileItIsMissing) {
     EXPECT_EQ(0, scanBlocks(index, 1, takeAny).status);
     EXPECT_EQ(0, scanAllBlocks(index, takeAny));
     EXPECT_THAT(lines(), IsEmpty());
+}
+
+// Block 10.0 is crowded, 10.1 has one node less, and a range reaches over both.
+class BlockOrderTest : public BlockIndexTest {
+protected:
+    void SetUp() override {
+        add(0x0A00FF00, 0x0A01FF00, 1);
+        for (uint32_t rule = 2; rule <= CROWDED_BLOCK; ++rule) {
+            add(0x0A000000 + rule, 0x0A000080 - rule, rule);
+            if (rule < CROWDED_BLOCK) {
+                add(0x0A010000 + rule, 0x0A010080 - rule, rule);
+            }
+        }
+    }
+
+    void TearDown() override {
+        freeBlockOrder(order);
+        BlockIndexTest::TearDown();
+    }
+
+    void checkAgainstWalk() const {
+        for (const uint32_t block : {0x09FF0000U, 0x0A000000U, 0x0A010000U, 0x0A020000U}) {
+            for (uint32_t low16 = 0; low16 <= 0xFFFF; low16 += low16 < 0x90 ? 1 : 0x6F) {
+                for (const uint32_t rule : {1U, 2U, CROWDED_BLOCK - 1, CROWDED_BLOCK}) {
+                    checkKey(block | low16, taking(rule));
+                    checkKey(block | low16, failingAt(rule));
+                }
+            }
+        }
+    }
+
+    template <typename Test>
+    void checkKey(uint32_t key, const Test& test) const {
+        const auto expected = scanBlocks(index, key, test);
+        const auto answer = findInBlocks(index, nodes, order, key, test);
+        EXPECT_EQ(expected.status, answer.status) << key;
+        EXPECT_EQ(expected.entry, answer.entry) << key;
+    }
+
+    BlockOrder order{};
+};
+
+TEST_F(BlockOrderTest, HasTheNodesOfCrowdedBlocks) {
+    const ScopedFlatUse bySize(FlatUse::BY_SIZE);
+    order = buildBlockOrder(nodes);
+    ASSERT_NE(nullptr, order.order);
+    EXPECT_EQ(CROWDED_BLOCK - 1, order.walked);
+    EXPECT_EQ(0, placeInOrder(*order.order, 0x0A000001U));
+    EXPECT_EQ(order.order->boundCount, placeInOrder(*order.order, 0x0A010001U));
+    checkAgainstWalk();
+}
+
+TEST_F(BlockOrderTest, HasAllNodesWhenItIsForced) {
+    const ScopedFlatUse always(FlatUse::ALWAYS);
+    order = buildBlockOrder(nodes);
+    ASSERT_NE(nullptr, order.order);
+    EXPECT_EQ(0, order.walked);
+    EXPECT_LT(placeInOrder(*order.order, 0x0A010001U), order.order->boundCount);
+    checkAgainstWalk();
+}
+
+TEST_F(BlockOrderTest, IsMissingWhereItIsNotWanted) {
+    const ScopedFlatUse never(FlatUse::NEVER);
+    order = buildBlockOrder(nodes);
+    EXPECT_EQ(nullptr, order.order);
+    checkAgainstWalk();
 }
 
 // What is there stays when no entry can be made.

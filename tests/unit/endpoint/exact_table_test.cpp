@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/plain_entry.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -130,6 +131,48 @@ TEST_F(ExactTableTest, HasNoAnswerWhileItIsMissing) {
     EXPECT_EQ(0, scanExact<PlainEntry>(exact4, 1U, takeAny).status);
     EXPECT_EQ(0, scanExact<PlainEntry>(exact6, address(1), takeAny).status);
     EXPECT_EQ(0, (scanAllExact<PlainEntry, uint32_t>(exact4, takeAny)));
+}
+
+// Addresses of one bucket, and of one sum of words, with an entry of each of two rules.
+TEST_F(ExactTableTest, HasAFlatLookupThatFindsTheSame) {
+    EXPECT_EQ(nullptr, buildFlatExact(nodes4)) << "without an address";
+    uint32_t rule = 0;
+    for (uint32_t key = 0; nodes4.count < 300; ++key) {
+        if (hashIPv4(key) % 4095 == 1000) {
+            add(key, ++rule);
+            add(key, ++rule);
+            add(Address128{{1, key, 0U - key, 0}}, rule);
+        }
+    }
+    const ScopedFlatUse always(FlatUse::ALWAYS);
+    const OwnedFlatHosts<uint32_t> flat4(buildFlatExact(nodes4));
+    const OwnedFlatHosts<Address128> flat6(buildFlatExact(nodes6));
+    ASSERT_TRUE(flat4 && flat6);
+    const auto find4 = [&](uint32_t key, const auto& test) {
+        return findInExact(exact4, nodes4, flat4.get(), key, test);
+    };
+    for (uint32_t i = 0; i < nodes4.count; ++i) {
+        const uint32_t key = recordAt(nodes4, i).address;
+        EXPECT_EQ(2 * i + 1, find4(key, takeAny).entry->ruleIndex);
+        EXPECT_EQ(2 * i + 2, find4(key, taking(2 * i + 2)).entry->ruleIndex);
+        EXPECT_EQ(RULE_ERR_FAILED, find4(key, failingAt(2 * i + 1)).status);
+        EXPECT_EQ(0, find4(key + 1, takeAny).status);
+        const Address128& wide = recordAt(nodes6, i).address;
+        EXPECT_EQ(2 * i + 2,
+                  findInExact(exact6, nodes6, flat6.get(), wide, takeAny).entry->ruleIndex);
+    }
+    EXPECT_EQ(0, findInExact(exact6, nodes6, flat6.get(), address(1), takeAny).status);
+}
+
+TEST_F(ExactTableTest, HasNoFlatLookupWhileItIsSmall) {
+    const ScopedFlatUse bySize(FlatUse::BY_SIZE);
+    for (uint32_t key = 1; key < FLAT_EXACT_ADDRESSES; ++key) {
+        add(key, key);
+    }
+    EXPECT_EQ(nullptr, buildFlatExact(nodes4));
+    EXPECT_EQ(7, findInExact(exact4, nodes4, {}, 7U, takeAny).entry->ruleIndex);
+    add(0U, 1);
+    EXPECT_TRUE(OwnedFlatHosts<uint32_t>(buildFlatExact(nodes4)));
 }
 
 // What is there stays when no entry can be made.

@@ -9,6 +9,7 @@
 
 #include "support/endpoint_text.h"
 #include "support/plain_entry.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -104,6 +105,42 @@ TEST_F(RangeListTest, HasNoAnswerWhileItIsMissing) {
     EXPECT_EQ(0, scanRanges(list, address(1), takeAny).status);
     EXPECT_EQ(0, scanAllRanges(list, takeAny));
     EXPECT_THAT(lines(), IsEmpty());
+}
+
+TEST_F(RangeListTest, HasAFlatLookupThatFindsTheSame) {
+    const ScopedFlatUse always(FlatUse::ALWAYS);
+    EXPECT_EQ(nullptr, buildRangeOrder(nodes)) << "without a range";
+    // The later a range, the narrower; every second one at the other end.
+    for (uint32_t rule = 1; rule <= 100; ++rule) {
+        const bool isLow = rule % 2 == 0;
+        add(address(isLow ? 0 : rule), address(isLow ? 500 - rule : 500), rule);
+    }
+    const OwnedFlatOrder<Address128> order(buildRangeOrder(nodes));
+    ASSERT_TRUE(order);
+    for (uint32_t key = 0; key <= 501; ++key) {
+        for (const uint32_t rule : {1U, 2U, 50U, 99U, 100U}) {
+            const auto check = [&](const auto& test) {
+                const auto expected = scanRanges(list, address(key), test);
+                const auto answer = findInRanges(list, nodes, order.get(), address(key), test);
+                EXPECT_EQ(expected.status, answer.status) << key;
+                EXPECT_EQ(expected.entry, answer.entry) << key;
+            };
+            check(taking(rule));
+            check(failingAt(rule));
+        }
+    }
+    EXPECT_EQ(1, findInRanges(list, nodes, order.get(), address(1), takeAny).entry->ruleIndex);
+    EXPECT_EQ(1, findInRanges(list, nodes, {}, address(1), takeAny).entry->ruleIndex);
+}
+
+TEST_F(RangeListTest, HasNoFlatLookupWhileItIsShort) {
+    const ScopedFlatUse bySize(FlatUse::BY_SIZE);
+    for (uint32_t rule = 1; rule < ORDERED_RANGES; ++rule) {
+        add(address(rule), address(rule + 1), rule);
+    }
+    EXPECT_EQ(nullptr, buildRangeOrder(nodes));
+    add(address(0), address(1), ORDERED_RANGES);
+    EXPECT_TRUE(OwnedFlatOrder<Address128>(buildRangeOrder(nodes)));
 }
 
 // What is there stays when no entry can be made.
