@@ -74,8 +74,8 @@ using AddressWords = std::array<uint32_t, 4>;
 
 /* IP:Port rules (RULE_TYPE_IP_PORT). A rule covers the pair only if its mask and the given one have
  * a bit in common. Cost: a walk over the rules for every first address; a hash probe and a walk over
- * the rules for this one; a walk over the ranges in its /16 block (IPv4), or over all ranges up to the
- * first that answers (128 bits). A walk ends at the first rule that covers. */
+ * the rules for this one; and of the rules for ranges a walk over those that hold it, found in a
+ * logarithm of steps, be there ten ranges or a million. A walk ends at the first rule that covers. */
 int32_t matchIpPortPair4(const RuleGroup* group, uint32_t firstAddress, uint32_t firstPort,
                          uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
                          MatchResult* result) noexcept;

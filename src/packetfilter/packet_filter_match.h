@@ -10,7 +10,9 @@
 //
 // Ownership:  result borrows userData from the table.
 // Threads:    lookups only read; any number of threads may look up in one table.
-// Cost:       one hash probe, and a walk over the entries of one /16 block or over all ranges.
+// Cost:       a walk over the entries for every first address; a hash probe and a walk over those for
+//             this one; a logarithm of steps in the ranges, and a walk over the entries of those that
+//             hold it. Each walk ends at the first entry that covers.
 #pragma once
 
 #include <ruleset.h>
