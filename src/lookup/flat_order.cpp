@@ -112,7 +112,7 @@ private:
     }
 
     static uint32_t centreOf(const RangePlaces& range) noexcept {
-        const int shift = std::bit_width((range.low - 1) ^ range.high) - 1;
+        const auto shift = static_cast<uint32_t>(std::bit_width((range.low - 1) ^ range.high)) - 1;
         return range.high >> shift << shift;
     }
 
