@@ -20,8 +20,8 @@ public:
         : ranges_(ranges), count_(count), order_(allocateRecord<FlatOrder<Address>>()) {}
 
     [[nodiscard]] FlatOrder<Address>* run() noexcept {
-        return order_ && sortBounds() && findPlaces() && countHolders() && paintFirsts() &&
-                       listShared() && summarize()
+        return order_ && sortBounds() && pickTops() && findPlaces() && countHolders() &&
+                       paintFirsts() && listShared() && summarize()
                    ? order_.release()
                    : nullptr;
     }
@@ -29,8 +29,9 @@ public:
 private:
     using Number = OrderNumber<Address>;
 
+    // Of bounds and tops lookups prefetch a whole node, so both have room for one after the last.
     bool sortBounds() noexcept {
-        Number* bounds = order_->bounds = allocateLines<Number>(2 * size_t{count_});
+        Number* bounds = order_->bounds = allocateLines<Number>(2 * size_t{count_} + SPANS_OF_NEXT);
         if (bounds == nullptr) {
             return false;
         }
@@ -44,6 +45,38 @@ private:
         }
         std::sort(bounds, end);
         order_->boundCount = static_cast<uint32_t>(std::unique(bounds, end) - bounds);
+        return true;
+    }
+
+    static size_t nextLevelCount(size_t count) noexcept {
+        return (count + SPANS_OF_NEXT - 1) >> SPAN_SHIFT;
+    }
+
+    // The last level of tops has 16 or fewer.
+    bool pickTops() noexcept {
+        size_t topCount = 0;
+        for (size_t count = order_->boundCount; count > SPANS_OF_NEXT;) {
+            count = nextLevelCount(count);
+            order_->topStarts[order_->topLevels++] = topCount;
+            topCount += count;
+        }
+        if (topCount == 0) {
+            return true;
+        }
+        order_->tops = allocateLines<Number>(topCount + SPANS_OF_NEXT);
+        if (order_->tops == nullptr) {
+            return false;
+        }
+        const Number* below = order_->bounds;
+        size_t count = order_->boundCount;
+        for (uint32_t level = 0; level < order_->topLevels; ++level) {
+            Number* tops = order_->tops + order_->topStarts[level];
+            for (size_t i = 0; i < count; i += SPANS_OF_NEXT) {
+                tops[i >> SPAN_SHIFT] = below[i];
+            }
+            below = tops;
+            count = nextLevelCount(count);
+        }
         return true;
     }
 
@@ -152,10 +185,6 @@ private:
         return true;
     }
 
-    static size_t nextLevelCount(size_t count) noexcept {
-        return (count + (size_t{1} << SPAN_SHIFT) - 1) >> SPAN_SHIFT;
-    }
-
     // Of all levels, whose starts are noted on the way.
     size_t spanCount() noexcept {
         size_t start = 0;
@@ -175,7 +204,7 @@ private:
             PlaceSpan* spans = order_->spans + order_->levelStarts[level];
             for (size_t i = 0; i < count; ++i) {
                 PlaceSpan& span = spans[i >> SPAN_SHIFT];
-                const bool isFirst = i % (size_t{1} << SPAN_SHIFT) == 0;
+                const bool isFirst = i % SPANS_OF_NEXT == 0;
                 span.low = isFirst ? below[i].low : std::min(span.low, below[i].low);
                 span.high = isFirst ? below[i].high : std::max(span.high, below[i].high);
             }
@@ -208,6 +237,7 @@ void freeFlatOrder(FlatOrder<Address>* order) noexcept {
         return;
     }
     freeLines(order->bounds);
+    freeLines(order->tops);
     freeLines(order->firsts);
     freeLines(order->centres);
     freeLines(order->numbers);

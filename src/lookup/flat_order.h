@@ -10,11 +10,11 @@
 //     centres    2 -> #2                                   the ranges that share addresses with others, each listed
 //                4 -> #0, #1                               under the place in it that 2 divides most often
 //
-// An address finds its place by bisection, and there the range that is asked first. Most lookups end with its answer.
-// The others follow in order: a range that holds place 5 is listed under one of the centres 5, 6, 4 and 8, one for each
-// power of 2. The lists of these are in the order of numbers, and are merged. In the list of a centre to the right of
-// the place, the ranges that begin at the place or before it hold it; in one to the left, those that end there or
-// later. A step to the next of them passes over 16, 256 ... ranges at once where none does:
+// An address finds its place by way of every 16th bound, every 256th ..., and there the range that is asked first. Most
+// lookups end with its answer. The others follow in order: a range that holds place 5 is listed under one of the centres
+// 5, 6, 4 and 8, one for each power of 2. The lists of these are in the order of numbers, and are merged. In the list of
+// a centre to the right of the place, the ranges that begin at the place or before it hold it; in one to the left, those
+// that end there or later. A step to the next of them passes over 16, 256 ... ranges at once where none does:
 //
 //     spans     low-high | low-high | ... of the listed ranges, in places
 //               lowest-highest of each 16 of them | ... of each 256 | ...
@@ -24,13 +24,14 @@
 // Invariants: bounds ascend. centres[c] up to centres[c + 1] are the positions of what is listed under c, by number.
 // Ownership:  owns its arrays, and nothing of the ranges.
 // Threads:    read-only once built.
-// Cost:       a lookup is log2(2n) steps in bounds for n ranges, and one word beside the answer of the first range. A
-//             range takes 40 bytes with addresses of 128 bits, 16 with those of 32, and up to 22 more when it shares
-//             addresses with others. A build sorts the bounds, and is linear otherwise.
+// Cost:       a lookup is log2(2n) steps for n ranges, 4 of them in lines side by side, and one word beside the answer
+//             of the first range. A range takes 42 bytes with addresses of 128 bits, 17 with those of 32, and up to 22
+//             more when it shares addresses with others. A build sorts the bounds, and is linear otherwise.
 // Worst case: no list of ranges makes it worse than log2(2n) lists, each begun once with at most 32 spans a level, and
 //             as many steps again for each range that holds the address, comes before the one that answers, and says no.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -75,8 +76,9 @@ struct PlaceSpan {
 inline constexpr uint32_t OTHERS_FOLLOW = uint32_t{1} << 31U;
 inline constexpr uint32_t NO_FIRST = UINT32_MAX;
 
-// How many spans have one of the next level.
+// How many spans, or bounds, have one of the next level.
 inline constexpr uint32_t SPAN_SHIFT = 4;
+inline constexpr size_t SPANS_OF_NEXT = size_t{1} << SPAN_SHIFT;
 inline constexpr uint32_t MOST_SPAN_LEVELS = 9;
 inline constexpr uint32_t MOST_CENTRE_LEVELS = 32;
 
@@ -87,7 +89,10 @@ struct FlatOrder {
     uint32_t* centres;  // null when no two ranges share an address, like the next two
     uint32_t* numbers;
     PlaceSpan* spans;
+    OrderNumber<Address>* tops;  // every 16th bound, every 256th ...; null for 16 bounds or fewer
     uint32_t boundCount;
+    uint32_t topLevels;
+    std::array<size_t, MOST_SPAN_LEVELS> topStarts;  // in tops
     uint32_t spanLevels;
     std::array<size_t, MOST_SPAN_LEVELS> levelStarts;  // in spans
 };
@@ -105,18 +110,40 @@ void freeFlatOrder(FlatOrder<Address>* order) noexcept;
 template <typename Address>
 using OwnedFlatOrder = Owned<FlatOrder<Address>, freeFlatOrder<Address>>;
 
+// The position of the last number that is not above the given one, among those of which the first, which is not above it
+// either, is on the level above at a position.
+template <typename Number>
+[[nodiscard]] size_t lastNotAbove(const Number* numbers, size_t count, size_t positionAbove,
+                                  Number number) noexcept {
+    constexpr size_t NUMBERS_OF_LINE = 64 / sizeof(Number);
+    const Number* first = numbers + (positionAbove << SPAN_SHIFT);
+    for (size_t i = 0; i < SPANS_OF_NEXT; i += NUMBERS_OF_LINE) {
+        __builtin_prefetch(first + i);
+    }
+    size_t length = std::min(SPANS_OF_NEXT, count - (positionAbove << SPAN_SHIFT));
+    while (length > 1) {
+        const size_t half = length / 2;
+        first = first[half] <= number ? first + half : first;
+        length -= half;
+    }
+    return static_cast<size_t>(first - numbers);
+}
+
 // The place of an address, counted from 1; 0 for one before all bounds.
 template <typename Address>
 [[nodiscard]] uint32_t placeInOrder(const FlatOrder<Address>& order,
                                     const Address& address) noexcept {
     const OrderNumber<Address> number = orderNumberOf(address);
-    const OrderNumber<Address>* first = order.bounds;
-    for (uint32_t length = order.boundCount; length > 1;) {
-        const uint32_t half = length / 2;
-        first = first[half] <= number ? first + half : first;
-        length -= half;
+    if (number < order.bounds[0]) {
+        return 0;
     }
-    return static_cast<uint32_t>(first - order.bounds) + (*first <= number ? 1 : 0);
+    size_t position = 0;
+    for (uint32_t level = order.topLevels; level > 0; --level) {
+        const size_t count = ((order.boundCount - 1) >> (SPAN_SHIFT * level)) + 1;
+        position = lastNotAbove(order.tops + order.topStarts[level - 1], count, position, number);
+    }
+    return static_cast<uint32_t>(lastNotAbove(order.bounds, order.boundCount, position, number)) +
+           1;
 }
 
 // The ranges listed under one centre that hold a place, by number.
@@ -162,7 +189,7 @@ private:
                 continue;
             }
             ++i;
-            while (level + 1 < order_->spanLevels && i % (size_t{1} << SPAN_SHIFT) == 0) {
+            while (level + 1 < order_->spanLevels && i % SPANS_OF_NEXT == 0) {
                 ++level;
                 i >>= SPAN_SHIFT;
             }
