@@ -15,6 +15,7 @@
 // Cost:       24 bytes a rank and a bit. Linking is one pass in key order.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "core/lines.h"
@@ -30,6 +31,7 @@ class GrowingTree {
 public:
     // An empty tree for ranks below count. False when memory is out.
     [[nodiscard]] bool reserve(uint32_t count) noexcept {
+        lastRank_ = count == 0 ? 0 : count - 1;
         return entries_.reserve(count) && ranks_.reserve(count) && shape_.reserve(count);
     }
 
@@ -66,11 +68,10 @@ public:
 
     // Fetches what a step at this rank will read: nodes that are near in the tree are mostly near in memory.
     void prefetch(uint32_t rank) const noexcept {
-        // As a number: the lines beside the first and the last rank are not the array's.
-        const auto links = reinterpret_cast<uintptr_t>(&shape_[rank]);
-        for (const uintptr_t line : {links - CACHE_LINE, links, links + CACHE_LINE}) {
-            __builtin_prefetch(reinterpret_cast<const void*>(line));
-        }
+        constexpr uint32_t LINE_NODES = CACHE_LINE / sizeof(ShapeNode);
+        __builtin_prefetch(&shape_[rank]);
+        __builtin_prefetch(&shape_[std::max(rank, LINE_NODES) - LINE_NODES]);
+        __builtin_prefetch(&shape_[std::min(rank + LINE_NODES, lastRank_)]);
         __builtin_prefetch(&entries_[rank]);
     }
 
@@ -119,6 +120,7 @@ private:
     BuildArray<NodeEntries> entries_;
     RankSet ranks_;
     TreeShape shape_;
+    uint32_t lastRank_ = 0;
 };
 
 }  // namespace rs
