@@ -175,8 +175,8 @@ TARGETS = [
 # --------------------------------------------------------------------------------------------------------- tables
 
 def shown(number):
-    """Three digits that count: 1,234, 123, 12.3, 1.23."""
-    digits = 0 if number >= 99.95 else 1 if number >= 9.995 else 2
+    """1,234, 123, 12.3, 1.23, 0.12, 0.0012."""
+    digits = 0 if number >= 99.95 else 1 if number >= 9.995 else 2 if number >= 0.0995 else 4
     return f"{number:,.{digits}f}"
 
 
