@@ -30,6 +30,9 @@ public:
     // Appends a value, into the room that reserveOne has made.
     void append(const Value& value) noexcept { values_[count_++] = value; }
 
+    // Drops all values but the first count ones.
+    void shorten(uint32_t count) noexcept { count_ = count; }
+
 private:
     static constexpr uint32_t FIRST_CAPACITY = 32;
     static constexpr uint32_t LARGEST_CAPACITY = uint32_t{1} << 31U;

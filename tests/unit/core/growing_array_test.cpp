@@ -21,6 +21,9 @@ TEST(GrowingArray, KeepsItsValuesInOrder) {
     }
     array[7] = 1;
     EXPECT_EQ(1, array[7]);
+    array.shorten(10);
+    EXPECT_EQ(10, array.count());
+    EXPECT_EQ(27, array[9]);
 }
 
 }  // namespace
