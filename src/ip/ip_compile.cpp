@@ -6,6 +6,7 @@
 #include "core/release.h"
 #include "core/structure.h"
 #include "ip/ip_flat_hosts.h"
+#include "ip/ip_flat_ranges.h"
 #include "ip/ip_insert.h"
 #include "ip/ip_rule.h"
 #include "ip/rule_places.h"
@@ -167,6 +168,7 @@ IpRuleTable* buildIpRuleTable(RuleSet* set, RuleGroup* group) noexcept {
         return nullptr;  // the owner frees what was made and gives its userData back
     }
     buildFlatIpHosts(*table);
+    buildFlatIpRanges(*table);
     return group->ipTable = table.release();
 }
 

@@ -111,6 +111,8 @@ void releaseIpRuleTable(IpRuleTable** slot, const ReleaseInfo* info) noexcept {
     freeSearchTree(table->ipv6RangeTree);
     freeSlabs(*table);
     freeFlatLookups(*table);
+    freeFlatRanges(table->flatIpv4Ranges);
+    freeFlatRanges(table->flatIpv6Ranges);
     freeMemory(table);
 }
 

@@ -19,8 +19,8 @@
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup in a crowded table is a flat one. Otherwise it is one hash probe and one descent, or two
-//             descents. It allocates nothing.
+// Cost:       a lookup in a crowded table is a flat one: see ip/ip_flat_hosts.h and ip/ip_flat_ranges.h. Otherwise it is
+//             one hash probe and one descent, or two descents. It allocates nothing.
 #pragma once
 
 #include <cstdint>
@@ -31,6 +31,7 @@
 #include "core/slab.h"
 #include "ip/search_tree.h"
 #include "lookup/flat_hosts.h"
+#include "lookup/flat_ranges.h"
 #include "lookup/hash_table.h"
 #include "syntax/address128.h"
 
@@ -106,6 +107,8 @@ struct IpRuleTable {
         rankedHostEntries;  // with flatIpv4Hosts the entries are here, and hostEntries is empty
     AddressEntry*
         rankedAddressEntries;  // with flatIpv6Hosts the entries are here, and addressEntries is empty
+    FlatRanges32* flatIpv4Ranges;  // see ip/ip_flat_ranges.h
+    FlatRanges128* flatIpv6Ranges;
 };
 
 // The entry that a link of a bucket belongs to.

@@ -3,8 +3,10 @@
 #include <cstddef>
 
 #include "core/entry.h"
+#include "core/slab.h"
 #include "lookup/address_hash.h"
 #include "lookup/flat_hosts.h"
+#include "lookup/flat_ranges.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -45,6 +47,28 @@ const RangeEntry<Address>* findInterval(const SearchTree* tree, const Address& a
         }
     }
     return nullptr;
+}
+
+// The same by the flat lookup of a tree.
+template <typename Address>
+const RangeEntry<Address>* findFlatInterval(const FlatRanges<Address>& ranges,
+                                            const Slab<RangeEntry<Address>>& entries,
+                                            const Address& address) noexcept {
+    const uint32_t number = findFlatRange(ranges, address);
+    return number == NO_RECORD ? nullptr : &recordAt(entries, number);
+}
+
+const RangeEntry<uint32_t>* findIpv4Interval(const IpRuleTable& table, uint32_t address) noexcept {
+    return table.flatIpv4Ranges != nullptr
+               ? findFlatInterval(*table.flatIpv4Ranges, table.ipv4RangeEntries, address)
+               : findInterval<uint32_t>(table.ipv4RangeTree, address);
+}
+
+const RangeEntry<Address128>* findIpv6Interval(const IpRuleTable& table,
+                                               const Address128& address) noexcept {
+    return table.flatIpv6Ranges != nullptr
+               ? findFlatInterval(*table.flatIpv6Ranges, table.ipv6RangeEntries, address)
+               : findInterval<Address128>(table.ipv6RangeTree, address);
 }
 
 // The entries of the node for exactly this address; null without one.
@@ -92,15 +116,6 @@ int32_t reportEarlier(const Host* host, const Range* range, MatchResult& result)
         return reportEntry(host, result);
     }
     return host->ruleIndex == range->ruleIndex ? 0 : reportEntry(range, result);
-}
-
-const RangeEntry<uint32_t>* findIpv4Interval(const IpRuleTable& table, uint32_t address) noexcept {
-    return findInterval<uint32_t>(table.ipv4RangeTree, address);
-}
-
-const RangeEntry<Address128>* findIpv6Interval(const IpRuleTable& table,
-                                               const Address128& address) noexcept {
-    return findInterval<Address128>(table.ipv6RangeTree, address);
 }
 
 const HostEntry* findFirstHost(const IpRuleTable& table, uint32_t address) noexcept {
@@ -176,8 +191,21 @@ int32_t matchFlatIpv4WithValue(const IpRuleTable& table, uint32_t address, uint3
 
 }  // namespace
 
+const RangeEntry<uint32_t>* findIpv4IntervalOrdered(const IpRuleTable& table,
+                                                    uint32_t address) noexcept {
+    return findInterval<uint32_t>(table.ipv4RangeTree, address);
+}
+
+const RangeEntry<Address128>* findIpv6IntervalOrdered(const IpRuleTable& table,
+                                                      const Address128& address) noexcept {
+    return findInterval<Address128>(table.ipv6RangeTree, address);
+}
+
 // The way of a table of addresses only is a function of its own, which is nearly all jumps: see tryFlatHost.
 int32_t matchIpv4(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
+    if (table.hostTable == nullptr) {
+        return reportEntry(findIpv4Interval(table, address), result);
+    }
     if (table.flatIpv4Hosts == nullptr || table.ipv4RangeTree != nullptr) {
         return matchIpv4InBoth(table, address, result);
     }
@@ -192,6 +220,9 @@ int32_t matchIpv4(const IpRuleTable& table, uint32_t address, MatchResult& resul
 
 int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
                   MatchResult& result) noexcept {
+    if (table.ipv6HostTree == nullptr) {
+        return reportEntry(findIpv6Interval(table, address), result);
+    }
     if (table.flatIpv6Hosts == nullptr || table.ipv6RangeTree != nullptr || isIpv4Mapped(address)) {
         return matchIpv6InBoth(table, address, result);
     }
@@ -226,13 +257,13 @@ int32_t matchIpv6WithValue(const IpRuleTable& table, const Address128& address, 
 
 int32_t matchIpv4Ordered(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
     return reportEarlier(findFirstHost(table, address),
-                         findInterval<uint32_t>(table.ipv4RangeTree, address), result);
+                         findIpv4IntervalOrdered(table, address), result);
 }
 
 int32_t matchIpv6Ordered(const IpRuleTable& table, const Address128& address,
                          MatchResult& result) noexcept {
     return reportEarlier(findAddress(table.ipv6HostTree, address),
-                         findInterval<Address128>(table.ipv6RangeTree, address), result);
+                         findIpv6IntervalOrdered(table, address), result);
 }
 
 int32_t matchIpv4WithValueOrdered(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,

@@ -42,4 +42,11 @@ namespace rs {
 [[nodiscard]] int32_t matchIpv6WithValueOrdered(const IpRuleTable& table, const Address128& address,
                                                 uint32_t ruleValue, MatchResult& result) noexcept;
 
+// The entries of the node of ipv4RangeTree or ipv6RangeTree that holds an address, by a way down the tree, whatever flat
+// lookups there are; null without one. Tests compare the flat lookups with these.
+[[nodiscard]] const RangeEntry<uint32_t>* findIpv4IntervalOrdered(const IpRuleTable& table,
+                                                                  uint32_t address) noexcept;
+[[nodiscard]] const RangeEntry<Address128>* findIpv6IntervalOrdered(
+    const IpRuleTable& table, const Address128& address) noexcept;
+
 }  // namespace rs

@@ -5,6 +5,7 @@
 #include "core/rule_group.h"
 #include "support/flat_checks_endpoint.h"
 #include "support/flat_checks_ip.h"
+#include "support/flat_checks_ranges.h"
 
 namespace rs::test {
 
@@ -12,6 +13,7 @@ void checkFlatLookups(const RuleGroup& group) {
     EXPECT_NE(0, group.refCount);
     if (group.ipTable != nullptr) {
         checkFlatIpHosts(*group.ipTable);
+        checkFlatIpRanges(*group.ipTable);
     }
     if (group.ipPortIndex != nullptr) {
         checkIpPortLookups(*group.ipPortIndex);

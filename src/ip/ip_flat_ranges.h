@@ -1,0 +1,30 @@
+// The flat lookups of an IpRuleTable's ranges.
+//
+//     ipv4RangeTree  10.0.0.0 - 10.0.0.255 -> entry 5, entry 9      flatIpv4Ranges   10.0.0.0 - 10.0.0.255 -> 5
+//     ipv6RangeTree  ::ffff:10.0.0.0 - ... -> entry 2               flatIpv6Ranges   ::ffff:10.0.0.0 - ... -> 2
+//
+// A node's first entry is the winner of the whole node, and the other entries are after it. So its number in the slab is
+// all that a lookup needs, with one ruleValue or with any. IPv4-mapped addresses are in flatIpv6Ranges like all others:
+// ranges that reach beyond the IPv4-mapped block are in no 32-bit structure.
+//
+// Invariants: where a tree has a flat lookup, both find the same entries for every address.
+// Ownership:  all is the table's.
+// Threads:    none while building; read-only afterwards.
+// Cost:       a build reads the nodes once, in the order of their slab, which is that of their keys, and the list of
+//             their ends a few times. When memory is out for a lookup, the table goes without it.
+#pragma once
+
+#include <cstdint>
+
+#include "ip/ip_index.h"
+
+namespace rs {
+
+// From how many nodes on a tree has a flat lookup beside it.
+inline constexpr uint32_t FLAT_IPV4_RANGES = 16;
+inline constexpr uint32_t FLAT_IPV6_RANGES = 16;
+
+// Builds the flat lookups that the policy wants, for a table that has none and whose trees are complete.
+void buildFlatIpRanges(IpRuleTable& table) noexcept;
+
+}  // namespace rs
