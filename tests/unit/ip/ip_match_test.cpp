@@ -174,6 +174,7 @@ TEST(IpMatch, OfOneFamilyNeverReadsTheOrderedStructuresOfTheOther) {
 
     table.hostTable = nullptr;
     table.ipv4RangeTree = nullptr;
+    table.flatIpv4Ranges = nullptr;
     EXPECT_EQ(0, ipv4Winner(*group, 0x0A000001));
     EXPECT_EQ(0, ipv4Winner(*group, 0x0A010000));
     EXPECT_EQ(1, ipv6Winner(*group, mappedAddress(0x0A000001)));
@@ -182,6 +183,7 @@ TEST(IpMatch, OfOneFamilyNeverReadsTheOrderedStructuresOfTheOther) {
     table = complete;
     table.ipv6HostTree = nullptr;
     table.ipv6RangeTree = nullptr;
+    table.flatIpv6Ranges = nullptr;
     EXPECT_EQ(1, ipv4Winner(*group, 0x0A000001));
     EXPECT_EQ(2, ipv4Winner(*group, 0x0A010000));
     EXPECT_EQ(0, ipv6Winner(*group, mappedAddress(0x0A000001)));

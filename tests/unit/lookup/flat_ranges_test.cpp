@@ -95,8 +95,11 @@ TEST(FlatRanges, FillNodesToTheLastKey) {
 
 TEST(FlatRanges, CrowdInOnePlace) {
     // Every second address of 2^16, and every address with another record than its neighbours.
-    expectAsSweptInBothWidths(comb32(0x0A0A0000, 2, 1U << 15U));
-    expectAsSweptInBothWidths(comb32(0x0A0A0000, 1, 1U << 16U));
+    for (const uint32_t step : {1U, 2U}) {
+        const Intervals<uint32_t> comb = comb32(0x0A0A0000, step, (1U << 16U) / step);
+        expectAsSwept(comb);
+        expectAsSwept(widened(comb, 3, mappedAddress(0)));
+    }
 }
 
 // Groups of starts within groups, so that no bits part them well.
