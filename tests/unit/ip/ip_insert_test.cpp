@@ -124,6 +124,8 @@ protected:
         std::copy(std::begin(claimsBefore), std::end(claimsBefore), claims);
         RulePlaces places{};
         EXPECT_TRUE(placeRules(rules.list(), places));
+        sizeSlab(nodes, places.ranges.count);
+        sizeSlab(entries, uint64_t{places.ranges.count} * places.ranges.count);
         rs::IntervalInsertion<Address> insertion(nodes, entries, places.ranges);
         EXPECT_TRUE(insertion.reserve());
         int32_t status = RULE_OK;
