@@ -38,34 +38,6 @@ TEST(Lanes, MatchTagsIsItsPortableTwinAtEveryAddress) {
     }
 }
 
-TEST(Lanes, CountNotAboveComparesUnsigned) {
-    KeyLine line{};
-    EXPECT_EQ(KEY_LANES, countNotAbove(line, 0));
-    line.keys.fill(0xFFFF);
-    EXPECT_EQ(0U, countNotAbove(line, 0xFFFE));
-    EXPECT_EQ(KEY_LANES, countNotAbove(line, 0xFFFF));
-    line.keys[0] = 0x7FFF;
-    line.keys[9] = 0x8000;
-    line.keys[31] = 0x8001;
-    EXPECT_EQ(0U, countNotAbove(line, 0x7FFE));
-    EXPECT_EQ(1U, countNotAbove(line, 0x7FFF));
-    EXPECT_EQ(2U, countNotAbove(line, 0x8000));
-    EXPECT_EQ(3U, countNotAbove(line, 0x8001));
-}
-
-TEST(Lanes, CountNotAboveIsItsPortableTwin) {
-    std::mt19937 random(2);
-    KeyLine line{};
-    for (int round = 0; round < ROUNDS; ++round) {
-        const uint32_t spread = uint32_t{1} << (random() % 17);
-        const auto key = static_cast<uint16_t>(random());
-        for (uint16_t& lane : line.keys) {
-            lane = static_cast<uint16_t>(key + random() % (2 * spread) - spread);
-        }
-        ASSERT_EQ(countNotAbovePortable(line, key), countNotAbove(line, key));
-    }
-}
-
 }  // namespace
 
 }  // namespace rs::test
