@@ -122,7 +122,7 @@ private:
     }
 
     KeyWindow window(uint32_t pass) const {
-        const size_t places = keyCount_ / windowCount_;
+        const size_t places = std::max<size_t>(keyCount_ / std::max<size_t>(windowCount_, 1), 1);
         return {pass % places * windowCount_, windowCount_};
     }
 

@@ -13,6 +13,7 @@ inline bool usesHugePages = true;
 
 template <typename T>
 struct HugeAllocator {
+    // NOLINTNEXTLINE(readability-identifier-naming): the standard library asks for this name
     using value_type = T;
 
     HugeAllocator() = default;
