@@ -1,0 +1,183 @@
+// A name cut into its suffixes, and one hash for each of them.
+//
+//     WIRE      3 web 7 example 3 com            DOTTED    web.example.com
+//               |     |         |                          |   |       |
+//     starts    0     4         12    16                   0   4       12   15
+//
+// The hash of a suffix is made of its first label, with the length byte before it or the dot after it, and of the hash
+// of the shorter suffix. So all suffixes take one pass from the right, with one multiplication for a label of up to 16
+// bytes.
+//
+// A name of the wire form is cut when its labels end where it ends and none of them but the first is empty: no other
+// name has a suffix that a rule can have. A dotted name may be anything: a suffix begins after each dot that has a
+// byte after it.
+//
+// Invariants: equal bytes are cut alike and have equal hashes, whatever is before them in the name.
+// Ownership:  a CutName borrows the bytes of the name, and is not to be copied: short names are in it.
+// Threads:    none of its own: values in, values out.
+// Cost:       a few steps a label; of a long name, only the end that a rule may have is cut.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "lookup/hash_seed.h"
+
+namespace rs {
+
+enum class NameForm : uint32_t {
+    WIRE,  // without the final zero byte
+    DOTTED,
+};
+
+// Longer names are in no table.
+inline constexpr uint32_t LONGEST_WIRE_NAME = 256;
+inline constexpr uint32_t LONGEST_DOTTED_NAME = 255;
+inline constexpr uint32_t MOST_SUFFIXES = 256;
+
+struct CutName {
+    const char* bytes;  // of the longest suffix that a table may have
+    uint32_t length;
+    uint32_t count;                      // of suffixes
+    uint32_t isWhole;                    // 1: the first suffix is the name itself
+    uint16_t starts[MOST_SUFFIXES + 1];  // of the suffixes, the longest first; then the end
+    char shortBytes[8];  // the bytes of a name of fewer than 8, which are read as one word
+};
+
+// The bytes of a cut name, read as words of 8. Bytes before the name are 0, and none after it is read.
+class NameWords {
+public:
+    static_assert(std::endian::native == std::endian::little,
+                  "the first byte of a word is its lowest");
+
+    explicit NameWords(const CutName& cut) noexcept
+        : bytes_(cut.length < sizeof cut.shortBytes ? cut.shortBytes : cut.bytes) {}
+
+    // The 8 bytes from start on, of a name that has as many there.
+    [[nodiscard]] uint64_t bytesFrom(uint32_t start) const noexcept {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes_ + start, sizeof word);
+        return word;
+    }
+
+    // The 8 bytes before end, which is not 0.
+    [[nodiscard]] uint64_t lastBytes(uint32_t end) const noexcept {
+        const uint32_t there = std::min(end, 8U);
+        return bytesFrom(end - there) << (64 - 8 * there);
+    }
+
+private:
+    const char* bytes_;
+};
+
+inline void copyShortBytes(CutName& cut) noexcept {
+    if (cut.length < sizeof cut.shortBytes) {
+        std::memset(cut.shortBytes, 0, sizeof cut.shortBytes);
+        std::memcpy(cut.shortBytes, cut.bytes, cut.length);
+    }
+}
+
+// Where the suffixes of a name start. False, with a part of the name cut, for one that has no suffix of the form.
+[[nodiscard]] inline bool cutWireName(const char* name, uint32_t length, CutName& cut) noexcept {
+    bool hasEmptyLabel = false;
+    uint32_t skipped = 0;
+    while (length - skipped > LONGEST_WIRE_NAME) {
+        hasEmptyLabel |= name[skipped] == 0 && skipped != 0;
+        skipped += static_cast<uint8_t>(name[skipped]) + 1U;
+    }
+    cut.bytes = name + skipped;
+    cut.length = length - skipped;
+    cut.isWhole = skipped == 0 ? 1 : 0;
+    cut.count = 0;
+    uint32_t start = 0;
+    while (start < cut.length) {
+        const auto labelLength = static_cast<uint8_t>(cut.bytes[start]);
+        hasEmptyLabel |= labelLength == 0 && skipped + start != 0;
+        cut.starts[cut.count++] = static_cast<uint16_t>(start);
+        start += labelLength + 1U;
+    }
+    cut.starts[cut.count] = static_cast<uint16_t>(start);
+    copyShortBytes(cut);
+    return start == cut.length && !hasEmptyLabel;
+}
+
+// A word whose bytes are 0x80 where those of the given word are dots, and 0 elsewhere.
+constexpr uint64_t findDots(uint64_t word) noexcept {
+    constexpr uint64_t LOW_BITS = 0x7F7F7F7F7F7F7F7F;
+    const uint64_t zeroAtDots = word ^ 0x2E2E2E2E2E2E2E2E;
+    return ~(((zeroAtDots & LOW_BITS) + LOW_BITS) | zeroAtDots | LOW_BITS);
+}
+
+// As cutWireName, for a dotted name.
+[[nodiscard]] inline bool cutDottedName(const char* name, uint32_t length, CutName& cut) noexcept {
+    uint32_t skipped = 0;
+    if (length > LONGEST_DOTTED_NAME) {
+        const char* searched = name + (length - LONGEST_DOTTED_NAME - 1);
+        const void* dot = std::memchr(searched, '.', LONGEST_DOTTED_NAME);
+        if (dot == nullptr) {
+            return false;
+        }
+        skipped = static_cast<uint32_t>(static_cast<const char*>(dot) - name) + 1;
+    }
+    cut.bytes = name + skipped;
+    cut.length = length - skipped;
+    cut.isWhole = skipped == 0 ? 1 : 0;
+    cut.starts[0] = 0;
+    cut.count = length == 0 ? 0 : 1;
+    copyShortBytes(cut);
+    const NameWords words(cut);
+    for (uint32_t start = 0; start < cut.length; start += 8) {
+        const uint32_t end = std::min(start + 8, cut.length);
+        const uint64_t word = words.lastBytes(end) >> (64 - 8 * (end - start));
+        for (uint64_t dots = findDots(word); dots != 0; dots &= dots - 1) {
+            const uint32_t dot = start + static_cast<uint32_t>(std::countr_zero(dots)) / 8;
+            cut.starts[cut.count] = static_cast<uint16_t>(dot + 1);
+            cut.count += dot + 1 < cut.length ? 1 : 0;
+        }
+    }
+    cut.starts[cut.count] = static_cast<uint16_t>(cut.length);
+    return cut.length != 0;
+}
+
+[[nodiscard]] inline bool cutName(NameForm form, const char* name, uint32_t length,
+                                  CutName& cut) noexcept {
+    return form == NameForm::WIRE ? cutWireName(name, length, cut)
+                                  : cutDottedName(name, length, cut);
+}
+
+// The hash of a suffix: of its first label, from start to end, before a suffix of the given hash. Labels of up to 16
+// bytes take no branch. The secret words are on both sides of each product, and in the length: whoever does not know
+// them finds no two labels that meet.
+[[nodiscard]] inline uint64_t hashLabel(const NameWords& words, const HashSeed& seed,
+                                        uint32_t start, uint32_t end, uint64_t hash) noexcept {
+    const uint32_t length = end - start;
+    const uint64_t last = words.lastBytes(end) >> (64 - 8 * std::min(length, 8U));
+    const uint64_t whole = words.bytesFrom(length >= 8 ? start : 0);
+    hash ^= (length >= 8 ? whole : last) ^ length * seed.left;
+    for (uint32_t i = 8; i + 8 < length; i += 8) {
+        hash = mixHash(hash, words.bytesFrom(start + i) ^ seed.left);
+    }
+    return mixHash(hash, last ^ seed.right);
+}
+
+// Hashes the suffixes of a cut name from the shortest on: visit(suffix, hash), with the place of each in starts.
+template <typename Visit>
+void hashSuffixes(const CutName& cut, const HashSeed& seed, const Visit& visit) noexcept {
+    const NameWords words(cut);
+    uint64_t hash = seed.left + seed.right;
+    for (uint32_t i = cut.count; i-- > 0;) {
+        hash = hashLabel(words, seed, cut.starts[i], cut.starts[i + 1], hash);
+        visit(i, hash);
+    }
+}
+
+// The hash of the whole of a cut name, or of its longest suffix that a table may have.
+[[nodiscard]] inline uint64_t hashCutName(const CutName& cut, const HashSeed& seed) noexcept {
+    uint64_t last = 0;
+    hashSuffixes(cut, seed, [&last](uint32_t, uint64_t hash) noexcept { last = hash; });
+    return last;
+}
+
+}  // namespace rs
