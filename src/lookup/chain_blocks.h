@@ -15,8 +15,8 @@
 //
 // Invariants: next and nextCount are read in the first node of a block only. They are 0 in the
 //             other nodes of a packed block, and in the first node of the last block.
-// Ownership:  whoever holds the head owns the chain. Each block is one allocation. Packing moves
-//             every node but the head, so pointers to the others end with it.
+// Ownership:  whoever holds the head owns the chain. Each block is one allocation, or its nodes are neighbours in a
+//             slab that owns all of them. Packing moves nodes, so pointers to them end with it.
 // Threads:    a chain is built and packed by one thread; then any number of threads may search it.
 // Cost:       a search walks the blocks and bisects each: of n nodes in blocks of m, n/m * log2(m).
 //             Packing sorts each block once.
@@ -26,6 +26,7 @@
 #include <cstdint>
 
 #include "core/memory.h"
+#include "core/slab.h"
 
 namespace rs {
 
@@ -119,6 +120,79 @@ void packChain(Node* head, uint32_t maxCount, const Before& before,
         previous->next = block;
         previous->nextCount = count;
         previous = block;
+    }
+}
+
+// Whether a chain of single nodes is packed.
+template <typename Node>
+[[nodiscard]] bool isCrowded(const Node* head) noexcept {
+    uint32_t length = 0;
+    for (const Node* node = head; node != nullptr && length < CROWDED_CHAIN; node = node->next) {
+        ++length;
+    }
+    return length == CROWDED_CHAIN;
+}
+
+// Copies the first count nodes of a chain of single nodes into a block of a slab, sorts it, and links the rest of the
+// chain after it. Null when memory is out.
+template <typename Node, typename Before>
+Node* copyIntoBlock(Slab<Node>& slab, const Node* run, uint32_t count,
+                    const Before& before) noexcept {
+    Node* block = newRecords(slab, count);
+    if (block == nullptr) {
+        return nullptr;
+    }
+    Node* next = nullptr;
+    for (uint32_t i = 0; i < count; ++i) {
+        next = run->next;
+        block[i] = *run;
+        block[i].next = nullptr;
+        block[i].nextCount = 0;
+        run = next;
+    }
+    std::sort(block, block + count, before);
+    block->next = next;
+    block->nextCount = next == nullptr ? 0 : 1;
+    return block;
+}
+
+// As packChain, for nodes of a slab: copies the chain, crowded or not, into another slab, whose chunks have room for
+// maxCount nodes, and lets head point to it. False when memory runs out: the nodes that were not copied stay where they
+// are, single nodes that are linked to the others.
+template <typename Node, typename Before, typename MayJoin>
+[[nodiscard]] bool packChainInto(Slab<Node>& slab, Node*& head, uint32_t maxCount,
+                                 const Before& before, const MayJoin& mayJoin) noexcept {
+    const uint32_t laterCount = isCrowded(head) ? maxCount : 1;
+    Node* previous = nullptr;
+    for (const Node* run = head; run != nullptr;) {
+        const uint32_t largest = previous == nullptr ? 1 : laterCount;
+        uint32_t count = 0;
+        for (const Node* node = run; node != nullptr && count < largest && mayJoin(*run, *node);
+             node = node->next) {
+            ++count;
+        }
+        Node* block = copyIntoBlock(slab, run, count, before);
+        if (block == nullptr) {
+            return false;
+        }
+        if (previous == nullptr) {
+            head = block;
+        } else {
+            previous->next = block;
+            previous->nextCount = count;
+        }
+        previous = block;
+        run = block->next;
+    }
+    return true;
+}
+
+// Visits the blocks of a chain, packed or not: visit(block).
+template <typename Node, typename Visit>
+void forEachBlock(Node* head, const Visit& visit) noexcept {
+    for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;
+         block = nextBlock(block)) {
+        visit(block);
     }
 }
 

@@ -39,24 +39,15 @@ public:
         ++count_;
     }
 
+    // Both ways of packing make the same blocks.
     void pack(uint32_t maxCount) {
-        packChain(
-            head_, maxCount,
-            [](const Node& left, const Node& right) { return left.key < right.key; },
-            [](const Node& first, const Node& node) { return first.kind == node.kind; });
+        const std::vector<std::vector<uint32_t>> inSlab = blocksInSlab(maxCount);
+        packChain(head_, maxCount, comesBefore, mayJoin);
+        EXPECT_EQ(inSlab, blocks());
     }
 
     // The keys, block by block.
-    std::vector<std::vector<uint32_t>> blocks() const {
-        std::vector<std::vector<uint32_t>> result;
-        for (auto block = firstBlock(head_); block.first != nullptr; block = nextBlock(block)) {
-            std::vector<uint32_t>& keys = result.emplace_back();
-            for (uint32_t i = 0; i < block.count; ++i) {
-                keys.push_back(block.first[i].key);
-            }
-        }
-        return result;
-    }
+    std::vector<std::vector<uint32_t>> blocks() const { return blocksOf(head_); }
 
     std::vector<uint32_t> blockSizes() const {
         std::vector<uint32_t> sizes;
@@ -69,9 +60,57 @@ public:
     const Node* head() const { return head_; }
 
 private:
+    static bool comesBefore(const Node& left, const Node& right) { return left.key < right.key; }
+    static bool mayJoin(const Node& first, const Node& node) { return first.kind == node.kind; }
+
+    static std::vector<std::vector<uint32_t>> blocksOf(const Node* head) {
+        std::vector<std::vector<uint32_t>> result;
+        forEachBlock(head, [&result](const ChainBlock<const Node>& block) {
+            std::vector<uint32_t>& keys = result.emplace_back();
+            for (uint32_t i = 0; i < block.count; ++i) {
+                keys.push_back(block.first[i].key);
+            }
+        });
+        return result;
+    }
+
+    // The keys after packing into a slab; the chain stays as it is.
+    std::vector<std::vector<uint32_t>> blocksInSlab(uint32_t maxCount) const {
+        Slab<Node> slab{};
+        sizeSlab(slab, count_, maxCount);
+        Node* head = head_;
+        EXPECT_TRUE(packChainInto(slab, head, maxCount, comesBefore, mayJoin));
+        const std::vector<std::vector<uint32_t>> result = blocksOf(head);
+        freeSlab(slab);
+        return result;
+    }
+
     Node* head_ = nullptr;
     uint32_t count_ = 0;
 };
+
+// A slab without room for the second block.
+TEST(ChainBlocks, ThatFindNoRoomInASlabStaySingleAfterTheOthers) {
+    Slab<Node> slab{};
+    sizeSlab(slab, 1, 4);
+    Node nodes[20] = {};
+    Node* head = nullptr;
+    for (uint32_t i = 0; i < 20; ++i) {
+        nodes[i].key = i;
+        pushSingleNode(head, nodes[i]);
+    }
+    const auto pack = [&] {
+        return packChainInto(
+            slab, head, 5, [](const Node& left, const Node& right) { return left.key < right.key; },
+            [](const Node&, const Node&) { return true; });
+    };
+    EXPECT_FALSE(pack()) << "a chunk has four nodes";
+    EXPECT_EQ(19U, head->key);
+    EXPECT_NE(&nodes[19], head);
+    EXPECT_EQ(&nodes[18], head->next);
+    EXPECT_EQ(1U, head->nextCount);
+    freeSlab(slab);
+}
 
 using Sizes = std::vector<uint32_t>;
 
