@@ -27,23 +27,25 @@ void freeMatchAll(DomainEntry* entry, const ReleaseInfo& info) noexcept {
     freeMemory(entry);
 }
 
-void freeDomainChain(const HashBucket& bucket, const ReleaseInfo& info) noexcept {
-    freeBlocks(static_cast<DomainEntry*>(bucket.chain),
-               [&info](const ChainBlock<DomainEntry>& block, DomainEntry& entry) noexcept {
-                   freeMemory(entry.name);
-                   if (&entry == block.first) {
-                       callReleaseCallback(info.releaseCallback, info.releaseContext,
-                                           entry.userData, ENTRY_RELEASES_USER_DATA);
-                   }
-               });
+void releaseDomainChain(const HashBucket& bucket, const ReleaseInfo& info) noexcept {
+    forEachBlock(static_cast<DomainEntry*>(bucket.chain),
+                 [&info](const ChainBlock<DomainEntry>& block) noexcept {
+                     callReleaseCallback(info.releaseCallback, info.releaseContext,
+                                         block.first->userData, ENTRY_RELEASES_USER_DATA);
+                 });
+}
+
+void releaseDomainTable(const HashTable* table, const ReleaseInfo& info) noexcept {
+    if (info.releaseCallback != nullptr) {
+        forEachBucket(table,
+                      [&info](HashBucket& bucket) noexcept { releaseDomainChain(bucket, info); });
+    }
 }
 
 uint64_t countDomainChain(const HashBucket& bucket) noexcept {
     uint64_t count = 0;
-    for (auto block = firstBlock(static_cast<DomainEntry*>(bucket.chain)); block.first != nullptr;
-         block = nextBlock(block)) {
-        count += block.count;
-    }
+    forEachBlock(static_cast<DomainEntry*>(bucket.chain),
+                 [&count](const ChainBlock<DomainEntry>& block) noexcept { count += block.count; });
     return count;
 }
 
@@ -89,10 +91,13 @@ void releaseDomainIndex(DomainIndex** slot, const ReleaseInfo* info) noexcept {
     }
     freeMatchAll(index->matchAll, *info);
     for (HashTable** table : {&index->exactTable, &index->wildcardTable}) {
-        forEachBucket(*table,
-                      [info](HashBucket& bucket) noexcept { freeDomainChain(bucket, *info); });
+        releaseDomainTable(*table, *info);
         hashDestroy(table);
     }
+    freeFlatNames(index->flatNames);
+    freeSlab(index->entered);
+    freeSlab(index->entries);
+    freeTextSlab(index->names);
     freeMemory(index);
 }
 

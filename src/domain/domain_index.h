@@ -3,22 +3,29 @@
 //   matchAll        *                             -> rule 7       the first rule "*"
 //   exactTable      3 web 7 example 3 com 0       -> rule 2       full names, by hash
 //   wildcardTable   7 example 3 com 0             -> rule 1       names after "*.", by hash
+//   flatNames       both tables in one            -> rule 1       only in groups of many names
 //
 // Names are in wire form: each label after a byte with its length, and a zero byte at the end, which
 // nameLength does not count.
 //
 // Invariants: a table holds a name once, for the earliest rule. Chains are laid out as
 //             lookup/chain_blocks.h pictures them, in blocks of at most 72 entries.
+//             With flatNames, all entries but matchAll are in the slab entries, and their numbers there are those of
+//             flatNames.
 // Ownership:  the index owns everything below it.
 //             Deliberate: only the first entry of a block gives its userData back when the index is
 //             freed, and matchAll never does.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup hashes and probes the name once and each of its suffixes once.
+// Cost:       a lookup hashes and probes the name once and each of its suffixes once. With flatNames it reads a
+//             line of a table and a record, or less when nothing is found.
 #pragma once
 
 #include <cstdint>
 
 #include "core/release.h"
+#include "core/slab.h"
+#include "core/text_slab.h"
+#include "lookup/flat_names.h"
 #include "lookup/hash_table.h"
 #include "lookup/hashed_name.h"
 
@@ -28,7 +35,7 @@ inline constexpr int32_t DOMAIN_BUCKETS = 4096;
 inline constexpr uint32_t MAX_DOMAIN_BLOCK = 72;
 
 struct DomainEntry {
-    char* name;           // owned; wire form
+    char* name;           // wire form; borrowed from the index, but owned by matchAll
     uint32_t nameLength;  // without the final zero byte
     uint32_t ruleIndex;
     uint32_t ruleValue;
@@ -37,7 +44,7 @@ struct DomainEntry {
     uint32_t releaseFlags;  // 0
     uint32_t hash;
     uint32_t nextCount;  // entries in the block that next points to
-    DomainEntry* next;   // owned
+    DomainEntry* next;   // borrowed from the index
 };
 
 struct DomainIndex {
@@ -46,6 +53,11 @@ struct DomainIndex {
     HashTable* exactTable;  // owned; null until needed, like wildcardTable
     HashTable* wildcardTable;
     uint32_t leftOut;  // rules that memory ran out for during the build; they are in no table
+
+    Slab<DomainEntry> entered;  // owned; entries as rules made them. Empty when all are packed
+    Slab<DomainEntry> entries;  // owned; the packed ones, chain by chain
+    TextSlab names;             // owned; of all entries but matchAll
+    FlatNames* flatNames;       // owned; null in small groups, and when memory for it is out
 };
 
 // The hash of a name in wire form: its label bytes, not their lengths. 0 for less than 2 bytes.

@@ -1,12 +1,14 @@
 #include "domain/domain_match.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "core/entry.h"
 #include "core/scratch.h"
 #include "core/text_buffer.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
+#include "lookup/flat_names.h"
 #include "syntax/ascii.h"
 
 namespace rs {
@@ -73,8 +75,38 @@ const DomainEntry* findSuffix(const HashTable* table, const char* wireName,
     }
 }
 
+// Whether a byte of a word is from 'A' to 'Z'.
+bool hasUpperCase(uint64_t word) noexcept {
+    constexpr uint64_t ONES = 0x0101010101010101;
+    constexpr uint64_t HIGH_BITS = 0x80 * ONES;
+    const uint64_t low = word & ~HIGH_BITS;
+    const uint64_t isFromA = low + (0x80 - 'A') * ONES;
+    const uint64_t isAfterZ = low + (0x80 - 'Z' - 1) * ONES;
+    return (isFromA & ~isAfterZ & ~word & HIGH_BITS) != 0;
+}
+
+// Whether a name has a byte from 'A' to 'Z', in a label or as the length of one.
+bool hasUpperCaseByte(const char* wireName, uint32_t wireLength) noexcept {
+    uint64_t word = 0;
+    if (wireLength < sizeof word) {
+        std::memcpy(&word, wireName, wireLength);
+        return hasUpperCase(word);
+    }
+    for (uint32_t i = 0; i + sizeof word < wireLength; i += sizeof word) {
+        std::memcpy(&word, wireName + i, sizeof word);
+        if (hasUpperCase(word)) {
+            return true;
+        }
+    }
+    std::memcpy(&word, wireName + wireLength - sizeof word, sizeof word);
+    return hasUpperCase(word);
+}
+
 // Finds the first upper-case letter inside a label, or the end.
 const char* findUpperCase(const char* wireName, uint32_t wireLength) noexcept {
+    if (!hasUpperCaseByte(wireName, wireLength)) {
+        return wireName + wireLength;
+    }
     uint32_t labelEnd = 0;
     for (uint32_t i = 0; i < wireLength; ++i) {
         if (i == labelEnd) {
@@ -100,12 +132,25 @@ void lowerWireName(const char* wireName, uint32_t wireLength, char* out) noexcep
 
 int32_t lookupLowerCase(const DomainIndex& index, const char* wireName, uint32_t wireLength,
                         MatchResult& result) noexcept {
-    const DomainEntry* best = earlier(findName(index.exactTable, wireName, wireLength),
-                                      findSuffix(index.wildcardTable, wireName, wireLength));
+    const DomainEntry* best = index.flatNames != nullptr
+                                  ? findDomainFlat(index, wireName, wireLength)
+                                  : findDomainOrdered(index, wireName, wireLength);
     return reportEntry(earlier(best, index.matchAll), result);
 }
 
 }  // namespace
+
+const DomainEntry* findDomainOrdered(const DomainIndex& index, const char* wireName,
+                                     uint32_t wireLength) noexcept {
+    return earlier(findName(index.exactTable, wireName, wireLength),
+                   findSuffix(index.wildcardTable, wireName, wireLength));
+}
+
+const DomainEntry* findDomainFlat(const DomainIndex& index, const char* wireName,
+                                  uint32_t wireLength) noexcept {
+    const uint32_t number = findFlatName(*index.flatNames, wireName, wireLength);
+    return number == NO_RECORD ? nullptr : &recordAt(index.entries, number);
+}
 
 int32_t lookupDomainWire(const DomainIndex& index, const char* wireName, uint32_t wireLength,
                          MatchResult& result) noexcept {

@@ -1,8 +1,7 @@
 #include "support/flat_checks.h"
 
-#include <gtest/gtest.h>
-
 #include "core/rule_group.h"
+#include "support/flat_checks_domain.h"
 #include "support/flat_checks_endpoint.h"
 #include "support/flat_checks_ip.h"
 #include "support/flat_checks_ranges.h"
@@ -10,10 +9,12 @@
 namespace rs::test {
 
 void checkFlatLookups(const RuleGroup& group) {
-    EXPECT_NE(0, group.refCount);
     if (group.ipTable != nullptr) {
         checkFlatIpHosts(*group.ipTable);
         checkFlatIpRanges(*group.ipTable);
+    }
+    if (group.domainIndex != nullptr) {
+        checkFlatDomainNames(*group.domainIndex);
     }
     if (group.ipPortIndex != nullptr) {
         checkIpPortLookups(*group.ipPortIndex);
