@@ -75,36 +75,34 @@ const DomainEntry* findSuffix(const HashTable* table, const char* wireName,
     }
 }
 
-// Whether a byte of a word is from 'A' to 'Z'.
-bool hasUpperCase(uint64_t word) noexcept {
-    constexpr uint64_t ONES = 0x0101010101010101;
-    constexpr uint64_t HIGH_BITS = 0x80 * ONES;
-    const uint64_t low = word & ~HIGH_BITS;
-    const uint64_t isFromA = low + (0x80 - 'A') * ONES;
-    const uint64_t isAfterZ = low + (0x80 - 'Z' - 1) * ONES;
-    return (isFromA & ~isAfterZ & ~word & HIGH_BITS) != 0;
+// Bits that are set when a byte of the word may be a capital: in ASCII these have bit 6 and not bit 5, and so have
+// '@', '[' to '_' and the lengths 64 to 95.
+uint64_t capitalBits(const char* bytes) noexcept {
+    constexpr uint64_t BIT_6 = 0x4040404040404040;
+    uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word & ~(word << 1U) & BIT_6;
 }
 
-// Whether a name has a byte from 'A' to 'Z', in a label or as the length of one.
-bool hasUpperCaseByte(const char* wireName, uint32_t wireLength) noexcept {
-    uint64_t word = 0;
-    if (wireLength < sizeof word) {
-        std::memcpy(&word, wireName, wireLength);
-        return hasUpperCase(word);
+// False for most names without capitals, and never for one with them.
+bool mayHaveCapitals(const char* wireName, uint32_t wireLength) noexcept {
+    constexpr uint32_t WORD = sizeof(uint64_t);
+    if (wireLength < WORD) {
+        return true;
     }
-    for (uint32_t i = 0; i + sizeof word < wireLength; i += sizeof word) {
-        std::memcpy(&word, wireName + i, sizeof word);
-        if (hasUpperCase(word)) {
-            return true;
-        }
+    // Names of ordinary length take no loop.
+    const uint32_t last = wireLength - WORD;
+    uint64_t bits = capitalBits(wireName) | capitalBits(wireName + std::min(WORD, last)) |
+                    capitalBits(wireName + std::min(2 * WORD, last)) | capitalBits(wireName + last);
+    for (uint32_t i = 3 * WORD; i < last; i += WORD) {
+        bits |= capitalBits(wireName + i);
     }
-    std::memcpy(&word, wireName + wireLength - sizeof word, sizeof word);
-    return hasUpperCase(word);
+    return bits != 0;
 }
 
 // Finds the first upper-case letter inside a label, or the end.
 const char* findUpperCase(const char* wireName, uint32_t wireLength) noexcept {
-    if (!hasUpperCaseByte(wireName, wireLength)) {
+    if (!mayHaveCapitals(wireName, wireLength)) {
         return wireName + wireLength;
     }
     uint32_t labelEnd = 0;
@@ -138,6 +136,17 @@ int32_t lookupLowerCase(const DomainIndex& index, const char* wireName, uint32_t
     return reportEntry(earlier(best, index.matchAll), result);
 }
 
+int32_t lookupUpperCase(const DomainIndex& index, const char* wireName, uint32_t wireLength,
+                        MatchResult& result) noexcept {
+    WireScratch scratch;
+    char* lowered = scratch.reserve(wireLength);
+    if (lowered == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    lowerWireName(wireName, wireLength, lowered);
+    return lookupLowerCase(index, lowered, wireLength, result);
+}
+
 }  // namespace
 
 const DomainEntry* findDomainOrdered(const DomainIndex& index, const char* wireName,
@@ -155,16 +164,9 @@ const DomainEntry* findDomainFlat(const DomainIndex& index, const char* wireName
 int32_t lookupDomainWire(const DomainIndex& index, const char* wireName, uint32_t wireLength,
                          MatchResult& result) noexcept {
     result.ruleIndex = 0;
-    if (findUpperCase(wireName, wireLength) == wireName + wireLength) {
-        return lookupLowerCase(index, wireName, wireLength, result);
-    }
-    WireScratch scratch;
-    char* lowered = scratch.reserve(wireLength);
-    if (lowered == nullptr) {
-        return RULE_ERR_NO_MEMORY;
-    }
-    lowerWireName(wireName, wireLength, lowered);
-    return lookupLowerCase(index, lowered, wireLength, result);
+    return findUpperCase(wireName, wireLength) == wireName + wireLength
+               ? lookupLowerCase(index, wireName, wireLength, result)
+               : lookupUpperCase(index, wireName, wireLength, result);
 }
 
 int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t length,

@@ -4,9 +4,12 @@
 //               |     |         |                          |   |       |
 //     starts    0     4         12    16                   0   4       12   15
 //
-// The hash of a suffix is made of its first label, with the length byte before it or the dot after it, and of the hash
-// of the shorter suffix. So all suffixes take one pass from the right, with one multiplication for a label of up to 16
-// bytes.
+//     words                4 example 3 com                    e.com
+//                     3 web 7                            web.exampl          8 bytes each, from the right
+//
+// The words are hashed in one chain from the right. The hash of a suffix is made of the part of one word that is in
+// it, and of the words after that. So the hashes of suffixes do not wait for each other, and take one multiplication
+// each.
 //
 // A name of the wire form is cut when its labels end where it ends and none of them but the first is empty: no other
 // name has a suffix that a rule can have. A dotted name may be anything: a suffix begins after each dot that has a
@@ -91,16 +94,16 @@ inline void copyShortBytes(CutName& cut) noexcept {
     cut.length = length - skipped;
     cut.isWhole = skipped == 0 ? 1 : 0;
     cut.count = 0;
-    uint32_t start = 0;
-    while (start < cut.length) {
+    for (uint32_t start = 0; start < cut.length;) {
         const auto labelLength = static_cast<uint8_t>(cut.bytes[start]);
-        hasEmptyLabel |= labelLength == 0 && skipped + start != 0;
         cut.starts[cut.count++] = static_cast<uint16_t>(start);
         start += labelLength + 1U;
+        cut.starts[cut.count] = static_cast<uint16_t>(start);
+        // The label before the first one, so to say, has bytes.
+        hasEmptyLabel |= labelLength == 0 && (skipped | cut.count) != 1;
     }
-    cut.starts[cut.count] = static_cast<uint16_t>(start);
     copyShortBytes(cut);
-    return start == cut.length && !hasEmptyLabel;
+    return cut.count != 0 && cut.starts[cut.count] == cut.length && !hasEmptyLabel;
 }
 
 // A word whose bytes are 0x80 where those of the given word are dots, and 0 elsewhere.
@@ -147,37 +150,56 @@ constexpr uint64_t findDots(uint64_t word) noexcept {
                                   : cutDottedName(name, length, cut);
 }
 
-// The hash of a suffix: of its first label, from start to end, before a suffix of the given hash. Labels of up to 16
-// bytes take no branch. The secret words are on both sides of each product, and in the length: whoever does not know
-// them finds no two labels that meet.
-[[nodiscard]] inline uint64_t hashLabel(const NameWords& words, const HashSeed& seed,
-                                        uint32_t start, uint32_t end, uint64_t hash) noexcept {
-    const uint32_t length = end - start;
-    const uint64_t last = words.lastBytes(end) >> (64 - 8 * std::min(length, 8U));
-    const uint64_t whole = words.bytesFrom(length >= 8 ? start : 0);
-    hash ^= (length >= 8 ? whole : last) ^ length * seed.left;
-    for (uint32_t i = 8; i + 8 < length; i += 8) {
-        hash = mixHash(hash, words.bytesFrom(start + i) ^ seed.left);
+// The hashes of the suffixes of a cut name.
+class SuffixHashes {
+public:
+    SuffixHashes(const CutName& cut, const HashSeed& seed) noexcept
+        : length_(cut.length), factor_(seed.right) {
+        const NameWords words(cut);
+        const uint64_t chainFactor = seed.left + seed.right;
+        uint64_t hash = seed.left;
+        const auto add = [&](uint32_t i) noexcept {
+            const uint32_t after = WORD * i;
+            const uint64_t word = words.lastBytes(length_ > after ? length_ - after : 1);
+            words_[i] = {word, hash};
+            hash = mixHash(hash ^ word, chainFactor);
+        };
+        // Most names have at most four words: that these take no branch is worth more than the words not taken.
+        for (uint32_t i = 0; i < USUAL_WORDS; ++i) {
+            add(i);
+        }
+        for (uint32_t i = USUAL_WORDS; WORD * i < length_; ++i) {
+            add(i);
+        }
     }
-    return mixHash(hash, last ^ seed.right);
-}
 
-// Hashes the suffixes of a cut name from the shortest on: visit(suffix, hash), with the place of each in starts.
-template <typename Visit>
-void hashSuffixes(const CutName& cut, const HashSeed& seed, const Visit& visit) noexcept {
-    const NameWords words(cut);
-    uint64_t hash = seed.left + seed.right;
-    for (uint32_t i = cut.count; i-- > 0;) {
-        hash = hashLabel(words, seed, cut.starts[i], cut.starts[i + 1], hash);
-        visit(i, hash);
+    // Of the suffix from start on.
+    [[nodiscard]] uint64_t of(uint32_t start) const noexcept {
+        const uint32_t length = length_ - start;
+        const Word& word = words_[(length - 1) / WORD];
+        // Of its first word, the bytes that are in the suffix are the highest.
+        const uint64_t first = word.bytes >> ((0U - length) % WORD * 8);
+        return mixHash(word.hashAfter ^ first, factor_ ^ length);
     }
-}
+
+private:
+    static constexpr uint32_t WORD = 8;
+    static constexpr uint32_t USUAL_WORDS = 4;
+    static constexpr uint32_t MOST_WORDS = LONGEST_WIRE_NAME / WORD;
+
+    struct Word {
+        uint64_t bytes;
+        uint64_t hashAfter;  // of the words after it
+    };
+
+    uint32_t length_;
+    uint64_t factor_;
+    Word words_[MOST_WORDS];  // of the name, the last first
+};
 
 // The hash of the whole of a cut name, or of its longest suffix that a table may have.
 [[nodiscard]] inline uint64_t hashCutName(const CutName& cut, const HashSeed& seed) noexcept {
-    uint64_t last = 0;
-    hashSuffixes(cut, seed, [&last](uint32_t, uint64_t hash) noexcept { last = hash; });
-    return last;
+    return SuffixHashes(cut, seed).of(0);
 }
 
 }  // namespace rs

@@ -68,36 +68,28 @@ const NameSlot* findSlot(const FlatNames& names, uint64_t hash, const char* byte
     }
 }
 
-// The suffixes that pass the filter, the longest last.
-struct Candidates {
-    uint32_t count;
-    uint16_t suffixes[MOST_SUFFIXES];
-    uint64_t hashes[MOST_SUFFIXES];
+// A suffix that passes the filter.
+struct Candidate {
+    uint64_t hash;
+    uint32_t suffix;
 };
-
-void findCandidates(const FlatNames& names, const CutName& cut, Candidates& out) noexcept {
-    uint32_t count = 0;
-    hashSuffixes(cut, names.seed, [&](uint32_t suffix, uint64_t hash) noexcept {
-        out.suffixes[count] = static_cast<uint16_t>(suffix);
-        out.hashes[count] = hash;
-        count += mayHave(names, hash) ? 1 : 0;
-    });
-    out.count = count;
-}
 
 // The slot of the longest suffix that is known, of those that come after the first skipped ones.
 const NameSlot* findLongest(const FlatNames& names, const CutName& cut, uint32_t skipped,
                             bool& isWhole) noexcept {
-    Candidates candidates;
-    findCandidates(names, cut, candidates);
-    for (uint32_t i = candidates.count; i-- > 0;) {
-        const uint32_t suffix = candidates.suffixes[i];
-        if (suffix < skipped) {
-            continue;
-        }
+    const SuffixHashes hashes(cut, names.seed);
+    Candidate candidates[MOST_SUFFIXES];
+    uint32_t count = 0;
+    for (uint32_t i = skipped; i + names.fewestSuffixes <= cut.count; ++i) {
+        const uint64_t hash = hashes.of(cut.starts[i]);
+        candidates[count] = {hash, i};
+        count += mayHave(names, hash) ? 1 : 0;
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t suffix = candidates[i].suffix;
         const uint32_t start = cut.starts[suffix];
         const NameSlot* slot =
-            findSlot(names, candidates.hashes[i], cut.bytes + start, cut.length - start);
+            findSlot(names, candidates[i].hash, cut.bytes + start, cut.length - start);
         if (slot != nullptr) {
             isWhole = suffix == 0 && cut.isWhole != 0;
             return slot;
@@ -147,6 +139,7 @@ bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
     capacity_ = nameCount;
     names_->seed = newHashSeed();
     names_->form = form;
+    names_->fewestSuffixes = MOST_SUFFIXES;
     names_->lineCount = nameCount * 100 / NAMES_PER_100_LINES + 1;
     names_->filterCount = nameCount * FILTER_BITS / 64 + 1;
     names_->slots = allocateLines<NameSlot>(names_->lineCount * NAME_LINE_SLOTS);
@@ -183,6 +176,7 @@ bool FlatNamesBuild::fill(NameSlot& slot, uint64_t hash, const CutName& cut) noe
     std::memcpy(text->bytes, cut.bytes, cut.length);
     slot = {keyOf(hash, cut.length), names_->texts.count - wordCount, NO_RECORD, NO_RECORD};
     names_->filter[scaleHash(hash, names_->filterCount)] |= filterBitsOf(hash);
+    names_->fewestSuffixes = std::min(names_->fewestSuffixes, cut.count);
     added_[addedCount_++] = {slot.text, static_cast<uint16_t>(cut.length),
                              static_cast<uint16_t>(cut.count)};
     return true;

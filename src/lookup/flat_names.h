@@ -58,6 +58,8 @@ struct FlatNames {
     Slab<NameWord> texts;  // owned; zero bytes after each name
     uint64_t lineCount;
     uint64_t filterCount;  // words of filter
+    uint32_t
+        fewestSuffixes;  // of a name: shorter suffixes of a name that is looked up are not asked for
 };
 
 void freeFlatNames(FlatNames* names) noexcept;

@@ -108,8 +108,11 @@ std::vector<uint64_t> hashesOf(NameForm form, std::string_view name) {
     const ExactText text(name);
     CutName cut;
     EXPECT_TRUE(cutName(form, text.data(), text.size(), cut));
-    std::vector<uint64_t> hashes(cut.count);
-    hashSuffixes(cut, SEED, [&hashes](uint32_t suffix, uint64_t hash) { hashes[suffix] = hash; });
+    const SuffixHashes suffixHashes(cut, SEED);
+    std::vector<uint64_t> hashes;
+    for (uint32_t i = 0; i < cut.count; ++i) {
+        hashes.push_back(suffixHashes.of(cut.starts[i]));
+    }
     EXPECT_EQ(hashes[0], hashCutName(cut, SEED));
     return hashes;
 }
