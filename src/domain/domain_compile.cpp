@@ -188,7 +188,7 @@ FlatNames* buildDomainNames(const DomainIndex& index, uint64_t nameCount,
 void packDomainIndex(DomainIndex& index) noexcept {
     const uint64_t count =
         uint64_t{elementCountOf(index.exactTable)} + elementCountOf(index.wildcardTable);
-    sizeSlab(index.entries, count, MAX_DOMAIN_BLOCK);
+    sizeSlab(index.entries, 2 * count, MAX_DOMAIN_BLOCK);
     if (!packDomainTable(index, index.exactTable)) {
         return;
     }

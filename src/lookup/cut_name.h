@@ -84,26 +84,34 @@ inline void copyShortBytes(CutName& cut) noexcept {
 
 // Where the suffixes of a name start. False, with a part of the name cut, for one that has no suffix of the form.
 [[nodiscard]] inline bool cutWireName(const char* name, uint32_t length, CutName& cut) noexcept {
-    bool hasEmptyLabel = false;
     uint32_t skipped = 0;
+    uint32_t shortestLabel = 1;
     while (length - skipped > LONGEST_WIRE_NAME) {
-        hasEmptyLabel |= name[skipped] == 0 && skipped != 0;
-        skipped += static_cast<uint8_t>(name[skipped]) + 1U;
+        const auto label = static_cast<uint8_t>(name[skipped]);
+        shortestLabel = skipped == 0 || label != 0 ? shortestLabel : 0;
+        skipped += label + 1U;
     }
-    cut.bytes = name + skipped;
-    cut.length = length - skipped;
+    const char* bytes = name + skipped;
+    const uint32_t end = length - skipped;
+    uint32_t start = 0;
+    uint32_t count = 0;
+    if (skipped == 0 && end != 0) {
+        cut.starts[count++] = 0;
+        start = static_cast<uint8_t>(bytes[0]) + 1U;
+    }
+    while (start < end) {
+        const uint32_t label = static_cast<uint8_t>(bytes[start]);
+        cut.starts[count++] = static_cast<uint16_t>(start);
+        shortestLabel = std::min(shortestLabel, label);
+        start += label + 1;
+    }
+    cut.starts[count] = static_cast<uint16_t>(start);
+    cut.bytes = bytes;
+    cut.length = end;
+    cut.count = count;
     cut.isWhole = skipped == 0 ? 1 : 0;
-    cut.count = 0;
-    for (uint32_t start = 0; start < cut.length;) {
-        const auto labelLength = static_cast<uint8_t>(cut.bytes[start]);
-        cut.starts[cut.count++] = static_cast<uint16_t>(start);
-        start += labelLength + 1U;
-        cut.starts[cut.count] = static_cast<uint16_t>(start);
-        // The label before the first one, so to say, has bytes.
-        hasEmptyLabel |= labelLength == 0 && (skipped | cut.count) != 1;
-    }
     copyShortBytes(cut);
-    return cut.count != 0 && cut.starts[cut.count] == cut.length && !hasEmptyLabel;
+    return count != 0 && start == end && shortestLabel != 0;
 }
 
 // A word whose bytes are 0x80 where those of the given word are dots, and 0 elsewhere.
@@ -159,8 +167,8 @@ public:
         const uint64_t chainFactor = seed.left + seed.right;
         uint64_t hash = seed.left;
         const auto add = [&](uint32_t i) noexcept {
-            const uint32_t after = WORD * i;
-            const uint64_t word = words.lastBytes(length_ > after ? length_ - after : 1);
+            const uint32_t end = WORD * (i + 1);
+            const uint64_t word = words.bytesFrom(length_ > end ? length_ - end : 0);
             words_[i] = {word, hash};
             hash = mixHash(hash ^ word, chainFactor);
         };
@@ -171,6 +179,8 @@ public:
         for (uint32_t i = USUAL_WORDS; WORD * i < length_; ++i) {
             add(i);
         }
+        // Of the first word, some bytes are before the name.
+        words_[(length_ - 1) / WORD].bytes = words.bytesFrom(0) << ((0U - length_) % WORD * 8);
     }
 
     // Of the suffix from start on.

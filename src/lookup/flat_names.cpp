@@ -80,9 +80,11 @@ const NameSlot* findLongest(const FlatNames& names, const CutName& cut, uint32_t
     const SuffixHashes hashes(cut, names.seed);
     Candidate candidates[MOST_SUFFIXES];
     uint32_t count = 0;
-    for (uint32_t i = skipped; i + names.fewestSuffixes <= cut.count; ++i) {
+    const uint32_t end = cut.count + 1 - std::min(names.fewestSuffixes, cut.count + 1);
+    for (uint32_t i = skipped; i < end; ++i) {
         const uint64_t hash = hashes.of(cut.starts[i]);
         candidates[count] = {hash, i};
+        __builtin_prefetch(names.slots + scaleHash(hash, names.lineCount) * NAME_LINE_SLOTS);
         count += mayHave(names, hash) ? 1 : 0;
     }
     for (uint32_t i = 0; i < count; ++i) {
@@ -145,7 +147,7 @@ bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
     names_->slots = allocateLines<NameSlot>(names_->lineCount * NAME_LINE_SLOTS);
     names_->filter = allocateLines<uint64_t>(names_->filterCount);
     constexpr uint32_t USUAL_WORDS = 3;
-    sizeSlab(names_->texts, nameCount * USUAL_WORDS, LONGEST_WIRE_NAME / sizeof(NameWord));
+    sizeSlab(names_->texts, nameCount * USUAL_WORDS * 4, LONGEST_WIRE_NAME / sizeof(NameWord));
     return names_->slots != nullptr && names_->filter != nullptr;
 }
 
