@@ -188,6 +188,7 @@ FlatNames* buildDomainNames(const DomainIndex& index, uint64_t nameCount,
 void packDomainIndex(DomainIndex& index) noexcept {
     const uint64_t count =
         uint64_t{elementCountOf(index.exactTable)} + elementCountOf(index.wildcardTable);
+    // Chunks of a quarter of the entries hold huge pages.
     sizeSlab(index.entries, 2 * count, MAX_DOMAIN_BLOCK);
     if (!packDomainTable(index, index.exactTable)) {
         return;

