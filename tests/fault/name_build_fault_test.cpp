@@ -126,7 +126,7 @@ TEST(NameBuildFault, DomainRulesInBlocks) {
     // A table of equal names grows three times, chunks of entries and of names are few.
     EXPECT_EQ(16U, totals.leftOut);
     // 160 entries in blocks of 72 at most take two chunks.
-    EXPECT_EQ(3U + flatAllocations(172, 9), totals.complete);
+    EXPECT_EQ(3U + flatAllocations(172, 6), totals.complete);
 }
 
 TEST(NameBuildFault, ThousandsOfDomainRulesInOneBucket) {
@@ -136,7 +136,7 @@ TEST(NameBuildFault, ThousandsOfDomainRulesInOneBucket) {
     const FaultTotals totals = failBuild("2500 domain rules in one bucket", plan);
     EXPECT_GT(60U, totals.allocations) << "many entries share an allocation";
     EXPECT_EQ(4U, totals.failedBuilds);
-    EXPECT_EQ(6U + flatAllocations(2500, 13), totals.complete);
+    EXPECT_EQ(4U + flatAllocations(2500, 7), totals.complete);
 }
 
 // URL rules.
