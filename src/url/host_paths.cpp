@@ -47,6 +47,14 @@ UrlPathEntry** findLongPath(UrlPathEntry** link) noexcept {
     return link;
 }
 
+// Takes room for a record and for what follows it.
+template <typename Record>
+Record* takeRoom(UrlPathWord*& room, size_t words) noexcept {
+    auto* record = reinterpret_cast<Record*>(room);
+    room += words;
+    return record;
+}
+
 // Fills a block with the first long paths from link on and returns the link after them. The list
 // has enough of them.
 UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBlock& block) noexcept {
@@ -54,46 +62,59 @@ UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBloc
     UrlPathEntry* entries = entriesOf(&block);
     for (int32_t i = 0; i < block.count; ++i) {
         link = findLongPath(link);
-        UrlPathEntry* entry = *link;
+        const UrlPathEntry* entry = *link;
         *link = entry->next;
         --node.pathCount;
         entries[i] = *entry;
         entries[i].next = nullptr;
         block.minPrefixLength = std::min(block.minPrefixLength, entry->prefixLength);
-        freeMemory(entry);
     }
     std::sort(entries, entries + block.count, standsBefore);
     return link;
 }
 
-UrlPathBlock* allocateBlock(uint32_t count) noexcept {
-    static_assert(alignof(UrlPathBlock) == alignof(UrlPathEntry));
-    char* memory = allocateBytes(sizeof(UrlPathBlock) + size_t{count} * sizeof(UrlPathEntry));
-    if (memory == nullptr) {
-        return nullptr;
+void moveLongPaths(UrlHostNode& node, uint32_t longPaths, UrlPathWord*& room) noexcept {
+    UrlPathEntry** link = &node.paths;
+    for (uint32_t remaining = longPaths; remaining != 0;) {
+        const uint32_t count = nextBlockSize(remaining);
+        auto* block =
+            takeRoom<UrlPathBlock>(room, URL_BLOCK_WORDS + size_t{count} * URL_ENTRY_WORDS);
+        *block = {static_cast<int32_t>(count), 0, nullptr};
+        link = moveIntoBlock(node, link, *block);
+        pushToChain(node.pathBlocks, block);
+        remaining -= count;
     }
-    auto* block = reinterpret_cast<UrlPathBlock*>(memory);
-    *block = {static_cast<int32_t>(count), 0, nullptr};
-    return block;
+}
+
+void moveList(UrlHostNode& node, UrlPathWord*& room) noexcept {
+    for (UrlPathEntry** link = &node.paths; *link != nullptr; link = &(*link)->next) {
+        auto* entry = takeRoom<UrlPathEntry>(room, URL_ENTRY_WORDS);
+        *entry = **link;
+        *link = entry;
+    }
 }
 
 }  // namespace
 
-UrlPathEntry* makePathEntry(const UrlRule& rule, uint32_t ruleIndex) noexcept {
+UrlPathEntry* makePathEntry(Slab<UrlPathEntry>& entries, TextSlab& texts, const UrlRule& rule,
+                            uint32_t ruleIndex) noexcept {
     const std::string_view own(rule.rule.path.text, rule.rule.path.length);
     const bool coversHost = own.empty() || own == "/";
     const std::string_view path = coversHost ? "/*" : own;
     if (path.size() > MAX_STORED_LENGTH) {
         return nullptr;
     }
-    OwnedMemory<UrlPathEntry> entry(allocateRecord<UrlPathEntry>());
-    OwnedMemory<char[]> text(allocateBytes(path.size() + 1));
-    if (!entry || !text) {
+    UrlPathEntry* entry = newRecord(entries);
+    if (entry == nullptr) {
         return nullptr;
     }
-    std::copy(path.begin(), path.end(), text.get());
-    text[path.size()] = 0;
-    entry->path = text.release();
+    entry->path = newText(texts, path.size() + 1);
+    if (entry->path == nullptr) {
+        takeBackRecord(entries);
+        return nullptr;
+    }
+    std::copy(path.begin(), path.end(), entry->path);
+    entry->path[path.size()] = 0;
     entry->pathLength = static_cast<uint32_t>(path.size());
     entry->prefixLength = entry->pathLength;
     if (coversHost) {
@@ -105,25 +126,22 @@ UrlPathEntry* makePathEntry(const UrlRule& rule, uint32_t ruleIndex) noexcept {
     fillEntry(rule, ruleIndex, *entry);
     entry->portLow = rule.rule.portLow;
     entry->portHigh = rule.rule.portHigh;
-    return entry.release();
+    return entry;
 }
 
-void packPaths(UrlHostNode& node) noexcept {
-    uint32_t remaining = countLongPaths(node);
-    if (remaining < CROWDED_PATHS) {
-        return;
+size_t packedPathWords(size_t entryCount) noexcept {
+    // A block has CROWDED_PATHS entries at least: the last two of a host share more than MAX_PATH_BLOCK.
+    static_assert(MAX_PATH_BLOCK / 2 >= CROWDED_PATHS);
+    return entryCount * URL_ENTRY_WORDS + entryCount / CROWDED_PATHS * URL_BLOCK_WORDS;
+}
+
+void packPaths(UrlHostNode& node, UrlPathWord*& room) noexcept {
+    // Most hosts have few paths, which need not be looked at.
+    const uint32_t longPaths = node.pathCount < CROWDED_PATHS ? 0 : countLongPaths(node);
+    if (longPaths >= CROWDED_PATHS) {
+        moveLongPaths(node, longPaths, room);
     }
-    UrlPathEntry** link = &node.paths;
-    while (remaining != 0) {
-        const uint32_t count = nextBlockSize(remaining);
-        UrlPathBlock* block = allocateBlock(count);
-        if (block == nullptr) {
-            return;
-        }
-        link = moveIntoBlock(node, link, *block);
-        pushToChain(node.pathBlocks, block);
-        remaining -= count;
-    }
+    moveList(node, room);
 }
 
 }  // namespace rs

@@ -12,25 +12,32 @@
 // A path is long when its prefix has LONG_PREFIX_LENGTH bytes at least. A block is bisected by as
 // many bytes as its shortest prefix has; a short one would tell too few paths apart.
 //
-// Ownership:  an entry moves into a block with its path and userData; the entry's own record is freed.
+// Ownership:  an entry is its slab's and its path its text slab's. Packing copies an entry to its place;
+//             the slab's own record is of no use then.
 // Threads:    none; packing is a part of building.
 // Cost:       packing sorts each block once.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
-#include "core/memory.h"
+#include "core/slab.h"
+#include "core/text_slab.h"
 #include "url/url_index.h"
 #include "url/url_rule.h"
 
 namespace rs {
 
-// An entry for a rule, which the caller owns; null for a path over MAX_STORED_LENGTH and when memory
-// is out.
-[[nodiscard]] UrlPathEntry* makePathEntry(const UrlRule& rule, uint32_t ruleIndex) noexcept;
+// An entry for a rule, in no list yet; null for a path over MAX_STORED_LENGTH and when memory is out.
+[[nodiscard]] UrlPathEntry* makePathEntry(Slab<UrlPathEntry>& entries, TextSlab& texts,
+                                          const UrlRule& rule, uint32_t ruleIndex) noexcept;
 
-// Moves the long paths of a host that has CROWDED_PATHS of them or more into blocks of at most
-// MAX_PATH_BLOCK entries. When memory runs out, the rest stays in the list, which a lookup reads too.
-void packPaths(UrlHostNode& node) noexcept;
+// The words that packed entries take at most, with their blocks.
+[[nodiscard]] size_t packedPathWords(size_t entryCount) noexcept;
+
+// Moves the entries of a host to room, which moves behind them: the long paths of a host that has
+// CROWDED_PATHS of them or more in blocks of at most MAX_PATH_BLOCK entries, the others in the list,
+// one beside the other.
+void packPaths(UrlHostNode& node, UrlPathWord*& room) noexcept;
 
 }  // namespace rs

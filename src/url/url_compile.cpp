@@ -3,12 +3,17 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <string_view>
+#include <array>
+#include <cstring>
+#include <numeric>
 
 #include "core/chain.h"
+#include "core/lines.h"
 #include "core/memory.h"
 #include "core/structure.h"
 #include "lookup/chain_blocks.h"
+#include "lookup/hash_seed.h"
+#include "lookup/open_table.h"
 #include "url/host_paths.h"
 #include "url/url_rule.h"
 
@@ -16,79 +21,121 @@ namespace rs {
 
 namespace {
 
-void freeNode(UrlHostNode* node) noexcept {
-    freeMemory(node->scheme);
-    freeMemory(node->host);
-    freeMemory(node);
-}
-using OwnedHostNode = Owned<UrlHostNode, freeNode>;
-
-// An owned copy; null for an empty piece.
-char* copyPiece(const Text& piece) noexcept {
-    char* copy = piece.length == 0 ? nullptr : allocateBytes(piece.length);
-    if (copy != nullptr) {
-        std::copy_n(piece.text, piece.length, copy);
-    }
-    return copy;
-}
-
 // The place of a rule: its scheme, and its host without wildcard.
 struct HostPlace {
     Text scheme;
     Text host;
-    uint32_t hash;
 };
 
 HostPlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
     const DomainRuleText& host = rule.rule.host;
-    const Text key{host.text + skipped, host.length - skipped};
-    return {rule.rule.scheme, key, urlHostHash(key.text, key.length)};
+    return {rule.rule.scheme, {host.text + skipped, host.length - skipped}};
+}
+
+// Depends on all bytes of a place, and on the seed.
+uint32_t hashPlace(const HashSeed& seed, const HostPlace& place) noexcept {
+    constexpr uint32_t WORD = sizeof(uint64_t);
+    uint64_t hash = seed.left ^ ((uint64_t{place.scheme.length} << 32U) | place.host.length);
+    const char* bytes = place.host.text;
+    for (uint32_t rest = place.host.length; rest != 0;) {
+        const uint32_t length = std::min(rest, WORD);
+        uint64_t word = 0;
+        std::memcpy(&word, bytes, length);
+        hash = mixHash(hash ^ word, seed.right);
+        bytes += length;
+        rest -= length;
+    }
+    return static_cast<uint32_t>(mixHash(hash, seed.right) >> 16U);
+}
+
+bool isAt(const UrlHostNode& node, const HostPlace& place) noexcept {
+    // There is one scheme to be told apart from none.
+    return node.schemeLength == place.scheme.length && node.hostLength == place.host.length &&
+           std::memcmp(node.host, place.host.text, place.host.length) == 0;
+}
+
+struct HostSlot {
+    uint32_t hash;
+    uint32_t position;  // of the node in its slab, from 1; 0 in a free slot
+
+    [[nodiscard]] bool isTaken() const noexcept { return position != 0; }
+};
+
+// One table with its nodes while rules are entered.
+struct EnteredHosts {
+    HashTable*& table;
+    Slab<UrlHostNode>& nodes;
+    OpenTable<HostSlot> slots;
+};
+
+struct UrlBuild {
+    UrlIndex& index;
+    HashSeed seed;
+    EnteredHosts exact;
+    EnteredHosts wildcard;
+};
+
+// Fills a new node. False for a host that no node can have, and when memory is out.
+bool fillHostNode(UrlHostNode& node, TextSlab& texts, const HostPlace& place) noexcept {
+    if (place.host.length == 0 || place.host.length > MAX_STORED_LENGTH) {
+        return false;
+    }
+    char* text = newText(texts, size_t{place.host.length} + place.scheme.length);
+    if (text == nullptr) {
+        return false;
+    }
+    node.host = text;
+    node.hostLength = place.host.length;
+    node.hash = urlHostHash(place.host.text, place.host.length);
+    text = std::copy_n(place.host.text, place.host.length, text);
+    if (place.scheme.length != 0) {
+        node.scheme = text;
+        node.schemeLength = place.scheme.length;
+        std::copy_n(place.scheme.text, place.scheme.length, text);
+    }
+    return true;
 }
 
 // Null for a host that no node can have, and when memory is out.
-UrlHostNode* makeHostNode(const HostPlace& place) noexcept {
-    if (place.host.length == 0 || place.host.length > MAX_STORED_LENGTH) {
+UrlHostNode* addHostNode(EnteredHosts& hosts, TextSlab& texts, const HostPlace& place,
+                         uint32_t hash) noexcept {
+    UrlHostNode* node = hosts.slots.reserveOne() ? newRecord(hosts.nodes) : nullptr;
+    if (node == nullptr) {
         return nullptr;
     }
-    OwnedHostNode node(allocateRecord<UrlHostNode>());
-    if (!node) {
+    if (!fillHostNode(*node, texts, place)) {
+        takeBackRecord(hosts.nodes);
         return nullptr;
     }
-    node->host = copyPiece(place.host);
-    node->scheme = copyPiece(place.scheme);
-    if (node->host == nullptr || (node->scheme == nullptr && place.scheme.length != 0)) {
-        return nullptr;
-    }
-    node->hostLength = place.host.length;
-    node->schemeLength = place.scheme.length;
-    node->hash = place.hash;
-    return node.release();
+    hosts.slots.add({hash, hosts.nodes.count});
+    hashAdd(*hosts.table, node->hash, [node](HashBucket& bucket) noexcept {
+        auto* head = static_cast<UrlHostNode*>(bucket.chain);
+        pushSingleNode(head, *node);
+        bucket.chain = head;
+    });
+    return node;
+}
+
+// The node of a place, made when there is none; null as addHostNode.
+UrlHostNode* ensureHostNode(UrlBuild& build, EnteredHosts& hosts, const HostPlace& place) noexcept {
+    const uint32_t hash = hashPlace(build.seed, place);
+    const HostSlot* slot = hosts.slots.find(hash, [&](const HostSlot& taken) noexcept {
+        return isAt(recordAt(hosts.nodes, taken.position - 1), place);
+    });
+    return slot != nullptr ? &recordAt(hosts.nodes, slot->position - 1)
+                           : addHostNode(hosts, build.index.records.texts, place, hash);
 }
 
 // False for a path that no entry can have, and when memory is out.
-bool addPath(UrlHostNode& node, const UrlRule& rule, uint32_t ruleIndex) noexcept {
-    UrlPathEntry* entry = makePathEntry(rule, ruleIndex);
+bool addPath(UrlRecords& records, UrlHostNode& node, const UrlRule& rule,
+             uint32_t ruleIndex) noexcept {
+    UrlPathEntry* entry = makePathEntry(records.enteredPaths, records.texts, rule, ruleIndex);
     if (entry == nullptr) {
         return false;
     }
     pushToChain(node.paths, entry);
     ++node.pathCount;
     return true;
-}
-
-// The node of a place in a bucket whose chain is not packed yet; null without one.
-void* findHostNode(HashBucket* bucket, uint32_t /*hash*/, const void* key) noexcept {
-    const auto& place = *static_cast<const HostPlace*>(key);
-    const HashedName host{place.host.text, place.host.length, place.hash};
-    for (auto* node = static_cast<UrlHostNode*>(bucket->chain); node != nullptr;
-         node = node->next) {
-        // There is one scheme to be told apart from none.
-        if (node->schemeLength == place.scheme.length &&
-            compareHashedNames(hostOf(*node), host) == 0) {
-            return node;
-        }
-    }
-    return nullptr;
 }
 
 // Counts a rule that has no node or no entry, unless its host or path is what none can have.
@@ -98,35 +145,24 @@ void countLeftOut(UrlIndex& index, const HostPlace& place, const UrlRule& rule) 
     index.leftOut += isStorable ? 1 : 0;
 }
 
-// The node of a place, made when there is none; null as makeHostNode.
-UrlHostNode* ensureHostNode(HashTable& table, const HostPlace& place) noexcept {
-    auto* found = static_cast<UrlHostNode*>(hashLookup(&table, place.hash, &place, findHostNode));
-    if (found != nullptr) {
-        return found;
-    }
-    UrlHostNode* made = makeHostNode(place);
-    if (made != nullptr) {
-        hashAdd(table, place.hash, [made](HashBucket& bucket) noexcept {
-            auto* head = static_cast<UrlHostNode*>(bucket.chain);
-            pushSingleNode(head, *made);
-            bucket.chain = head;
-        });
-    }
-    return made;
-}
-
 // Enters a rule into a table of the index, which is created when needed. False only when that fails.
-bool insertUrlRule(UrlIndex& index, HashTable*& table, const UrlRule& rule, uint32_t skipped,
+bool insertUrlRule(UrlBuild& build, EnteredHosts& hosts, const UrlRule& rule, uint32_t skipped,
                    uint32_t ruleIndex) noexcept {
-    if (!ensureHashTable(table, URL_BUCKETS)) {
+    if (!ensureHashTable(hosts.table, URL_BUCKETS)) {
         return false;
     }
     const HostPlace place = placeOf(rule, skipped);
-    UrlHostNode* node = ensureHostNode(*table, place);
-    if (node == nullptr || !addPath(*node, rule, ruleIndex)) {
-        countLeftOut(index, place, rule);
+    UrlHostNode* node = ensureHostNode(build, hosts, place);
+    if (node == nullptr || !addPath(build.index.records, *node, rule, ruleIndex)) {
+        countLeftOut(build.index, place, rule);
     }
     return true;
+}
+
+// Null when memory is out.
+UrlHostNode* makeAnyHost(TextSlab& texts, const HostPlace& place) noexcept {
+    OwnedMemory<UrlHostNode> node(allocateRecord<UrlHostNode>());
+    return node && fillHostNode(*node, texts, place) ? node.release() : nullptr;
 }
 
 // Deliberate: rules for "*" share one node, which has the scheme of the first of them; no lookup
@@ -134,50 +170,137 @@ bool insertUrlRule(UrlIndex& index, HashTable*& table, const UrlRule& rule, uint
 void enterAnyHost(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
     const HostPlace place = placeOf(rule, 0);
     if (index.anyHost == nullptr) {
-        index.anyHost = makeHostNode(place);
+        index.anyHost = makeAnyHost(index.records.texts, place);
     }
-    if (index.anyHost == nullptr || !addPath(*index.anyHost, rule, ruleIndex)) {
+    if (index.anyHost == nullptr || !addPath(index.records, *index.anyHost, rule, ruleIndex)) {
         countLeftOut(index, place, rule);
     }
 }
 
-bool enterUrlRule(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
+bool enterUrlRule(UrlBuild& build, const UrlRule& rule, uint32_t ruleIndex) noexcept {
     const DomainRuleText& host = rule.rule.host;
     if ((host.flags & DOMAIN_RULE_WILDCARD) == 0) {
-        return insertUrlRule(index, index.exactHosts, rule, 0, ruleIndex);
+        return insertUrlRule(build, build.exact, rule, 0, ruleIndex);
     }
     if (host.length == 1) {
-        enterAnyHost(index, rule, ruleIndex);
+        enterAnyHost(build.index, rule, ruleIndex);
         return true;
     }
     if (host.length <= WILDCARD_LENGTH) {
         return true;  // nothing is left after the wildcard
     }
-    return insertUrlRule(index, index.wildcardHosts, rule, WILDCARD_LENGTH, ruleIndex);
+    return insertUrlRule(build, build.wildcard, rule, WILDCARD_LENGTH, ruleIndex);
 }
 
 bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {
+    UrlRecords& records = index.records;
+    sizeSlab(records.enteredExact, set.urlRules.ruleCount);
+    sizeSlab(records.enteredWildcard, set.urlRules.ruleCount);
+    sizeSlab(records.enteredPaths, set.urlRules.ruleCount);
+    UrlBuild build{index,
+                   newHashSeed(),
+                   {index.exactHosts, records.enteredExact, {}},
+                   {index.wildcardHosts, records.enteredWildcard, {}}};
     return forEachRule<UrlRule>(set.urlRules,
                                 [&](const UrlRule& rule, uint32_t ruleIndex) noexcept {
-                                    return enterUrlRule(index, rule, ruleIndex);
+                                    return enterUrlRule(build, rule, ruleIndex);
                                 });
 }
 
-void packUrlBucket(HashBucket& bucket) noexcept {
-    auto* head = static_cast<UrlHostNode*>(bucket.chain);
-    for (UrlHostNode* node = head; node != nullptr; node = node->next) {
-        packPaths(*node);
+template <typename Record, typename Visit>
+void forEachRecord(const Slab<Record>& slab, const Visit& visit) noexcept {
+    for (uint32_t i = 0; i < slab.count; ++i) {
+        visit(recordAt(slab, i));
     }
-    // A lookup tests the scheme on the first node of a block, so a block holds one scheme only.
-    // One host under both schemes is found under both.
-    packChain(
-        head, MAX_HOST_BLOCK,
-        [](const UrlHostNode& left, const UrlHostNode& right) noexcept {
-            return compareHashedNames(hostOf(left), hostOf(right)) < 0;
-        },
-        [](const UrlHostNode& first, const UrlHostNode& node) noexcept {
-            return first.schemeLength == node.schemeLength;
-        });
+}
+
+// Moves the paths of all hosts to where they stay. Without memory for that they stay in their lists.
+void packAllPaths(UrlIndex& index) noexcept {
+    UrlRecords& records = index.records;
+    records.paths = allocateLines<UrlPathWord>(packedPathWords(records.enteredPaths.count));
+    if (records.paths == nullptr) {
+        return;
+    }
+    UrlPathWord* room = records.paths;
+    if (index.anyHost != nullptr) {
+        packPaths(*index.anyHost, room);
+    }
+    for (const auto* nodes : {&records.enteredExact, &records.enteredWildcard}) {
+        forEachRecord(*nodes, [&room](UrlHostNode& node) noexcept { packPaths(node, room); });
+    }
+    freeSlab(records.enteredPaths);
+}
+
+// The length of the block that nodes begin with: a lookup tests the scheme on the first node of a
+// block, so a block holds one scheme only. One host under both schemes is found under both.
+uint32_t hostBlockLength(const UrlHostNode* nodes, uint32_t count) noexcept {
+    const uint32_t most = std::min(count, MAX_HOST_BLOCK);
+    uint32_t length = 1;
+    while (length < most && nodes[length].schemeLength == nodes[0].schemeLength) {
+        ++length;
+    }
+    return length;
+}
+
+// Makes a chain of nodes that are side by side in chain order. The head is alone, and so are all nodes
+// unless the chain is crowded.
+void linkHostChain(UrlHostNode* nodes, uint32_t count) noexcept {
+    uint32_t length = 1;
+    for (uint32_t first = 0; first < count;) {
+        std::sort(nodes + first, nodes + first + length,
+                  [](const UrlHostNode& left, const UrlHostNode& right) noexcept {
+                      return compareHashedNames(hostOf(left), hostOf(right)) < 0;
+                  });
+        UrlHostNode& node = nodes[first];
+        first += length;
+        if (first < count) {
+            length = count < CROWDED_CHAIN ? 1 : hostBlockLength(nodes + first, count - first);
+            node.next = nodes + first;
+            node.nextCount = length;
+        }
+    }
+}
+
+// Moves the nodes of a table to room, bucket by bucket, and links their chains. A chain runs from the
+// newest node to the oldest, so they are taken from the last on.
+void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* room) noexcept {
+    std::array<uint32_t, URL_BUCKETS + 1> starts{};
+    forEachRecord(entered, [&starts](const UrlHostNode& node) noexcept {
+        ++starts[node.hash % URL_BUCKETS + 1];
+    });
+    std::partial_sum(starts.begin(), starts.end(), starts.begin());
+    std::array<uint32_t, URL_BUCKETS + 1> ends = starts;
+    for (uint32_t i = entered.count; i-- > 0;) {
+        const UrlHostNode& node = recordAt(entered, i);
+        UrlHostNode& moved = room[ends[node.hash % URL_BUCKETS]++];
+        moved = node;
+        moved.next = nullptr;
+        moved.nextCount = 0;
+    }
+    for (uint32_t i = 0; i < URL_BUCKETS; ++i) {
+        UrlHostNode* const nodes = room + starts[i];
+        const uint32_t count = ends[i] - starts[i];
+        linkHostChain(nodes, count);
+        table.buckets[i].chain = count == 0 ? nullptr : nodes;
+    }
+}
+
+// Moves all nodes to where they stay. Without memory for that they stay in chains of single nodes.
+void packHosts(UrlIndex& index) noexcept {
+    UrlRecords& records = index.records;
+    const size_t exactCount = records.enteredExact.count;
+    records.nodes = allocateLines<UrlHostNode>(exactCount + records.enteredWildcard.count);
+    if (records.nodes == nullptr) {
+        return;
+    }
+    if (index.exactHosts != nullptr) {
+        moveHosts(records.enteredExact, *index.exactHosts, records.nodes);
+    }
+    if (index.wildcardHosts != nullptr) {
+        moveHosts(records.enteredWildcard, *index.wildcardHosts, records.nodes + exactCount);
+    }
+    freeSlab(records.enteredExact);
+    freeSlab(records.enteredWildcard);
 }
 
 }  // namespace
@@ -191,11 +314,8 @@ UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept {
     if (!index || !enterUrlRules(*index, *set)) {
         return nullptr;
     }
-    if (index->anyHost != nullptr) {
-        packPaths(*index->anyHost);
-    }
-    forEachBucket(index->exactHosts, packUrlBucket);
-    forEachBucket(index->wildcardHosts, packUrlBucket);
+    packAllPaths(*index);
+    packHosts(*index);
     return group->urlIndex = index.release();
 }
 

@@ -2,7 +2,7 @@
 
 #include <ruleset.h>
 
-#include "core/chain.h"
+#include "core/lines.h"
 #include "core/memory.h"
 #include "core/structure.h"
 #include "domain/host_name.h"
@@ -18,31 +18,51 @@ constexpr uint32_t HASH_FACTOR = 3571;
 static_assert(largestNameHash(MAX_HOST_LENGTH, HASH_FACTOR) <= INT32_MAX,
               "hosts are sorted and searched by the sign of a wrapping difference");
 
-void releaseEntry(UrlPathEntry& entry, const ReleaseInfo& info) noexcept {
-    freeMemory(entry.path);
+void giveBack(const UrlPathEntry& entry, const ReleaseInfo& info) noexcept {
     callReleaseCallback(info.releaseCallback, info.releaseContext, entry.userData,
                         ENTRY_RELEASES_USER_DATA);
 }
 
-void freePathBlock(UrlPathBlock* block, const ReleaseInfo& info) noexcept {
-    for (int32_t i = 0; i < block->count; ++i) {
-        releaseEntry(entriesOf(block)[i], info);
+// Visits the nodes of a chain, packed or not.
+template <typename Visit>
+void forEachHost(UrlHostNode* head, const Visit& visit) noexcept {
+    for (auto block = firstBlock(head); block.first != nullptr; block = nextBlock(block)) {
+        for (uint32_t i = 0; i < block.count; ++i) {
+            visit(block.first[i]);
+        }
     }
-    freeMemory(block);
 }
 
-// Frees what a chain of nodes owns, and the nodes.
-void freeHostChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
-    freeBlocks(head, [&info](const ChainBlock<UrlHostNode>&, UrlHostNode& node) noexcept {
-        freeChain(node.paths, [&info](UrlPathEntry* entry) noexcept {
-            releaseEntry(*entry, info);
-            freeMemory(entry);
-        });
-        freeChain(node.pathBlocks,
-                  [&info](UrlPathBlock* block) noexcept { freePathBlock(block, info); });
-        freeMemory(node.scheme);
-        freeMemory(node.host);
+// Gives back the userData of all entries of a chain, from the newest node on.
+void giveBackChain(UrlHostNode* head, const ReleaseInfo& info) noexcept {
+    forEachHost(head, [&info](const UrlHostNode& node) noexcept {
+        for (const UrlPathEntry* entry = node.paths; entry != nullptr; entry = entry->next) {
+            giveBack(*entry, info);
+        }
+        for (const UrlPathBlock* block = node.pathBlocks; block != nullptr; block = block->next) {
+            for (int32_t i = 0; i < block->count; ++i) {
+                giveBack(entriesOf(block)[i], info);
+            }
+        }
     });
+}
+
+void giveBackUserData(const UrlIndex& index, const ReleaseInfo& info) noexcept {
+    giveBackChain(index.anyHost, info);
+    for (const HashTable* table : {index.exactHosts, index.wildcardHosts}) {
+        forEachBucket(table, [&info](const HashBucket& bucket) noexcept {
+            giveBackChain(static_cast<UrlHostNode*>(bucket.chain), info);
+        });
+    }
+}
+
+void freeRecords(UrlRecords& records) noexcept {
+    freeSlab(records.enteredExact);
+    freeSlab(records.enteredWildcard);
+    freeSlab(records.enteredPaths);
+    freeLines(records.nodes);
+    freeLines(records.paths);
+    freeTextSlab(records.texts);
 }
 
 void countHost(const UrlHostNode& node, UrlStatistics& statistics) noexcept {
@@ -52,15 +72,6 @@ void countHost(const UrlHostNode& node, UrlStatistics& statistics) noexcept {
     }
     for (const UrlPathBlock* block = node.pathBlocks; block != nullptr; block = block->next) {
         statistics.paths += static_cast<uint32_t>(block->count);
-    }
-}
-
-void countHostBucket(const HashBucket& bucket, UrlStatistics& statistics) noexcept {
-    for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket.chain)); block.first != nullptr;
-         block = nextBlock(block)) {
-        for (uint32_t i = 0; i < block.count; ++i) {
-            countHost(block.first[i], statistics);
-        }
     }
 }
 
@@ -79,13 +90,13 @@ void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept {
     if (index == nullptr) {
         return;
     }
-    freeHostChain(index->anyHost, *info);
-    for (HashTable** table : {&index->exactHosts, &index->wildcardHosts}) {
-        forEachBucket(*table, [info](HashBucket& bucket) noexcept {
-            freeHostChain(static_cast<UrlHostNode*>(bucket.chain), *info);
-        });
-        hashDestroy(table);
+    if (info->releaseCallback != nullptr) {
+        giveBackUserData(*index, *info);
     }
+    hashDestroy(&index->exactHosts);
+    hashDestroy(&index->wildcardHosts);
+    freeMemory(index->anyHost);
+    freeRecords(index->records);
     freeMemory(index);
 }
 
@@ -95,8 +106,11 @@ UrlStatistics countUrlRules(const UrlIndex& index) noexcept {
         countHost(*index.anyHost, statistics);
     }
     for (const HashTable* table : {index.exactHosts, index.wildcardHosts}) {
-        forEachBucket(table, [&statistics](HashBucket& bucket) noexcept {
-            countHostBucket(bucket, statistics);
+        forEachBucket(table, [&statistics](const HashBucket& bucket) noexcept {
+            forEachHost(static_cast<UrlHostNode*>(bucket.chain),
+                        [&statistics](const UrlHostNode& node) noexcept {
+                            countHost(node, statistics);
+                        });
         });
     }
     return statistics;

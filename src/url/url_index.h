@@ -10,19 +10,31 @@
 // A host with rules for https and for http has two nodes. A node with many long paths has them in
 // blocks, where a lookup bisects by their first bytes.
 //
+//   UrlRecords   entered  | node | node | ...    | entry | entry | ...     in slabs, in rule order
+//                packed   | nodes of bucket 0 | nodes of bucket 1 | ...    in chain order
+//                         | block, its entries, entries of a list | ...    node by node
+//
+// When all rules are in, the records move to where they stay, each to its neighbours, and the slabs
+// that they were entered into are freed. Without memory for that, the records stay where they are: in
+// chains of single nodes and in lists.
+//
 // Invariants: chains of a bucket are laid out as lookup/chain_blocks.h pictures them, in blocks of at
 //             most 63 nodes. All nodes of a block have one scheme: that of its first node. The
 //             entries of a path block are in prefix order, and no prefix is shorter than
 //             minPrefixLength.
-// Ownership:  the index owns everything below it; every entry gives its userData back when freed.
+// Ownership:  the index owns everything below it; every entry gives its userData back when freed. The
+//             records are in few allocations, which are freed at once.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
 // Cost:       a lookup probes the host once and each of its suffixes once, and walks or bisects the
 //             paths of each host found.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "core/release.h"
+#include "core/slab.h"
+#include "core/text_slab.h"
 #include "lookup/hash_table.h"
 #include "lookup/hashed_name.h"
 #include "url/url_split.h"
@@ -39,7 +51,7 @@ inline constexpr uint32_t LONG_PREFIX_LENGTH = 5;
 inline constexpr uint32_t CROWDED_PATHS = 16;
 
 struct UrlPathEntry {
-    char* path;             // owned; NUL-terminated
+    char* path;             // borrowed from the texts; NUL-terminated
     uint32_t plainPath;     // 1 without '*', '?' and '#', and not ending in '/'
     uint32_t prefixLength;  // up to the wildcard, or the whole path
     uint32_t pathLength;
@@ -49,13 +61,13 @@ struct UrlPathEntry {
     void* userData;  // borrowed from the host program
     uint16_t portHigh;
     uint16_t portLow;
-    UrlPathEntry* next;  // owned; null in a block
+    UrlPathEntry* next;  // borrowed from the records; null in a block
 };
 
 struct UrlPathBlock {
     int32_t count;
     uint32_t minPrefixLength;
-    UrlPathBlock* next;  // owned
+    UrlPathBlock* next;  // borrowed from the records
     // count entries follow: see entriesOf
 };
 
@@ -68,16 +80,38 @@ inline const UrlPathEntry* entriesOf(const UrlPathBlock* block) noexcept {
 }
 
 struct UrlHostNode {
-    char* scheme;  // owned; "https", or null
+    char* scheme;  // borrowed from the texts; "https", or null
     uint32_t schemeLength;
-    char* host;  // owned
+    char* host;  // borrowed from the texts
     uint32_t hostLength;
     uint32_t hash;
     uint32_t nextCount;        // nodes in the block that next points to
     uint32_t pathCount;        // entries in paths
-    UrlPathBlock* pathBlocks;  // owned, like paths and next
+    UrlPathBlock* pathBlocks;  // borrowed from the records, like paths and next
     UrlPathEntry* paths;
     UrlHostNode* next;
+};
+
+// A unit of the array that packed path blocks and entries are in.
+struct UrlPathWord {
+    uint64_t word;
+};
+
+inline constexpr size_t URL_ENTRY_WORDS = sizeof(UrlPathEntry) / sizeof(UrlPathWord);
+inline constexpr size_t URL_BLOCK_WORDS = sizeof(UrlPathBlock) / sizeof(UrlPathWord);
+static_assert(URL_ENTRY_WORDS * sizeof(UrlPathWord) == sizeof(UrlPathEntry) &&
+              URL_BLOCK_WORDS * sizeof(UrlPathWord) == sizeof(UrlPathBlock) &&
+              alignof(UrlPathEntry) <= alignof(UrlPathWord) &&
+              alignof(UrlPathBlock) <= alignof(UrlPathWord));
+
+// The records of an index, in the order of the picture above. Zero-filled is empty.
+struct UrlRecords {
+    Slab<UrlHostNode> enteredExact;  // owned, like all of these; empty once the records are packed
+    Slab<UrlHostNode> enteredWildcard;
+    Slab<UrlPathEntry> enteredPaths;
+    UrlHostNode* nodes;  // packed: the exact hosts, then the wildcard hosts; null until then
+    UrlPathWord* paths;  // null until packed
+    TextSlab texts;
 };
 
 struct UrlIndex {
@@ -86,6 +120,7 @@ struct UrlIndex {
     HashTable* exactHosts;  // owned; null until needed, like wildcardHosts
     HashTable* wildcardHosts;
     uint32_t leftOut;  // rules that memory ran out for during the build; they are in no node
+    UrlRecords records;
 };
 
 // The hash of a host text: all its bytes, dots included.

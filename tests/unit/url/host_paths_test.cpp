@@ -18,62 +18,60 @@ namespace rs::test {
 
 namespace {
 
-void freeEntry(UrlPathEntry* entry) {
-    freeMemory(entry->path);
-    freeMemory(entry);
-}
-using OwnedPathEntry = Owned<UrlPathEntry, freeEntry>;
-
-OwnedPathEntry makeEntry(std::string_view path, uint32_t wildcardOffset = 0,
-                         uint32_t ruleIndex = 1) {
-    UrlRule rule{};
-    rule.rule.path = {path.data(), size32(path)};
-    rule.rule.wildcardOffset = wildcardOffset;
-    rule.rule.portLow = 80;
-    rule.rule.portHigh = 90;
-    rule.ruleValue = 4;
-    rule.ruleId = 5;
-    rule.userData = &rule;
-    OwnedPathEntry entry(makePathEntry(rule, ruleIndex));
-    if (entry) {
-        EXPECT_EQ(&rule, entry->userData);
-        entry->userData = nullptr;
+// Where entries are made; it frees them.
+class Records {
+public:
+    Records() { sizeSlab(entries_, 100); }
+    Records(const Records&) = delete;
+    Records& operator=(const Records&) = delete;
+    ~Records() {
+        freeSlab(entries_);
+        freeTextSlab(texts_);
     }
-    return entry;
-}
+
+    UrlPathEntry* make(std::string_view path, uint32_t wildcardOffset = 0, uint32_t ruleIndex = 1) {
+        UrlRule rule{};
+        rule.rule.path = {path.data(), size32(path)};
+        rule.rule.wildcardOffset = wildcardOffset;
+        rule.rule.portLow = 80;
+        rule.rule.portHigh = 90;
+        rule.ruleValue = 4;
+        rule.ruleId = 5;
+        rule.userData = &rule;
+        UrlPathEntry* entry = makePathEntry(entries_, texts_, rule, ruleIndex);
+        if (entry != nullptr) {
+            EXPECT_EQ(&rule, entry->userData);
+        }
+        return entry;
+    }
+
+    uint32_t count() const { return entries_.count; }
+
+private:
+    Slab<UrlPathEntry> entries_{};
+    TextSlab texts_{};
+};
 
 // A node with paths, which frees what it holds.
 class HostNode {
 public:
-    HostNode() = default;
-    HostNode(const HostNode&) = delete;
-    HostNode& operator=(const HostNode&) = delete;
-
-    ~HostNode() {
-        while (node_.paths != nullptr) {
-            UrlPathEntry* next = node_.paths->next;
-            freeEntry(node_.paths);
-            node_.paths = next;
-        }
-        while (node_.pathBlocks != nullptr) {
-            UrlPathBlock* next = node_.pathBlocks->next;
-            for (int32_t i = 0; i < node_.pathBlocks->count; ++i) {
-                freeMemory(entriesOf(node_.pathBlocks)[i].path);
-            }
-            freeMemory(node_.pathBlocks);
-            node_.pathBlocks = next;
-        }
-    }
-
     // As the compiler adds them: in front.
     void push(std::string_view path, uint32_t wildcardOffset = 0) {
-        UrlPathEntry* entry = makeEntry(path, wildcardOffset, ++count_).release();
+        UrlPathEntry* entry = records_.make(path, wildcardOffset, ++count_);
         entry->next = node_.paths;
         node_.paths = entry;
         ++node_.pathCount;
     }
 
-    void pack() { packPaths(node_); }
+    // The words that the packed paths take.
+    size_t pack() {
+        packed_.assign(packedPathWords(records_.count()), {});
+        UrlPathWord* room = packed_.data();
+        packPaths(node_, room);
+        const auto words = static_cast<size_t>(room - packed_.data());
+        EXPECT_LE(words, packed_.size());
+        return words;
+    }
 
     std::vector<std::string> listedPaths() const {
         std::vector<std::string> paths;
@@ -95,7 +93,11 @@ public:
 
     const UrlPathBlock* firstPathBlock() const { return node_.pathBlocks; }
 
+    const UrlPathEntry* firstPath() const { return node_.paths; }
+
 private:
+    Records records_;
+    std::vector<UrlPathWord> packed_;
     UrlHostNode node_{};
     uint32_t count_ = 0;
 };
@@ -107,7 +109,8 @@ std::string pathAt(uint32_t number) {
 // ---- Entries.
 
 TEST(MakePathEntry, CopiesWhatTheRuleSays) {
-    const OwnedPathEntry entry = makeEntry("/index.html", 0, 17);
+    Records records;
+    const UrlPathEntry* entry = records.make("/index.html", 0, 17);
     ASSERT_NE(nullptr, entry);
     EXPECT_STREQ("/index.html", entry->path);
     EXPECT_EQ(11, entry->pathLength);
@@ -121,8 +124,9 @@ TEST(MakePathEntry, CopiesWhatTheRuleSays) {
 }
 
 TEST(MakePathEntry, CoversTheWholeHostWithoutPathOrWithASlashAlone) {
+    Records records;
     for (const std::string_view path : {"", "/"}) {
-        const OwnedPathEntry entry = makeEntry(path);
+        const UrlPathEntry* entry = records.make(path);
         ASSERT_NE(nullptr, entry);
         EXPECT_STREQ("/*", entry->path);
         EXPECT_EQ(2, entry->pathLength);
@@ -130,8 +134,8 @@ TEST(MakePathEntry, CoversTheWholeHostWithoutPathOrWithASlashAlone) {
         EXPECT_EQ(0, entry->plainPath);
     }
     // Of other short paths nothing is made.
-    EXPECT_STREQ("//", makeEntry("//")->path);
-    EXPECT_STREQ("/?", makeEntry("/?")->path);
+    EXPECT_STREQ("//", records.make("//")->path);
+    EXPECT_STREQ("/?", records.make("/?")->path);
 }
 
 TEST(MakePathEntry, HasItsPrefixUpToTheWildcard) {
@@ -148,9 +152,10 @@ TEST(MakePathEntry, HasItsPrefixUpToTheWildcard) {
         // A star that an escape made is none.
         {"/a*b", 0, 4},
     };
+    Records records;
     for (const auto& row : ROWS) {
         SCOPED_TRACE(row.path);
-        const OwnedPathEntry entry = makeEntry(row.path, row.wildcardOffset);
+        const UrlPathEntry* entry = records.make(row.path, row.wildcardOffset);
         EXPECT_EQ(row.prefixLength, entry->prefixLength);
         EXPECT_EQ(row.path.size(), entry->pathLength);
     }
@@ -178,18 +183,21 @@ TEST(MakePathEntry, TellsPlainPaths) {
         // A star that an escape made is a star here.
         {"/a*b", 0, 0},
     };
+    Records records;
     for (const auto& row : ROWS) {
-        EXPECT_EQ(row.plainPath, makeEntry(row.path, row.wildcardOffset)->plainPath) << row.path;
+        EXPECT_EQ(row.plainPath, records.make(row.path, row.wildcardOffset)->plainPath) << row.path;
     }
 }
 
 TEST(MakePathEntry, HasAtMost8191Bytes) {
     const std::string path = '/' + std::string(8190, 'a');
-    const OwnedPathEntry entry = makeEntry(path);
+    Records records;
+    const UrlPathEntry* entry = records.make(path);
     ASSERT_NE(nullptr, entry);
     EXPECT_EQ(8191, entry->pathLength);
     EXPECT_EQ(path, entry->path);
-    EXPECT_EQ(nullptr, makeEntry(path + 'a'));
+    EXPECT_EQ(nullptr, records.make(path + 'a'));
+    EXPECT_EQ(1U, records.count());
 }
 
 // ---- Packing.
@@ -216,17 +224,22 @@ TEST(PackPaths, MovesSixteenLongPathsIntoABlock) {
 }
 
 TEST(PackPaths, CallsAPathLongFromFivePrefixBytesOn) {
+    const auto pushPaths = [](HostNode& node) {
+        for (uint32_t i = 0; i < 15; ++i) {
+            node.push("/ab" + std::to_string(10 + i));
+        }
+        // Four bytes of prefix each, whatever follows.
+        for (uint32_t i = 0; i < 50; ++i) {
+            node.push("/a" + std::to_string(10 + i));
+            node.push("/abc*defgh", 4);
+        }
+    };
+    HostNode without;
+    pushPaths(without);
+    without.pack();
+    EXPECT_TRUE(without.blockSizes().empty());
     HostNode node;
-    for (uint32_t i = 0; i < 15; ++i) {
-        node.push("/ab" + std::to_string(10 + i));
-    }
-    // Four bytes of prefix each, whatever follows.
-    for (uint32_t i = 0; i < 50; ++i) {
-        node.push("/a" + std::to_string(10 + i));
-        node.push("/abc*defgh", 4);
-    }
-    node.pack();
-    EXPECT_TRUE(node.blockSizes().empty());
+    pushPaths(node);
     node.push("/abcd*", 5);
     node.pack();
     EXPECT_EQ(std::vector<int32_t>{16}, node.blockSizes());
@@ -329,6 +342,18 @@ TEST(PackPaths, RecordsTheSmallestPrefixOfEachBlock) {
     ASSERT_EQ((std::vector<int32_t>{63, 63}), node.blockSizes());
     EXPECT_EQ(14, node.firstPathBlock()->minPrefixLength);
     EXPECT_EQ(8, node.firstPathBlock()->next->minPrefixLength);
+}
+
+TEST(PackPaths, PutsTheListSideBySide) {
+    HostNode node;
+    for (const std::string_view path : {"/a", "/b", "/c"}) {
+        node.push(path);
+    }
+    EXPECT_EQ(3 * URL_ENTRY_WORDS, node.pack());
+    const UrlPathEntry* first = node.firstPath();
+    EXPECT_EQ(first + 1, first->next);
+    EXPECT_EQ(first + 2, first[1].next);
+    EXPECT_EQ(nullptr, first[2].next);
 }
 
 TEST(PackPaths, LosesNoRule) {
