@@ -7,66 +7,11 @@
 #include "core/entry.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
-#include "url/url_rule.h"
+#include "url/path_key.h"
 
 namespace rs {
 
 namespace {
-
-constexpr uint32_t HTTPS_SCHEME_LENGTH = 8;  // of "https://"
-
-bool isHttps(const UrlMatchKey& key) noexcept {
-    return std::string_view(key.scheme.text, key.scheme.length).starts_with("https") &&
-           key.scheme.length == HTTPS_SCHEME_LENGTH;
-}
-
-// Whether the rules of a node may cover URLs with the key's scheme. Another scheme with as many
-// bytes as "https://", such as "ldaps://", is admitted by no node.
-bool admitsScheme(const UrlHostNode& node, const UrlMatchKey& key) noexcept {
-    return node.schemeLength != 0 ? isHttps(key) : key.scheme.length != HTTPS_SCHEME_LENGTH;
-}
-
-// What an entry is tested against.
-struct PathKey {
-    const char* path;
-    uint32_t length;
-    uint16_t port;
-};
-
-PathKey pathKeyOf(const UrlMatchKey& key, uint16_t defaultPort) noexcept {
-    const uint16_t port = key.port != 0 ? key.port : defaultPort;
-    if (key.path.length == 0) {
-        return {"/", 1, port};
-    }
-    return {key.path.text, key.path.length, port};
-}
-
-bool hasPrefix(const UrlPathEntry& entry, const PathKey& key) noexcept {
-    return entry.prefixLength <= key.length &&
-           std::memcmp(entry.path, key.path, entry.prefixLength) == 0;
-}
-
-bool endsAtSeparator(const UrlPathEntry& entry, const PathKey& key) noexcept {
-    if (entry.plainPath == 0 || entry.pathLength >= key.length) {
-        return true;
-    }
-    const char next = key.path[entry.pathLength];
-    return next == '/' || next == '?' || next == '#';
-}
-
-bool hasPort(const UrlPathEntry& entry, const PathKey& key) noexcept {
-    return entry.portLow <= key.port && key.port <= entry.portHigh;
-}
-
-// Whether the text after the entry's '*' occurs in the path after the prefix.
-bool hasTail(const UrlPathEntry& entry, const PathKey& key) noexcept {
-    if (entry.pathLength <= entry.prefixLength) {
-        return true;
-    }
-    return findSubstring(key.path + entry.prefixLength, key.length - entry.prefixLength,
-                         entry.path + entry.prefixLength + 1,
-                         entry.pathLength - entry.prefixLength - 1) != nullptr;
-}
 
 const UrlPathEntry* matchBlock(const UrlPathBlock& block, const PathKey& key) noexcept {
     const uint32_t keyLength = block.minPrefixLength;
@@ -104,7 +49,7 @@ void* matchHostBucket(HashBucket* bucket, uint32_t /*hash*/, const void* key) no
     const UrlPathEntry* best = nullptr;
     for (auto block = firstBlock(static_cast<UrlHostNode*>(bucket->chain)); block.first != nullptr;
          block = nextBlock(block)) {
-        if (!admitsScheme(*block.first, *hostKey.url)) {
+        if (!admitsScheme(block.first->schemeLength, *hostKey.url)) {
             continue;
         }
         const UrlHostNode* node = lowerBound(block, [&](const UrlHostNode& stored) noexcept {
@@ -148,13 +93,8 @@ const UrlPathEntry* matchSuffixes(const HashTable* table, const UrlMatchKey& key
 
 }  // namespace
 
-const char* findSubstring(const char* text, uint32_t textLength, const char* pattern,
-                          uint32_t patternLength) noexcept {
-    return static_cast<const char*>(memmem(text, textLength, pattern, patternLength));
-}
-
 const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept {
-    const PathKey pathKey = pathKeyOf(key, isHttps(key) ? HTTPS_PORT : HTTP_PORT);
+    const PathKey pathKey = listKeyOf(key);
     const UrlPathEntry* best = nullptr;
     for (const UrlPathEntry* entry = firstEntry; entry != nullptr; entry = entry->next) {
         if (hasPrefix(*entry, pathKey) && endsAtSeparator(*entry, pathKey) &&
@@ -167,7 +107,7 @@ const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatch
 
 const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
                                     const UrlMatchKey& key) noexcept {
-    const PathKey pathKey = pathKeyOf(key, HTTP_PORT);
+    const PathKey pathKey = blockKeyOf(key);
     const UrlPathEntry* best = nullptr;
     for (const UrlPathBlock* block = firstBlock; block != nullptr; block = block->next) {
         best = earlier(best, matchBlock(*block, pathKey));
@@ -175,14 +115,17 @@ const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
     return best;
 }
 
-int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key, MatchResult& result) noexcept {
-    result.ruleIndex = 0;
+const UrlPathEntry* findUrlOrdered(const UrlIndex& index, const UrlMatchKey& key) noexcept {
     const UrlPathEntry* best = matchHost(index.exactHosts, key.host.text, key.host.length, key);
     if (index.anyHost != nullptr) {
         best = earlier(best, matchPaths(*index.anyHost, key));
     }
-    best = earlier(best, matchSuffixes(index.wildcardHosts, key));
-    return reportEntry(best, result);
+    return earlier(best, matchSuffixes(index.wildcardHosts, key));
+}
+
+int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key, MatchResult& result) noexcept {
+    result.ruleIndex = 0;
+    return reportEntry(findUrlOrdered(index, key), result);
 }
 
 int32_t matchUrl(const UrlIndex& index, const char* url, uint32_t length,

@@ -12,7 +12,8 @@
 //
 // Ownership:  userData in a result is the index's.
 // Threads:    lookups only read, allocate nothing, and may run in any number of threads.
-// Cost:       a hash and a probe per suffix of at most 255 bytes, and the paths of each host found.
+// Cost:       of the flat lookups, see there. Of the ordered structures, a hash and a probe per suffix
+//             of at most 255 bytes, and the paths of each host found.
 //             matchUrl has 4096 bytes of scratch on the stack.
 #pragma once
 
@@ -34,6 +35,9 @@ namespace rs {
 [[nodiscard]] int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key,
                                 MatchResult& result) noexcept;
 
+// The entry that lookupUrl reports, asked of the ordered structures; null for none.
+const UrlPathEntry* findUrlOrdered(const UrlIndex& index, const UrlMatchKey& key) noexcept;
+
 // The earliest entry of a list, or of a chain of blocks, that covers the key's path and port; null
 // when none does.
 //
@@ -43,11 +47,5 @@ namespace rs {
 const UrlPathEntry* matchPathList(const UrlPathEntry* firstEntry, const UrlMatchKey& key) noexcept;
 const UrlPathEntry* matchPathBlocks(const UrlPathBlock* firstBlock,
                                     const UrlMatchKey& key) noexcept;
-
-// The first occurrence of a pattern in a text, null without one; an empty pattern is found at the
-// start. Cost: that of memmem, linear in both lengths for patterns over 256 bytes: std::search would
-// take their product for 4 KB of one letter.
-const char* findSubstring(const char* text, uint32_t textLength, const char* pattern,
-                          uint32_t patternLength) noexcept;
 
 }  // namespace rs

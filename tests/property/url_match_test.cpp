@@ -17,6 +17,7 @@
 #include "support/reference_url.h"
 #include "support/rule_pair.h"
 #include "support/text.h"
+#include "url/path_key.h"
 
 namespace rs::test {
 

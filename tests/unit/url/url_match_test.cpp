@@ -514,40 +514,6 @@ TEST(UrlMatch, LooksUpNoHostOver255Bytes) {
     }
 }
 
-// ---- Substrings.
-
-TEST(FindSubstring, FindsTheFirstOccurrence) {
-    constexpr std::string_view TEXT = "abcabcd";
-    constexpr struct {
-        std::string_view pattern;
-        int32_t position;
-    } ROWS[] = {
-        {"", 0},        {"a", 0},  {"abc", 0},       {"abcd", 3}, {"d", 6},
-        {"abcabcd", 0}, {"x", -1}, {"abcabcde", -1}, {"ba", -1},
-    };
-    for (const auto& row : ROWS) {
-        SCOPED_TRACE(row.pattern);
-        const char* found =
-            findSubstring(TEXT.data(), size32(TEXT), row.pattern.data(), size32(row.pattern));
-        EXPECT_EQ(row.position, found == nullptr ? -1 : static_cast<int32_t>(found - TEXT.data()));
-    }
-}
-
-TEST(FindSubstring, FindsNothingButTheEmptyPatternInAnEmptyText) {
-    const char text = 'a';
-    EXPECT_EQ(&text, findSubstring(&text, 0, "", 0));
-    EXPECT_EQ(nullptr, findSubstring(&text, 0, "a", 1));
-}
-
-TEST(FindSubstring, TakesANulForAnyOtherByte) {
-    constexpr std::string_view TEXT("a\0b\0\0c", 6);
-    constexpr std::string_view TWO("\0\0", 2);
-    constexpr std::string_view AFTER("\0c", 2);
-    EXPECT_EQ(TEXT.data() + 3, findSubstring(TEXT.data(), 6, TWO.data(), 2));
-    EXPECT_EQ(TEXT.data() + 4, findSubstring(TEXT.data(), 6, AFTER.data(), 2));
-    EXPECT_EQ(TEXT.data() + 1, findSubstring(TEXT.data(), 6, TWO.data(), 1));
-}
-
 }  // namespace
 
 }  // namespace rs::test
