@@ -49,9 +49,9 @@ UrlPathEntry** findLongPath(UrlPathEntry** link) noexcept {
 
 // Takes room for a record and for what follows it.
 template <typename Record>
-Record* takeRoom(UrlPathWord*& room, size_t words) noexcept {
-    auto* record = reinterpret_cast<Record*>(room);
-    room += words;
+Record* takeRoom(PathRoom& room, size_t words) noexcept {
+    auto* record = reinterpret_cast<Record*>(room.words + room.used);
+    room.used += words;
     return record;
 }
 
@@ -73,7 +73,7 @@ UrlPathEntry** moveIntoBlock(UrlHostNode& node, UrlPathEntry** link, UrlPathBloc
     return link;
 }
 
-void moveLongPaths(UrlHostNode& node, uint32_t longPaths, UrlPathWord*& room) noexcept {
+void moveLongPaths(UrlHostNode& node, uint32_t longPaths, PathRoom& room) noexcept {
     UrlPathEntry** link = &node.paths;
     for (uint32_t remaining = longPaths; remaining != 0;) {
         const uint32_t count = nextBlockSize(remaining);
@@ -86,9 +86,12 @@ void moveLongPaths(UrlHostNode& node, uint32_t longPaths, UrlPathWord*& room) no
     }
 }
 
-void moveList(UrlHostNode& node, UrlPathWord*& room) noexcept {
+void moveList(UrlHostNode& node, PathRoom& room) noexcept {
+    if (node.paths != nullptr) {
+        room.used = (room.used + URL_LISTED_WORDS - 1) / URL_LISTED_WORDS * URL_LISTED_WORDS;
+    }
     for (UrlPathEntry** link = &node.paths; *link != nullptr; link = &(*link)->next) {
-        auto* entry = takeRoom<UrlPathEntry>(room, URL_ENTRY_WORDS);
+        auto* entry = takeRoom<UrlPathEntry>(room, URL_LISTED_WORDS);
         *entry = **link;
         *link = entry;
     }
@@ -132,10 +135,12 @@ UrlPathEntry* makePathEntry(Slab<UrlPathEntry>& entries, TextSlab& texts, const 
 size_t packedPathWords(size_t entryCount) noexcept {
     // A block has CROWDED_PATHS entries at least: the last two of a host share more than MAX_PATH_BLOCK.
     static_assert(MAX_PATH_BLOCK / 2 >= CROWDED_PATHS);
-    return entryCount * URL_ENTRY_WORDS + entryCount / CROWDED_PATHS * URL_BLOCK_WORDS;
+    // A host with blocks may leave some words free before its list.
+    return entryCount * URL_LISTED_WORDS +
+           entryCount / CROWDED_PATHS * (URL_BLOCK_WORDS + URL_LISTED_WORDS - 1);
 }
 
-void packPaths(UrlHostNode& node, UrlPathWord*& room) noexcept {
+void packPaths(UrlHostNode& node, PathRoom& room) noexcept {
     // Most hosts have few paths, which need not be looked at.
     const uint32_t longPaths = node.pathCount < CROWDED_PATHS ? 0 : countLongPaths(node);
     if (longPaths >= CROWDED_PATHS) {

@@ -32,12 +32,17 @@ namespace rs {
 [[nodiscard]] UrlPathEntry* makePathEntry(Slab<UrlPathEntry>& entries, TextSlab& texts,
                                           const UrlRule& rule, uint32_t ruleIndex) noexcept;
 
+// Where packed entries go: an array that is filled from the front.
+struct PathRoom {
+    UrlPathWord* words;  // borrowed
+    size_t used;
+};
+
 // The words that packed entries take at most, with their blocks.
 [[nodiscard]] size_t packedPathWords(size_t entryCount) noexcept;
 
-// Moves the entries of a host to room, which moves behind them: the long paths of a host that has
-// CROWDED_PATHS of them or more in blocks of at most MAX_PATH_BLOCK entries, the others in the list,
-// one beside the other.
-void packPaths(UrlHostNode& node, UrlPathWord*& room) noexcept;
+// Moves the entries of a host to a room: the long paths of a host that has CROWDED_PATHS of them or
+// more in blocks of at most MAX_PATH_BLOCK entries, the others in the list, URL_LISTED_WORDS for each.
+void packPaths(UrlHostNode& node, PathRoom& room) noexcept;
 
 }  // namespace rs

@@ -221,7 +221,7 @@ void packAllPaths(UrlIndex& index) noexcept {
     if (records.paths == nullptr) {
         return;
     }
-    UrlPathWord* room = records.paths;
+    PathRoom room{records.paths, 0};
     if (index.anyHost != nullptr) {
         packPaths(*index.anyHost, room);
     }

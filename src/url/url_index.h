@@ -99,6 +99,8 @@ struct UrlPathWord {
 
 inline constexpr size_t URL_ENTRY_WORDS = sizeof(UrlPathEntry) / sizeof(UrlPathWord);
 inline constexpr size_t URL_BLOCK_WORDS = sizeof(UrlPathBlock) / sizeof(UrlPathWord);
+// An entry of a packed list begins at a multiple of 8 words, so that it is in one line of memory.
+inline constexpr size_t URL_LISTED_WORDS = 8;
 static_assert(URL_ENTRY_WORDS * sizeof(UrlPathWord) == sizeof(UrlPathEntry) &&
               URL_BLOCK_WORDS * sizeof(UrlPathWord) == sizeof(UrlPathBlock) &&
               alignof(UrlPathEntry) <= alignof(UrlPathWord) &&

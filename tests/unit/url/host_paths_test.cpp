@@ -66,11 +66,10 @@ public:
     // The words that the packed paths take.
     size_t pack() {
         packed_.assign(packedPathWords(records_.count()), {});
-        UrlPathWord* room = packed_.data();
+        PathRoom room{packed_.data(), 0};
         packPaths(node_, room);
-        const auto words = static_cast<size_t>(room - packed_.data());
-        EXPECT_LE(words, packed_.size());
-        return words;
+        EXPECT_LE(room.used, packed_.size());
+        return room.used;
     }
 
     std::vector<std::string> listedPaths() const {
@@ -349,11 +348,12 @@ TEST(PackPaths, PutsTheListSideBySide) {
     for (const std::string_view path : {"/a", "/b", "/c"}) {
         node.push(path);
     }
-    EXPECT_EQ(3 * URL_ENTRY_WORDS, node.pack());
-    const UrlPathEntry* first = node.firstPath();
-    EXPECT_EQ(first + 1, first->next);
-    EXPECT_EQ(first + 2, first[1].next);
-    EXPECT_EQ(nullptr, first[2].next);
+    EXPECT_EQ(3 * URL_LISTED_WORDS, node.pack());
+    const auto* words = reinterpret_cast<const UrlPathWord*>(node.firstPath());
+    const UrlPathEntry* second = node.firstPath()->next;
+    EXPECT_EQ(words + URL_LISTED_WORDS, reinterpret_cast<const UrlPathWord*>(second));
+    EXPECT_EQ(words + 2 * URL_LISTED_WORDS, reinterpret_cast<const UrlPathWord*>(second->next));
+    EXPECT_EQ(nullptr, second->next->next);
 }
 
 TEST(PackPaths, LosesNoRule) {
