@@ -12,14 +12,21 @@
 #include "core/memory.h"
 #include "core/structure.h"
 #include "lookup/chain_blocks.h"
+#include "lookup/flat_names.h"
+#include "lookup/flat_policy.h"
 #include "lookup/hash_seed.h"
 #include "lookup/open_table.h"
 #include "url/host_paths.h"
+#include "url/path_index.h"
 #include "url/url_rule.h"
 
 namespace rs {
 
 namespace {
+
+// Rules from which on an index has flat lookups. With 8 rules they answer in two thirds of the time of the ordered
+// structures, and with 4 already; below that their memory is not worth it.
+constexpr uint32_t FLAT_URLS = 8;
 
 // The place of a rule: its scheme, and its host without wildcard.
 struct HostPlace {
@@ -207,6 +214,10 @@ bool enterUrlRules(UrlIndex& index, RuleSet& set) noexcept {
                                 });
 }
 
+uint32_t countNodes(const HashTable* table) noexcept {
+    return table == nullptr ? 0 : table->elementCount;
+}
+
 template <typename Record, typename Visit>
 void forEachRecord(const Slab<Record>& slab, const Visit& visit) noexcept {
     for (uint32_t i = 0; i < slab.count; ++i) {
@@ -303,6 +314,57 @@ void packHosts(UrlIndex& index) noexcept {
     freeSlab(records.enteredWildcard);
 }
 
+// Builds the names of the wildcard hosts, and links all places to those above. places has the places
+// of all nodes. False when memory is out.
+bool linkWildcardHosts(UrlIndex& index, PathIndex& paths, const uint32_t* places,
+                       uint32_t exactCount, uint32_t nodeCount) noexcept {
+    const UrlHostNode* nodes = index.records.nodes;
+    const auto addNames = [=](const auto& add) noexcept {
+        for (uint32_t i = exactCount; i < nodeCount; ++i) {
+            if (places[i] != NO_RECORD &&
+                !add(FlatName{nodes[i].host, nodes[i].hostLength, NO_RECORD, places[i]})) {
+                return false;
+            }
+        }
+        return true;
+    };
+    index.hostNames = buildFlatNames(NameForm::DOTTED, nodeCount - exactCount, addNames,
+                                     [&paths](uint32_t own, uint32_t above) noexcept {
+                                         linkPlace(paths, own, above);
+                                         return own;
+                                     });
+    if (index.hostNames == nullptr) {
+        return false;
+    }
+    for (uint32_t i = 0; i < exactCount; ++i) {
+        const uint32_t above =
+            places[i] == NO_RECORD
+                ? NO_RECORD
+                : findFlatName(*index.hostNames, nodes[i].host, nodes[i].hostLength);
+        if (above != NO_RECORD) {
+            linkPlace(paths, places[i], above);
+        }
+    }
+    return true;
+}
+
+// Without memory for all of the flat lookups, the ordered structures are asked.
+void buildFlatUrls(UrlIndex& index, size_t ruleCount) noexcept {
+    const uint32_t exactCount = countNodes(index.exactHosts);
+    const uint32_t wildcardCount = countNodes(index.wildcardHosts);
+    const uint32_t nodeCount = exactCount + wildcardCount;
+    const OwnedMemory<uint32_t[]> places(allocateArray<uint32_t>(nodeCount));
+    const bool hasNodes = nodeCount == 0 || (index.records.nodes != nullptr && places);
+    if (index.records.paths == nullptr || !hasNodes || packedPathWords(ruleCount) >= NO_RECORD) {
+        return;
+    }
+    OwnedPathIndex paths(buildPathIndex(index, places.get()));
+    if (paths && (wildcardCount == 0 ||
+                  linkWildcardHosts(index, *paths, places.get(), exactCount, nodeCount))) {
+        index.pathIndex = paths.release();
+    }
+}
+
 }  // namespace
 
 UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept {
@@ -316,6 +378,9 @@ UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept {
     }
     packAllPaths(*index);
     packHosts(*index);
+    if (wantsFlat(set->urlRules.ruleCount, FLAT_URLS)) {
+        buildFlatUrls(*index, set->urlRules.ruleCount);
+    }
     return group->urlIndex = index.release();
 }
 

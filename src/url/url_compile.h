@@ -7,10 +7,11 @@
 //     5  */d                  ->  anyHost                               paths: /d
 //
 // Equal rules each have their entry. When all rules are in, the paths of crowded hosts are packed
-// into blocks, then the chains of crowded buckets.
+// into blocks, then the chains of crowded buckets. The flat lookups come last, from what is packed.
 //
 // Threads:    none; the host serialises builds with all other use of the set.
-// Cost:       a rule costs one walk through the chain of its bucket.
+// Cost:       a rule costs one probe of a table that the build has for itself; packing and the flat
+//             lookups sort the paths of crowded hosts. Each record moves once.
 #pragma once
 
 #include "core/rule_group.h"

@@ -7,6 +7,8 @@
 #include "core/structure.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
+#include "lookup/flat_names.h"
+#include "url/path_index.h"
 
 namespace rs {
 
@@ -96,6 +98,8 @@ void releaseUrlIndex(UrlIndex** slot, const ReleaseInfo* info) noexcept {
     hashDestroy(&index->exactHosts);
     hashDestroy(&index->wildcardHosts);
     freeMemory(index->anyHost);
+    freePathIndex(index->pathIndex);
+    freeFlatNames(index->hostNames);
     freeRecords(index->records);
     freeMemory(index);
 }
@@ -107,10 +111,9 @@ UrlStatistics countUrlRules(const UrlIndex& index) noexcept {
     }
     for (const HashTable* table : {index.exactHosts, index.wildcardHosts}) {
         forEachBucket(table, [&statistics](const HashBucket& bucket) noexcept {
-            forEachHost(static_cast<UrlHostNode*>(bucket.chain),
-                        [&statistics](const UrlHostNode& node) noexcept {
-                            countHost(node, statistics);
-                        });
+            forEachHost(
+                static_cast<UrlHostNode*>(bucket.chain),
+                [&statistics](const UrlHostNode& node) noexcept { countHost(node, statistics); });
         });
     }
     return statistics;

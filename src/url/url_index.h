@@ -25,8 +25,8 @@
 // Ownership:  the index owns everything below it; every entry gives its userData back when freed. The
 //             records are in few allocations, which are freed at once.
 // Threads:    read-only once built; afterwards only refCount changes, atomically.
-// Cost:       a lookup probes the host once and each of its suffixes once, and walks or bisects the
-//             paths of each host found.
+// Cost:       a lookup of the ordered structures probes the host once and each of its suffixes once,
+//             and walks or bisects the paths of each host found. pathIndex finds the same by url/path_index.h.
 #pragma once
 
 #include <cstddef>
@@ -116,6 +116,9 @@ struct UrlRecords {
     TextSlab texts;
 };
 
+struct PathIndex;
+struct FlatNames;
+
 struct UrlIndex {
     uint32_t refCount;
     UrlHostNode* anyHost;   // owned; null without a rule for "*"
@@ -123,6 +126,9 @@ struct UrlIndex {
     HashTable* wildcardHosts;
     uint32_t leftOut;  // rules that memory ran out for during the build; they are in no node
     UrlRecords records;
+    PathIndex* pathIndex;  // owned; the flat lookup of paths, null in a small index
+    FlatNames*
+        hostNames;  // owned; host names -> places of pathIndex; null without one, or without hosts
 };
 
 // The hash of a host text: all its bytes, dots included.

@@ -7,6 +7,7 @@
 #include "core/entry.h"
 #include "domain/host_name.h"
 #include "lookup/chain_blocks.h"
+#include "url/path_index.h"
 #include "url/path_key.h"
 
 namespace rs {
@@ -123,9 +124,14 @@ const UrlPathEntry* findUrlOrdered(const UrlIndex& index, const UrlMatchKey& key
     return earlier(best, matchSuffixes(index.wildcardHosts, key));
 }
 
+const UrlPathEntry* findUrlFlat(const UrlIndex& index, const UrlMatchKey& key) noexcept {
+    return findPath(*index.pathIndex, index.hostNames, key);
+}
+
 int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key, MatchResult& result) noexcept {
     result.ruleIndex = 0;
-    return reportEntry(findUrlOrdered(index, key), result);
+    return reportEntry(
+        index.pathIndex != nullptr ? findUrlFlat(index, key) : findUrlOrdered(index, key), result);
 }
 
 int32_t matchUrl(const UrlIndex& index, const char* url, uint32_t length,

@@ -10,6 +10,9 @@
 //
 // The rule added earliest wins, wherever it was found.
 //
+// That is how the ordered structures are asked. An index with flat lookups is asked by
+// url/path_index.h, with the same answer.
+//
 // Ownership:  userData in a result is the index's.
 // Threads:    lookups only read, allocate nothing, and may run in any number of threads.
 // Cost:       of the flat lookups, see there. Of the ordered structures, a hash and a probe per suffix
@@ -35,8 +38,10 @@ namespace rs {
 [[nodiscard]] int32_t lookupUrl(const UrlIndex& index, const UrlMatchKey& key,
                                 MatchResult& result) noexcept;
 
-// The entry that lookupUrl reports, asked of the ordered structures; null for none.
+// The entry that lookupUrl reports: asked of the ordered structures, and of the flat lookups, which
+// the index has. Null for none.
 const UrlPathEntry* findUrlOrdered(const UrlIndex& index, const UrlMatchKey& key) noexcept;
+const UrlPathEntry* findUrlFlat(const UrlIndex& index, const UrlMatchKey& key) noexcept;
 
 // The earliest entry of a list, or of a chain of blocks, that covers the key's path and port; null
 // when none does.

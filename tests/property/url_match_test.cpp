@@ -99,6 +99,33 @@ std::string largeSetHost(RandomSource& random) {
     return label + std::to_string(random.below(80)) + "." + random.pick(TOPS);
 }
 
+// Paths of one beginning that begin one another, of which some differ in what is asked for besides.
+std::string nestedPath(RandomSource& random) {
+    static const std::vector<std::string> TAILS{"", "", "", "*", "*b", "*ab", "*a/b"};
+    std::string path = random.oneIn(10) ? "/" : "/aaaaaaaa/aaaaaaa";
+    for (uint64_t count = random.below(random.oneIn(4) ? 60 : 6); count > 0; --count) {
+        path += random.oneIn(4) ? 'b' : 'a';
+    }
+    return path + random.pick(TAILS);
+}
+
+std::string nestedHost(RandomSource& random) {
+    static const std::vector<std::string> SCHEMES{"", "https://"};
+    static const std::vector<std::string> HOSTS{"a.com", "*.com", "*", "a.com", "b.a.com"};
+    static const std::vector<std::string> PORTS{"", "", "", ":*", ":443", ":81"};
+    return random.pick(SCHEMES) + random.pick(HOSTS) + random.pick(PORTS);
+}
+
+std::string nestedUrl(RandomSource& random) {
+    static const std::vector<std::string> SCHEMES{"", "https://", "ldaps://"};
+    static const std::vector<std::string> HOSTS{"a.com", "b.a.com", "c.com", "d"};
+    static const std::vector<std::string> PORTS{"", "", ":80", ":443", ":81"};
+    std::string path = nestedPath(random);
+    replaceFirst(path, "*", random.oneIn(2) ? "" : "c");
+    path += random.oneIn(2) ? "" : random.oneIn(2) ? "/a" : "ab";
+    return random.pick(SCHEMES) + random.pick(HOSTS) + random.pick(PORTS) + path;
+}
+
 // Hosts enough for crowded buckets, one under both schemes at times; one host with most paths.
 std::string largeSetRule(RandomSource& random) {
     if (random.oneIn(20)) {
@@ -170,6 +197,55 @@ TEST(UrlMatchProperty, OfCrowdedHostsAgreesWithReference) {
         });
     });
     EXPECT_LT(0U, rulesInBlocks);
+}
+
+// Paths that begin with many others, as rules of a list and in blocks.
+TEST(UrlMatchProperty, OfNestedPathsAgreesWithReference) {
+    uint64_t rulesInBlocks = 0;
+    forEachCase(1000, [&rulesInBlocks](RandomSource& random) {
+        const size_t count = static_cast<size_t>(random.between(5, random.oneIn(4) ? 600 : 100));
+        Rules pair(count);
+        for (size_t i = 0; i < count; ++i) {
+            pair.add(nestedHost(random) + nestedPath(random), random);
+        }
+        rulesInBlocks += pair.reference().countOfRulesInBlocks();
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (int i = 0; i < 60; ++i) {
+                const std::string url = nestedUrl(random);
+                checkKey(group, url, pair);
+                if (random.oneIn(4)) {
+                    checkKey(group, mutateText(url, random), pair);
+                }
+            }
+        });
+    });
+    EXPECT_LT(0U, rulesInBlocks);
+}
+
+// Short paths alone, so that the list of a host is long.
+TEST(UrlMatchProperty, OfLongListsAgreesWithReference) {
+    forEachCase(600, [](RandomSource& random) {
+        const auto shortPath = [&random] {
+            std::string path = "/";
+            for (uint64_t length = random.below(4); length > 0; --length) {
+                path += static_cast<char>('a' + random.below(3));
+            }
+            return path + (random.oneIn(5) ? "*b" : "");
+        };
+        const size_t count = static_cast<size_t>(random.between(5, 80));
+        Rules pair(count);
+        for (size_t i = 0; i < count; ++i) {
+            pair.add(nestedHost(random) + shortPath(), random);
+        }
+        pair.checkBuild([&](const RuleGroup& group) {
+            for (int i = 0; i < 60; ++i) {
+                std::string path = shortPath();
+                replaceFirst(path, "*", random.oneIn(2) ? "" : "cc");
+                path += random.oneIn(2) ? "/x" : random.oneIn(2) ? "b" : "";
+                checkKey(group, (random.oneIn(3) ? "https://a.com" : "b.a.com") + path, pair);
+            }
+        });
+    });
 }
 
 TEST(UrlMatchProperty, OfOneCrowdedBucketAgreesWithReference) {

@@ -5,6 +5,7 @@
 #include "support/flat_checks_endpoint.h"
 #include "support/flat_checks_ip.h"
 #include "support/flat_checks_ranges.h"
+#include "support/flat_checks_url.h"
 
 namespace rs::test {
 
@@ -15,6 +16,9 @@ void checkFlatLookups(const RuleGroup& group) {
     }
     if (group.domainIndex != nullptr) {
         checkFlatDomainNames(*group.domainIndex);
+    }
+    if (group.urlIndex != nullptr) {
+        checkFlatUrls(*group.urlIndex);
     }
     if (group.ipPortIndex != nullptr) {
         checkIpPortLookups(*group.ipPortIndex);
