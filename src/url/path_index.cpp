@@ -279,7 +279,7 @@ uint64_t countTableCells(const UrlHostNode& node) noexcept {
 // Where a place of some cells begins, when what is before it ends at a cell: it is in as few lines as it may be.
 uint64_t placeAfter(uint64_t cell, uint32_t cells) noexcept {
     const uint64_t inLine = cell % LINE_CELLS;
-    const uint64_t lineEnd = (cells + LINE_CELLS - 1) / LINE_CELLS * LINE_CELLS;
+    const uint64_t lineEnd = (uint64_t{cells} + LINE_CELLS - 1) / LINE_CELLS * LINE_CELLS;
     return inLine + cells > lineEnd ? cell - inLine + LINE_CELLS : cell;
 }
 
