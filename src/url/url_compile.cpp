@@ -3,7 +3,6 @@
 #include <ruleset.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 #include <numeric>
 
@@ -274,13 +273,14 @@ void linkHostChain(UrlHostNode* nodes, uint32_t count) noexcept {
 
 // Moves the nodes of a table to room, bucket by bucket, and links their chains. A chain runs from the
 // newest node to the oldest, so they are taken from the last on.
-void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* room) noexcept {
-    std::array<uint32_t, URL_BUCKETS + 1> starts{};
-    forEachRecord(entered, [&starts](const UrlHostNode& node) noexcept {
-        ++starts[node.hash % URL_BUCKETS + 1];
-    });
-    std::partial_sum(starts.begin(), starts.end(), starts.begin());
-    std::array<uint32_t, URL_BUCKETS + 1> ends = starts;
+// ends has a number for each bucket.
+void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* room,
+               uint32_t* ends) noexcept {
+    std::fill_n(ends, URL_BUCKETS, 0);
+    forEachRecord(entered,
+                  [ends](const UrlHostNode& node) noexcept { ++ends[node.hash % URL_BUCKETS]; });
+    std::exclusive_scan(ends, ends + URL_BUCKETS, ends, 0U);
+    // Each number is where its bucket begins, and moves on to where it ends.
     for (uint32_t i = entered.count; i-- > 0;) {
         const UrlHostNode& node = recordAt(entered, i);
         UrlHostNode& moved = room[ends[node.hash % URL_BUCKETS]++];
@@ -288,11 +288,11 @@ void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* 
         moved.next = nullptr;
         moved.nextCount = 0;
     }
+    uint32_t start = 0;
     for (uint32_t i = 0; i < URL_BUCKETS; ++i) {
-        UrlHostNode* const nodes = room + starts[i];
-        const uint32_t count = ends[i] - starts[i];
-        linkHostChain(nodes, count);
-        table.buckets[i].chain = count == 0 ? nullptr : nodes;
+        linkHostChain(room + start, ends[i] - start);
+        table.buckets[i].chain = ends[i] == start ? nullptr : room + start;
+        start = ends[i];
     }
 }
 
@@ -300,15 +300,20 @@ void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* 
 void packHosts(UrlIndex& index) noexcept {
     UrlRecords& records = index.records;
     const size_t exactCount = records.enteredExact.count;
+    const OwnedMemory<uint32_t[]> ends(allocateArray<uint32_t>(URL_BUCKETS));
+    if (!ends) {
+        return;
+    }
     records.nodes = allocateLines<UrlHostNode>(exactCount + records.enteredWildcard.count);
     if (records.nodes == nullptr) {
         return;
     }
     if (index.exactHosts != nullptr) {
-        moveHosts(records.enteredExact, *index.exactHosts, records.nodes);
+        moveHosts(records.enteredExact, *index.exactHosts, records.nodes, ends.get());
     }
     if (index.wildcardHosts != nullptr) {
-        moveHosts(records.enteredWildcard, *index.wildcardHosts, records.nodes + exactCount);
+        moveHosts(records.enteredWildcard, *index.wildcardHosts, records.nodes + exactCount,
+                  ends.get());
     }
     freeSlab(records.enteredExact);
     freeSlab(records.enteredWildcard);
