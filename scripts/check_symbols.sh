@@ -36,7 +36,7 @@ static_functions='
 # the second what compilers and the start-up code add. memmem is no part of ISO C, but glibc and musl have it, and it
 # searches in linear time, which no search of the C++ headers does without memory of its own.
 allowed_imports='
-    calloc free getauxval madvise malloc memchr memcmp memcpy memmem memmove memset strlen
+    __errno_location calloc free getauxval madvise malloc memchr memcmp memcpy memmem memmove memset strlen
     __cxa_finalize __gmon_start__ __stack_chk_fail _ITM_deregisterTMCloneTable _ITM_registerTMCloneTable
     __memcpy_chk __memmove_chk __memset_chk bcmp abort
 '

@@ -300,6 +300,9 @@ void moveHosts(const Slab<UrlHostNode>& entered, HashTable& table, UrlHostNode* 
 void packHosts(UrlIndex& index) noexcept {
     UrlRecords& records = index.records;
     const size_t exactCount = records.enteredExact.count;
+    if (exactCount + records.enteredWildcard.count == 0) {
+        return;
+    }
     const OwnedMemory<uint32_t[]> ends(allocateArray<uint32_t>(URL_BUCKETS));
     if (!ends) {
         return;
