@@ -118,7 +118,10 @@ int32_t IntervalInsertion<Address>::insert(uint32_t position, const EntryRule& r
         if (isAwake_) {
             covers_.add(position);
         }
-    } else if (!hasEntered_) {
+    } else if (hasEntered_) {
+        // The build fails, and the entry that should own the userData may be missing.
+        claimUserData(recordAt(entries_, entries_.count - 1), rule);
+    } else {
         ++leftOut_;
     }
     return hasEntered_ ? status : RULE_ERR_DUPLICATE;

@@ -316,6 +316,34 @@ TEST(IpGroupFault, FailedBuildHandsBackWhatTheNextOneHandsBackAgain) {
 }
 
 // The views of 32 and of 128 bits differ in what they find superfluous.
+// The topmost node is the upper one, whose entry of rule 3 owns the userData; the lower one gets its entry first.
+TEST(IpGroupFault, RangeThatEnteredInPartGoesBackWhenTheBuildFails) {
+    const FlatUseScope orderedOnly(FlatUse::NEVER);
+    const Lines lines = {{"10.0.1.0-10.0.1.9", 1, false},
+                         {"10.0.0.0-10.0.0.9", 2, false},
+                         {"10.0.0.0-10.0.1.9", 3, true}};
+    bool isBegun = false;
+    uint64_t failedBuilds = 0;
+    failEachAllocation([&](uint64_t number) {
+        FaultCase rules(lines);
+        RuleGroup* group = nullptr;
+        const AllocationWatch watch(number);
+        const int32_t status = rs_buildRuleGroup(rules.set.get(), &group);
+        const bool hasFailed = watch.hasFailed();
+        MatchResult result = UNTOUCHED;
+        const bool isLeftOut =
+            status == RULE_OK && rs_matchIPRuleGroup(group, 0x0A000050, &result) == 0;
+        rs_delRuleGroup(&group);
+        if (isBegun) {
+            failedBuilds += status == RULE_OK ? 0 : 1;
+            rules.expectHandedBack(1, false);
+        }
+        isBegun = isBegun || isLeftOut;
+        return hasFailed;
+    });
+    EXPECT_LE(3U, failedBuilds) << "two more entries and a node between them";
+}
+
 TEST(IpGroupFault, RuleSuperfluousInOneViewKeepsItsUserDataOnce) {
     failEachAllocationOfBuild({{"::/1", 5}, {"10.0.0.0/8", 5}});
     failEachAllocationOfBuild({{"::fffe:ffff:0-::ffff:0:64", 9},
