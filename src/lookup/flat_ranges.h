@@ -22,14 +22,15 @@
 // Invariants: a node that fits in a line is in one line. A place that has an index has starts in at least 8 of its words.
 // Ownership:  freeFlatRanges frees what buildFlatRanges returned. Records are borrowed as numbers.
 // Threads:    lookups only read.
-// Cost:       a lookup reads the root, which is in a near cache, and for nine of ten addresses in 470,000 real IPv4
-//             ranges one node; real IPv6 prefixes need four steps on average, of which the first are in a near cache,
-//             too. Every step takes at least four bits of the address, or all that tell its starts apart; crowded places
-//             take more. Real ranges take 12 to 19 bytes a start, no list more than MAX_FLAT_RANGE_BYTES a start and
-//             4096 in all. A build is linear times the number of steps.
+// Cost:       a lookup reads the root, which is in a near cache, and as a rule one node for an IPv4 address; among IPv6
+//             prefixes it takes a few steps more, of which the first are in a near cache, too. Every step takes at least
+//             four bits of the address, or all that tell its starts apart; crowded places take more. No list takes more
+//             than MAX_FLAT_RANGE_BYTES a start and 4096 in all; bench/README.md has what lists take. A build is linear
+//             times the number of steps.
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -179,9 +180,9 @@ inline void prefetchNode(const FlatRanges<Address>& ranges, uint32_t word) noexc
     const uint32_t* node =
         ranges.words + uint64_t{QUARTER_WORDS} * (word & ((uint32_t{1} << FLAT_NODE_SHIFT) - 1));
     const uint32_t moreLines = word >> FLAT_NODE_SHIFT & 3U;
-    __builtin_prefetch(node + LINE_WORDS * moreLines);
+    __builtin_prefetch(node + size_t{LINE_WORDS} * moreLines);
     if constexpr (sizeof(typename FlatRangeTraits<Address>::Lane) == 2) {
-        __builtin_prefetch(node + LINE_WORDS * (moreLines - (moreLines >> 1U)));
+        __builtin_prefetch(node + size_t{LINE_WORDS} * (moreLines - (moreLines >> 1U)));
     }
 }
 
