@@ -1,11 +1,26 @@
 // The exported lookups.
 #include <ruleset.h>
 
+#include <bit>
+#include <cstdint>
+
 #include "core/byte_order.h"
 #include "core/rule_group.h"
 #include "domain/domain_match.h"
 #include "ip/ip_match.h"
+#include "lookup/flat_hosts.h"
 #include "url/url_match.h"
+
+namespace {
+
+// The address of 16 bytes, whose words are in host order.
+rs::AddressHalves readAddress128(const uint8_t* bytes) noexcept {
+    constexpr int WORD_BITS = std::endian::native == std::endian::little ? 32 : 0;
+    return {std::rotl(rs::readBigEndian64(bytes), WORD_BITS),
+            std::rotl(rs::readBigEndian64(bytes + 8), WORD_BITS)};
+}
+
+}  // namespace
 
 extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
                                        MatchResult* result) noexcept {
@@ -25,10 +40,7 @@ extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
         return rs::matchIpv4(*group->ipTable, rs::readBigEndian32(bytes), *result);
     }
     if (family == 6) {
-        return rs::matchIpv6(*group->ipTable,
-                             {{rs::readBigEndian32(bytes), rs::readBigEndian32(bytes + 4),
-                               rs::readBigEndian32(bytes + 8), rs::readBigEndian32(bytes + 12)}},
-                             *result);
+        return rs::matchIpv6(*group->ipTable, readAddress128(bytes), *result);
     }
     return RULE_ERR_INVALID_ARG;
 }

@@ -1,9 +1,10 @@
 #include "ip/ip_flat_hosts.h"
 
+#include <algorithm>
+
+#include "core/entry.h"
 #include "core/lines.h"
-#include "core/list.h"
 #include "core/slab.h"
-#include "lookup/address_hash.h"
 #include "lookup/flat_hosts.h"
 #include "lookup/flat_policy.h"
 
@@ -20,119 +21,84 @@ OwnedFlatHosts<uint32_t> buildIpv4Lookup(const Slab<HostEntry>& entries) noexcep
         }));
 }
 
-// Moves an entry and leaves the way to its new place in its links. Those of an entry that has not moved are not null.
-void moveHostEntry(HostEntry& from, HostEntry& to) noexcept {
-    to = from;
-    from.links = {&to.links, nullptr};
+const AddressEntry& firstEntryOf(const Slab<AddressNode>& nodes, uint32_t number) noexcept {
+    return *static_cast<const AddressEntry*>(recordAt(nodes, number).node.entries);
 }
 
-// The entries of a slab are in rule order, which is the order of each bucket.
-void moveHostEntries(IpRuleTable& table, const FlatHosts<uint32_t>& hosts,
-                     HostEntry* ranked) noexcept {
-    Slab<HostEntry>& entries = table.hostEntries;
-    for (uint32_t rank = 0; rank < hosts.count; ++rank) {
-        moveHostEntry(recordAt(entries, hosts.numbers[rank]), ranked[rank]);
-    }
-    forEachBucket(table.hostTable, [](HashBucket& bucket) noexcept { resetList(bucket.list); });
-    HostEntry* nextOther = ranked + hosts.count;
-    for (uint32_t i = 0; i < entries.count; ++i) {
-        HostEntry& entry = recordAt(entries, i);
-        if (entry.links.prev != nullptr) {
-            moveHostEntry(entry, *nextOther++);
-        }
-        const uint32_t bucket = hashBucketIndex(table.hostTable, hashIPv4(entry.address));
-        appendToList(table.hostTable->buckets[bucket].list, *entry.links.next);
-    }
-}
-
-void buildIpv4(IpRuleTable& table) noexcept {
-    OwnedFlatHosts<uint32_t> hosts = buildIpv4Lookup(table.hostEntries);
-    OwnedLines<HostEntry> ranked(allocateLines<HostEntry>(table.hostEntries.count));
-    if (!hosts || !ranked) {
-        return;
-    }
-    moveHostEntries(table, *hosts, ranked.get());
-    freeSlab(table.hostEntries);
-    dropHostKeys(*hosts);
-    dropHostNumbers(*hosts);
-    table.rankedHostEntries = ranked.release();
-    table.flatIpv4Hosts = hosts.release();
-}
-
-// Calls visit(node, number) for each node of an address that is IPv4-mapped, or for each other one.
+// Calls visit(address, number) for the node of each address that is not IPv4-mapped. A node with several entries is
+// visited twice, so that the flat lookup knows that there are more.
 template <typename Visit>
-void forEachAddressNode(const Slab<AddressNode>& nodes, bool isMapped,
-                        const Visit& visit) noexcept {
+void forEachIpv6Node(const Slab<AddressNode>& nodes, const Visit& visit) noexcept {
     for (uint32_t i = 0; i < nodes.count; ++i) {
-        AddressNode& node = recordAt(nodes, i);
-        if (isIpv4Mapped(node.key) == isMapped) {
-            visit(node, i);
+        const Address128& address = recordAt(nodes, i).key;
+        if (isIpv4Mapped(address)) {
+            continue;
+        }
+        visit(address, i);
+        if (firstEntryOf(nodes, i).next != nullptr) {
+            visit(address, i);
         }
     }
 }
 
 OwnedFlatHosts<Address128> buildIpv6Lookup(const Slab<AddressNode>& nodes) noexcept {
     uint32_t count = 0;
-    forEachAddressNode(nodes, false, [&count](AddressNode&, uint32_t) noexcept { ++count; });
-    return OwnedFlatHosts<Address128>(
-        buildFlatHosts<Address128>(count, [&nodes](const auto& add) noexcept {
-            forEachAddressNode(nodes, false, [&add](AddressNode& node, uint32_t number) noexcept {
-                add(node.key, number);
-            });
-        }));
+    forEachIpv6Node(nodes, [&count](const Address128&, uint32_t) noexcept { ++count; });
+    return OwnedFlatHosts<Address128>(buildFlatHosts<Address128>(
+        count, [&nodes](const auto& add) noexcept { forEachIpv6Node(nodes, add); }));
 }
 
-// Moves the entries of a node, the first to a place of its own and the others to the next places. Returns the place
-// after these.
-AddressEntry* moveChain(TreeNode& node, AddressEntry& first, AddressEntry* nextOther) noexcept {
-    first = *static_cast<const AddressEntry*>(node.entries);
-    AddressEntry* last = &first;
-    while (last->next != nullptr) {
-        *nextOther = *last->next;
-        last->next = nextOther;
-        last = nextOther++;
+// The answers of all ranks; null when memory is out. entryOf(number) is the first entry of an address.
+template <typename Address, typename EntryOf>
+OwnedLines<HostAnswer<Address>> makeAnswers(const FlatHosts<Address>& hosts,
+                                            const EntryOf& entryOf) noexcept {
+    OwnedLines<HostAnswer<Address>> answers(
+        allocateLines<HostAnswer<Address>>(std::max(hosts.count, uint32_t{1})));
+    if (answers) {
+        for (uint32_t rank = 0; rank < hosts.count; ++rank) {
+            HostAnswer<Address>& answer = answers.get()[rank];
+            const auto& entry = entryOf(hosts.numbers[rank]);
+            answer.address = hosts.keys[rank];
+            fillEntry(entry, entry.ruleIndex, answer);
+        }
     }
-    node.entries = &first;
-    return nextOther;
+    return answers;
 }
 
-void moveAddressEntries(IpRuleTable& table, const FlatHosts<Address128>& hosts,
-                        AddressEntry* ranked) noexcept {
-    AddressEntry* nextOther = ranked + hosts.count;
-    const auto move = [&](TreeNode& node, uint32_t position) noexcept {
-        nextOther = moveChain(node, ranked[position], nextOther);
-        node.entryNumber = position;
-    };
-    for (uint32_t rank = 0; rank < hosts.count; ++rank) {
-        move(recordAt(table.ipv6HostNodes, hosts.numbers[rank]).node, rank);
-    }
-    forEachAddressNode(table.ipv6HostNodes, true, [&](AddressNode& node, uint32_t) noexcept {
-        const auto position = static_cast<uint32_t>(nextOther++ - ranked);
-        move(node.node, position);
-    });
-}
-
-void buildIpv6(IpRuleTable& table) noexcept {
-    OwnedFlatHosts<Address128> hosts = buildIpv6Lookup(table.ipv6HostNodes);
-    OwnedLines<AddressEntry> ranked(allocateLines<AddressEntry>(table.addressEntries.count));
-    if (!hosts || !ranked) {
+template <typename Address, typename EntryOf>
+void buildAnswers(OwnedFlatHosts<Address> hosts, const EntryOf& entryOf,
+                  FlatHosts<Address>*& hostsSlot, HostAnswer<Address>*& answersSlot) noexcept {
+    if (!hosts) {
         return;
     }
-    moveAddressEntries(table, *hosts, ranked.get());
-    freeSlab(table.addressEntries);
+    OwnedLines<HostAnswer<Address>> answers = makeAnswers(*hosts, entryOf);
+    if (!answers) {
+        return;
+    }
+    dropHostKeys(*hosts);  // answers have them
     dropHostNumbers(*hosts);
-    table.rankedAddressEntries = ranked.release();
-    table.flatIpv6Hosts = hosts.release();
+    hostsSlot = hosts.release();
+    answersSlot = answers.release();
 }
 
 }  // namespace
 
 void buildFlatIpHosts(IpRuleTable& table) noexcept {
     if (wantsFlat(table.hostEntries.count, FLAT_IPV4_HOSTS)) {
-        buildIpv4(table);
+        buildAnswers(
+            buildIpv4Lookup(table.hostEntries),
+            [&table](uint32_t number) noexcept -> const HostEntry& {
+                return recordAt(table.hostEntries, number);
+            },
+            table.flatIpv4Hosts, table.ipv4Answers);
     }
     if (wantsFlat(table.addressEntries.count, FLAT_IPV6_HOSTS)) {
-        buildIpv6(table);
+        buildAnswers(
+            buildIpv6Lookup(table.ipv6HostNodes),
+            [&table](uint32_t number) noexcept -> const AddressEntry& {
+                return firstEntryOf(table.ipv6HostNodes, number);
+            },
+            table.flatIpv6Hosts, table.ipv6Answers);
     }
 }
 

@@ -63,8 +63,8 @@ void freeSlabs(IpRuleTable& table) noexcept {
 void freeFlatLookups(IpRuleTable& table) noexcept {
     freeFlatHosts(table.flatIpv4Hosts);
     freeFlatHosts(table.flatIpv6Hosts);
-    freeLines(table.rankedHostEntries);
-    freeLines(table.rankedAddressEntries);
+    freeLines(table.ipv4Answers);
+    freeLines(table.ipv6Answers);
 }
 
 }  // namespace

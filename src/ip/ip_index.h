@@ -12,9 +12,8 @@
 //             of a bucket are in rule order.
 //
 // Records are in slabs, one for each kind. Host entries are made in rule order, so that of two for one address the one
-// with the smaller number is the earlier; those of a crowded table have moved into the order of its flat lookups: see
-// ip/ip_flat_hosts.h. The nodes of a tree are in key order, and each names the number of its first entry: a walk over the
-// slab of nodes visits the tree in order.
+// with the smaller number is the earlier. The nodes of a tree are in key order, and each names the number of its first
+// entry: a walk over the slab of nodes visits the tree in order.
 //
 // Ownership:  the table owns everything below it. A rule's userData is released by one entry only,
 //             the one that carries ENTRY_RELEASES_USER_DATA.
@@ -86,6 +85,18 @@ struct AddressEntry {
     void* userData;
 };
 
+// What a lookup reports of the first rule of a single address: see ip/ip_flat_hosts.h.
+template <typename Address>
+struct HostAnswer {
+    Address address;
+    uint32_t ruleIndex;
+    uint32_t ruleValue;
+    uint32_t ruleId;
+    void* userData;  // borrowed
+};
+
+static_assert(sizeof(HostAnswer<uint32_t>) == 24 && sizeof(HostAnswer<Address128>) == 40);
+
 struct IpRuleTable {
     uint32_t refCount;
     HashTable* hostTable;       // owned; null until the first single IPv4 address
@@ -100,13 +111,11 @@ struct IpRuleTable {
     Slab<IntervalNode<uint32_t>> ipv4RangeNodes;
     Slab<AddressNode> ipv6HostNodes;
     Slab<IntervalNode<Address128>> ipv6RangeNodes;
-    FlatHosts<uint32_t>*
-        flatIpv4Hosts;  // owned, like all that follows; null in a table that does without
+    // Owned, like all that follows; null in a table that does without.
+    FlatHosts<uint32_t>* flatIpv4Hosts;
     FlatHosts<Address128>* flatIpv6Hosts;
-    HostEntry*
-        rankedHostEntries;  // with flatIpv4Hosts the entries are here, and hostEntries is empty
-    AddressEntry*
-        rankedAddressEntries;  // with flatIpv6Hosts the entries are here, and addressEntries is empty
+    HostAnswer<uint32_t>* ipv4Answers;  // by the ranks of flatIpv4Hosts; null without it
+    HostAnswer<Address128>* ipv6Answers;
     FlatRanges32* flatIpv4Ranges;  // see ip/ip_flat_ranges.h
     FlatRanges128* flatIpv6Ranges;
 };

@@ -1,5 +1,6 @@
 #include "ip/ip_match.h"
 
+#include <bit>
 #include <cstddef>
 
 #include "core/entry.h"
@@ -129,64 +130,53 @@ const HostEntry* findHostWithValue(const IpRuleTable& table, uint32_t address,
     });
 }
 
-HostPlace flatIpv4Place(const IpRuleTable& table, uint32_t address) noexcept {
-    const HostEntry* entries = table.rankedHostEntries;
-    return searchFlatHost(
-        prepareFlatHost(*table.flatIpv4Hosts, address),
-        [entries, address](size_t rank) noexcept { return entries[rank].address == address; });
+template <typename Address>
+HostPlace placeOfHost(HostProbe probe, const HostAnswer<Address>* answers,
+                      const Address& address) noexcept {
+    return searchFlatHost(probe, [answers, &address](size_t rank) noexcept {
+        return isSameHost(answers[rank].address, address);
+    });
 }
 
-const HostEntry* findFlatIpv4(const IpRuleTable& table, uint32_t address) noexcept {
-    const HostPlace place = flatIpv4Place(table, address);
-    return place.rank == NO_RECORD ? nullptr : &table.rankedHostEntries[place.rank];
+// The earlier of an address's first rule and of the interval that holds it. The bucket is asked for first, and is there
+// when the interval is found.
+template <typename Address, typename FindInterval>
+int32_t matchFlatHost(const FlatHosts<Address>& hosts, const HostAnswer<Address>* answers,
+                      const Address& address, const FindInterval& findIt,
+                      MatchResult& result) noexcept {
+    const HostProbe probe = prepareFlatHost(hosts, address);
+    prefetchHostBucket(probe);
+    const auto* interval = findIt();
+    const uint32_t rank = placeOfHost(probe, answers, address).rank;
+    return reportEarlier(rank == NO_RECORD ? nullptr : &answers[rank], interval, result);
 }
 
-const AddressEntry* findFlatIpv6(const IpRuleTable& table, const Address128& address) noexcept {
-    const HostPlace place = findHostPlace(*table.flatIpv6Hosts, address);
-    return place.rank == NO_RECORD ? nullptr : &table.rankedAddressEntries[place.rank];
+// The key of ipv6HostTree.
+Address128 treeAddress(uint32_t address) noexcept {
+    return mappedAddress(address);
 }
-
-// The entries of an address, as a chain: by the flat lookup where it has the address.
-const AddressEntry* findIpv6Entries(const IpRuleTable& table, const Address128& address) noexcept {
-    const bool isFlat = table.flatIpv6Hosts != nullptr && !isIpv4Mapped(address);
-    return isFlat ? findFlatIpv6(table, address) : findAddress(table.ipv6HostTree, address);
-}
-
-// A plain lookup of whatever the table has.
-[[gnu::noinline]] int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address,
-                                          MatchResult& result) noexcept {
-    const HostEntry* host = table.flatIpv4Hosts != nullptr ? findFlatIpv4(table, address)
-                                                           : findFirstHost(table, address);
-    return reportEarlier(host, findIpv4Interval(table, address), result);
-}
-
-[[gnu::noinline]] int32_t matchIpv6InBoth(const IpRuleTable& table, const Address128& address,
-                                          MatchResult& result) noexcept {
-    const RangeEntry<Address128>* interval = findIpv6Interval(table, address);
-    if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(address)) {
-        return reportEarlier(findFlatIpv4(table, address.words[3]), interval, result);
-    }
-    return reportEarlier(findIpv6Entries(table, address), interval, result);
-}
-
-// Whether a flat lookup alone says that no entry of an address has a ruleValue, or that its first one has.
-bool isDecided(HostPlace place, const HostEntry* entries, uint32_t ruleValue) noexcept {
-    return place.rank == NO_RECORD || !place.hasMore || entries[place.rank].ruleValue == ruleValue;
+const Address128& treeAddress(const Address128& address) noexcept {
+    return address;
 }
 
 // The lookup for one ruleValue where a flat lookup has the address. An address with several entries has them side by
 // side in the tree of 128-bit addresses only.
-template <typename Interval>
-int32_t matchFlatIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,
-                               const Interval* interval, MatchResult& result) noexcept {
-    const HostEntry* entries = table.rankedHostEntries;
-    const HostPlace place = flatIpv4Place(table, address);
-    if (!isDecided(place, entries, ruleValue)) {
-        const AddressEntry* chain = findAddress(table.ipv6HostTree, mappedAddress(address));
+template <typename Address, typename FindInterval>
+int32_t matchFlatHostWithValue(const IpRuleTable& table, const FlatHosts<Address>& hosts,
+                               const HostAnswer<Address>* answers, const Address& address,
+                               uint32_t ruleValue, const FindInterval& findIt,
+                               MatchResult& result) noexcept {
+    const HostProbe probe = prepareFlatHost(hosts, address);
+    prefetchHostBucket(probe);
+    const auto* interval = findIt();
+    const HostPlace place = placeOfHost(probe, answers, address);
+    const bool isThere = place.rank != NO_RECORD;
+    const bool isFirst = isThere && answers[place.rank].ruleValue == ruleValue;
+    if (isThere && !isFirst && place.hasMore) {
+        const AddressEntry* chain = findAddress(table.ipv6HostTree, treeAddress(address));
         return reportEarlier(entryWithValue(chain, ruleValue), interval, result);
     }
-    const bool isFound = place.rank != NO_RECORD && entries[place.rank].ruleValue == ruleValue;
-    return reportEarlier(isFound ? &entries[place.rank] : nullptr, interval, result);
+    return reportEarlier(isFirst ? &answers[place.rank] : nullptr, interval, result);
 }
 
 }  // namespace
@@ -201,63 +191,66 @@ const RangeEntry<Address128>* findIpv6IntervalOrdered(const IpRuleTable& table,
     return findInterval<Address128>(table.ipv6RangeTree, address);
 }
 
-// The way of a table of addresses only is a function of its own, which is nearly all jumps: see tryFlatHost.
-int32_t matchIpv4(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
+int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
+    const auto findIt = [&]() noexcept { return findIpv4Interval(table, address); };
     if (table.hostTable == nullptr) {
-        return reportEntry(findIpv4Interval(table, address), result);
+        return reportEntry(findIt(), result);
     }
-    if (table.flatIpv4Hosts == nullptr || table.ipv4RangeTree != nullptr) {
-        return matchIpv4InBoth(table, address, result);
+    if (table.flatIpv4Hosts == nullptr) {
+        return reportEarlier(findFirstHost(table, address), findIt(), result);
     }
-    const HostEntry* entries = table.rankedHostEntries;
-    return tryFlatHost(
-        prepareFlatHost(*table.flatIpv4Hosts, address),
-        [entries, address](size_t rank) noexcept { return entries[rank].address == address; },
-        [entries, &result](size_t rank) noexcept { return reportEntry(&entries[rank], result); },
-        []() noexcept { return int32_t{0}; },
-        [&]() noexcept { return matchIpv4InBoth(table, address, result); });
+    return matchFlatHost(*table.flatIpv4Hosts, table.ipv4Answers, address, findIt, result);
 }
 
-int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
-                  MatchResult& result) noexcept {
+int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves halves,
+                        MatchResult& result) noexcept {
+    const auto address = std::bit_cast<Address128>(halves);
+    const auto findIt = [&]() noexcept { return findIpv6Interval(table, address); };
     if (table.ipv6HostTree == nullptr) {
-        return reportEntry(findIpv6Interval(table, address), result);
+        return reportEntry(findIt(), result);
     }
-    if (table.flatIpv6Hosts == nullptr || table.ipv6RangeTree != nullptr || isIpv4Mapped(address)) {
-        return matchIpv6InBoth(table, address, result);
+    if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(address)) {
+        return matchFlatHost(*table.flatIpv4Hosts, table.ipv4Answers, address.words[3], findIt,
+                             result);
     }
-    const Address128* keys = table.flatIpv6Hosts->keys;
-    const AddressEntry* entries = table.rankedAddressEntries;
-    return tryFlatHost(
-        prepareFlatHost(*table.flatIpv6Hosts, address),
-        [keys, &address](size_t rank) noexcept { return isSameHost(keys[rank], address); },
-        [entries, &result](size_t rank) noexcept { return reportEntry(&entries[rank], result); },
-        []() noexcept { return int32_t{0}; },
-        [&]() noexcept { return matchIpv6InBoth(table, address, result); });
+    if (table.flatIpv6Hosts == nullptr || isIpv4Mapped(address)) {
+        return reportEarlier(findAddress(table.ipv6HostTree, address), findIt(), result);
+    }
+    return matchFlatHost(*table.flatIpv6Hosts, table.ipv6Answers, address, findIt, result);
 }
 
 int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,
                            MatchResult& result) noexcept {
-    const auto* interval = entryWithValue(findIpv4Interval(table, address), address, ruleValue);
-    if (table.flatIpv4Hosts != nullptr) {
-        return matchFlatIpv4WithValue(table, address, ruleValue, interval, result);
+    const auto findIt = [&]() noexcept {
+        return entryWithValue(findIpv4Interval(table, address), address, ruleValue);
+    };
+    if (table.flatIpv4Hosts == nullptr) {
+        return reportEarlier(findHostWithValue(table, address, ruleValue), findIt(), result);
     }
-    return reportEarlier(findHostWithValue(table, address, ruleValue), interval, result);
+    return matchFlatHostWithValue(table, *table.flatIpv4Hosts, table.ipv4Answers, address,
+                                  ruleValue, findIt, result);
 }
 
 int32_t matchIpv6WithValue(const IpRuleTable& table, const Address128& address, uint32_t ruleValue,
                            MatchResult& result) noexcept {
-    const auto* interval = entryWithValue(findIpv6Interval(table, address), address, ruleValue);
+    const auto findIt = [&]() noexcept {
+        return entryWithValue(findIpv6Interval(table, address), address, ruleValue);
+    };
     if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(address)) {
-        return matchFlatIpv4WithValue(table, address.words[3], ruleValue, interval, result);
+        return matchFlatHostWithValue(table, *table.flatIpv4Hosts, table.ipv4Answers,
+                                      address.words[3], ruleValue, findIt, result);
     }
-    return reportEarlier(entryWithValue(findIpv6Entries(table, address), ruleValue), interval,
-                         result);
+    if (table.flatIpv6Hosts == nullptr || isIpv4Mapped(address)) {
+        const AddressEntry* chain = findAddress(table.ipv6HostTree, address);
+        return reportEarlier(entryWithValue(chain, ruleValue), findIt(), result);
+    }
+    return matchFlatHostWithValue(table, *table.flatIpv6Hosts, table.ipv6Answers, address,
+                                  ruleValue, findIt, result);
 }
 
 int32_t matchIpv4Ordered(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
-    return reportEarlier(findFirstHost(table, address),
-                         findIpv4IntervalOrdered(table, address), result);
+    return reportEarlier(findFirstHost(table, address), findIpv4IntervalOrdered(table, address),
+                         result);
 }
 
 int32_t matchIpv6Ordered(const IpRuleTable& table, const Address128& address,

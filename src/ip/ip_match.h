@@ -11,20 +11,66 @@
 
 #include <ruleset.h>
 
+#include <cstddef>
 #include <cstdint>
 
+#include "core/entry.h"
 #include "ip/ip_index.h"
+#include "lookup/flat_hosts.h"
 #include "syntax/address128.h"
 
 namespace rs {
 
+// The lookups of any table.
+[[nodiscard]] int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address,
+                                      MatchResult& result) noexcept;
+[[nodiscard]] int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves address,
+                                      MatchResult& result) noexcept;
+
 // An address in host order; asks hostTable and ipv4RangeTree.
-[[nodiscard]] int32_t matchIpv4(const IpRuleTable& table, uint32_t address,
-                                MatchResult& result) noexcept;
+//
+// A table of many single addresses and nothing else is looked up here, within the caller: all ends of that way are
+// jumps, and it needs no stack.
+[[nodiscard]] inline int32_t matchIpv4(const IpRuleTable& table, uint32_t address,
+                                       MatchResult& result) noexcept {
+    if (table.flatIpv4Hosts == nullptr || table.ipv4RangeTree != nullptr) {
+        return matchIpv4InBoth(table, address, result);
+    }
+    const HostAnswer<uint32_t>* answers = table.ipv4Answers;
+    return tryFlatHost(
+        prepareFlatHost(*table.flatIpv4Hosts, address),
+        [&](size_t rank) noexcept { return isSameHost(answers[rank].address, address); },
+        [&](size_t rank) noexcept { return reportEntry(&answers[rank], result); },
+        []() noexcept { return int32_t{0}; },
+        [&]() noexcept { return matchIpv4InBoth(table, address, result); });
+}
+
+// Whether words 0 to 2 are those of an IPv4-mapped address.
+[[nodiscard]] constexpr bool isIpv4Mapped(AddressHalves address) noexcept {
+    constexpr AddressHalves MAPPED = halvesOf(mappedAddress(0));
+    constexpr AddressHalves WORD_3 = halvesOf({{0, 0, 0, UINT32_MAX}});
+    return address.first == MAPPED.first && (address.second & ~WORD_3.second) == MAPPED.second;
+}
 
 // Asks ipv6HostTree and ipv6RangeTree, which hold IPv4 rules in mapped form.
-[[nodiscard]] int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
-                                MatchResult& result) noexcept;
+[[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, AddressHalves address,
+                                       MatchResult& result) noexcept {
+    if (table.flatIpv6Hosts == nullptr || table.ipv6RangeTree != nullptr || isIpv4Mapped(address)) {
+        return matchIpv6InBoth(table, address, result);
+    }
+    const HostAnswer<Address128>* answers = table.ipv6Answers;
+    return tryFlatHost(
+        prepareFlatHost(*table.flatIpv6Hosts, address),
+        [&](size_t rank) noexcept { return isSameHost(answers[rank].address, address); },
+        [&](size_t rank) noexcept { return reportEntry(&answers[rank], result); },
+        []() noexcept { return int32_t{0}; },
+        [&]() noexcept { return matchIpv6InBoth(table, address, result); });
+}
+
+[[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
+                                       MatchResult& result) noexcept {
+    return matchIpv6(table, halvesOf(address), result);
+}
 
 // The same among the rules with one ruleValue only.
 [[nodiscard]] int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address,

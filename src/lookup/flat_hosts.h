@@ -74,9 +74,23 @@ constexpr uint64_t hashHost(const HashSeed& seed, uint32_t address) noexcept {
     return mixHash(address ^ seed.left, seed.right);
 }
 
+// An Address128 as it is in memory, in two words. A function that takes these has them in registers, where the four
+// words of an address would be put together in memory first.
+struct AddressHalves {
+    uint64_t first;
+    uint64_t second;
+};
+
+constexpr AddressHalves halvesOf(const Address128& address) noexcept {
+    return std::bit_cast<AddressHalves>(address);
+}
+
+constexpr uint64_t hashHost(const HashSeed& seed, AddressHalves address) noexcept {
+    return mixHash(address.first ^ seed.left, address.second ^ seed.right);
+}
+
 constexpr uint64_t hashHost(const HashSeed& seed, const Address128& address) noexcept {
-    const auto halves = std::bit_cast<std::array<uint64_t, 2>>(address);
-    return mixHash(halves[0] ^ seed.left, halves[1] ^ seed.right);
+    return hashHost(seed, halvesOf(address));
 }
 
 constexpr bool isSameHost(uint32_t left, uint32_t right) noexcept {
@@ -84,10 +98,16 @@ constexpr bool isSameHost(uint32_t left, uint32_t right) noexcept {
 }
 
 // Without a branch for each word, which the comparison of arrays has.
+constexpr bool isSameHost(AddressHalves left, AddressHalves right) noexcept {
+    return ((left.first ^ right.first) | (left.second ^ right.second)) == 0;
+}
+
 constexpr bool isSameHost(const Address128& left, const Address128& right) noexcept {
-    const auto a = std::bit_cast<std::array<uint64_t, 2>>(left);
-    const auto b = std::bit_cast<std::array<uint64_t, 2>>(right);
-    return ((a[0] ^ b[0]) | (a[1] ^ b[1])) == 0;
+    return isSameHost(halvesOf(left), halvesOf(right));
+}
+
+constexpr bool isSameHost(const Address128& left, AddressHalves right) noexcept {
+    return isSameHost(halvesOf(left), right);
 }
 
 constexpr uint64_t hostBucketOf(uint64_t hash, uint64_t bucketCount) noexcept {
@@ -107,9 +127,10 @@ struct HostProbe {
     uint8_t tag;
 };
 
-template <typename Address>
+// The address may be in halves.
+template <typename Address, typename Key>
 [[nodiscard]] inline HostProbe prepareFlatHost(const FlatHosts<Address>& hosts,
-                                               const Address& address) noexcept {
+                                               const Key& address) noexcept {
     const uint64_t hash = hashHost(hosts.seed, address);
     return {hosts.buckets + hostBucketOf(hash, hosts.bucketCount), hostTagOf(hash)};
 }

@@ -47,9 +47,9 @@ TEST(FlatIpHosts, AreBuiltFromTheirThresholdsOn) {
         const RuleGroupHandle group = makeHosts(row.before, row.count);
         const IpRuleTable& table = *group->ipTable;
         EXPECT_EQ(row.isIpv4Flat, table.flatIpv4Hosts != nullptr);
-        EXPECT_EQ(row.isIpv4Flat, table.rankedHostEntries != nullptr);
+        EXPECT_EQ(row.isIpv4Flat, table.ipv4Answers != nullptr);
         EXPECT_EQ(row.isIpv6Flat, table.flatIpv6Hosts != nullptr);
-        EXPECT_EQ(row.isIpv6Flat, table.rankedAddressEntries != nullptr);
+        EXPECT_EQ(row.isIpv6Flat, table.ipv6Answers != nullptr);
         checkFlatIpHosts(table);
     }
 }
