@@ -1,4 +1,4 @@
-// How often a URL lookup searches a path, and for how much. The linker sends each call of memmem in
+// How often a URL lookup searches a path, and for how much, with the ordered structures and with the flat lookup. The linker sends each call of memmem in
 // this program to the one below, which counts.
 #include <ruleset.h>
 
@@ -10,8 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include "core/rule_group.h"
 #include "support/rule_builder.h"
+#include "support/scoped_flat_use.h"
 #include "support/text.h"
+#include "url/url_index.h"
 
 namespace {
 
@@ -50,21 +53,48 @@ std::vector<Search> searchesOf(const RuleGroup& group, const std::string& url, i
     return found;
 }
 
-TEST(TailSearch, IsOneCallForEachTailWhoseRuleFitsOtherwise) {
-    const std::string tail(3000, 'a');
-    const RuleGroupHandle group = buildRuleGroup(*makeRuleSet(
+const std::string TAIL(3000, 'a');
+
+RuleGroupHandle groupOfTails(FlatUse use) {
+    const ScopedFlatUse scope(use);
+    return buildRuleGroup(*makeRuleSet(
         RULE_TYPE_URL,
-        {{"h.test/*" + tail}, {"h.test/x*" + tail + 'b'}, {"h.test:8080/*" + tail}, {"h.test/y"}}));
+        {{"h.test/*" + TAIL}, {"h.test/x*" + TAIL + 'b'}, {"h.test:8080/*" + TAIL}, {"h.test/y"}}));
+}
+
+// What both lookups have in common: no path has two tails to search.
+void expectSearchesOfOneTail(const RuleGroup& group) {
     EXPECT_EQ((std::vector<Search>{{2999, 3000}}),
-              searchesOf(*group, "h.test/" + std::string(2999, 'a'), 0));
-    EXPECT_EQ((std::vector<Search>{{3000, 3000}}), searchesOf(*group, "h.test/" + tail, 1));
+              searchesOf(group, "h.test/" + std::string(2999, 'a'), 0));
+    EXPECT_EQ((std::vector<Search>{{3000, 3000}}), searchesOf(group, "h.test/" + TAIL, 1));
+    // The last rule has no tail, but the first covers every path up to its tail.
+    EXPECT_EQ((std::vector<Search>{{1, 3000}}), searchesOf(group, "h.test/y", 1));
+    EXPECT_EQ((std::vector<Search>{{1, 3000}}), searchesOf(group, "h.test:8080/z", 0));
+    EXPECT_EQ(std::vector<Search>(), searchesOf(group, "other.test/" + TAIL, 0));
+}
+
+TEST(TailSearch, IsOneCallForEachTailWhoseRuleFitsOtherwise) {
+    const RuleGroupHandle group = groupOfTails(FlatUse::NEVER);
+    expectSearchesOfOneTail(*group);
     // The newest rule comes first.
     EXPECT_EQ((std::vector<Search>{{3002, 3001}, {3003, 3000}}),
-              searchesOf(*group, "h.test/x" + tail + "ab", 1));
-    // The last rule has no tail, but the first covers every path up to its tail.
-    EXPECT_EQ((std::vector<Search>{{1, 3000}}), searchesOf(*group, "h.test/y", 1));
-    EXPECT_EQ((std::vector<Search>{{1, 3000}}), searchesOf(*group, "h.test:8080/z", 0));
-    EXPECT_EQ(std::vector<Search>(), searchesOf(*group, "other.test/" + tail, 0));
+              searchesOf(*group, "h.test/x" + TAIL + "ab", 1));
+    EXPECT_EQ((std::vector<Search>{{3003, 3001}, {3004, 3000}}),
+              searchesOf(*group, "h.test/xa" + TAIL + "bc", 1));
+    EXPECT_EQ((std::vector<Search>{{2999, 3001}, {3000, 3000}}),
+              searchesOf(*group, "h.test/x" + TAIL.substr(1), 0));
+}
+
+TEST(TailSearch, OfAFlatLookupEndsAtTheEarliestRuleThatCovers) {
+    const RuleGroupHandle group = groupOfTails(FlatUse::ALWAYS);
+    ASSERT_NE(nullptr, group->urlIndex->pathIndex);
+    expectSearchesOfOneTail(*group);
+    // The oldest rule comes first, and later ones are not asked when it covers the path.
+    EXPECT_EQ((std::vector<Search>{{3003, 3000}}), searchesOf(*group, "h.test/x" + TAIL + "ab", 1));
+    EXPECT_EQ((std::vector<Search>{{3004, 3000}}),
+              searchesOf(*group, "h.test/xa" + TAIL + "bc", 1));
+    EXPECT_EQ((std::vector<Search>{{3000, 3000}, {2999, 3001}}),
+              searchesOf(*group, "h.test/x" + TAIL.substr(1), 0));
 }
 
 }  // namespace
