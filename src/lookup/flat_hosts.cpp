@@ -146,13 +146,18 @@ uint32_t FlatHostsBuild<Address>::fillBucket(HostBucket& bucket, uint32_t firstR
 template HostPlace findHostPlace<uint32_t>(const FlatHosts<uint32_t>&, const uint32_t&) noexcept;
 template HostPlace findHostPlace<Address128>(const FlatHosts<Address128>&,
                                              const Address128&) noexcept;
+template HostPlace findHostPlace<NameHash>(const FlatHosts<NameHash>&, const NameHash&) noexcept;
 template void dropHostKeys<uint32_t>(FlatHosts<uint32_t>&) noexcept;
 template void dropHostKeys<Address128>(FlatHosts<Address128>&) noexcept;
+template void dropHostKeys<NameHash>(FlatHosts<NameHash>&) noexcept;
 template void dropHostNumbers<uint32_t>(FlatHosts<uint32_t>&) noexcept;
 template void dropHostNumbers<Address128>(FlatHosts<Address128>&) noexcept;
+template void dropHostNumbers<NameHash>(FlatHosts<NameHash>&) noexcept;
 template void freeFlatHosts<uint32_t>(FlatHosts<uint32_t>*) noexcept;
 template void freeFlatHosts<Address128>(FlatHosts<Address128>*) noexcept;
+template void freeFlatHosts<NameHash>(FlatHosts<NameHash>*) noexcept;
 template class FlatHostsBuild<uint32_t>;
 template class FlatHostsBuild<Address128>;
+template class FlatHostsBuild<NameHash>;
 
 }  // namespace rs

@@ -1,4 +1,5 @@
-// The flat lookup of exact addresses, of 32 or of 128 bits: the number of an address's record.
+// The flat lookup of exact addresses, of 32 or of 128 bits: the number of an address's record. The hash of a name may be
+// such an address, for a user who compares the names.
 //
 //     hash of address   | bucket, by its upper bits ......... | ... | tag |
 //
@@ -69,6 +70,19 @@ struct FlatHosts {
     Address* keys;         // owned; null when the user has dropped them
     uint32_t* numbers;     // owned; null when the user has dropped them
 };
+
+// A hash of 64 bits with a secret seed of its own.
+struct NameHash {
+    uint64_t hash;
+};
+
+constexpr uint64_t hashHost(const HashSeed& /*seed*/, NameHash name) noexcept {
+    return name.hash;
+}
+
+constexpr bool isSameHost(NameHash left, NameHash right) noexcept {
+    return left.hash == right.hash;
+}
 
 constexpr uint64_t hashHost(const HashSeed& seed, uint32_t address) noexcept {
     return mixHash(address ^ seed.left, seed.right);
