@@ -1,87 +1,105 @@
-// The whole names of hosts -> numbers: a hash table that knows the names by one byte each.
+// The whole names of hosts -> ranks, by which their user lays out what it has of each host.
 //
-//     tags     | 5a 17 c0 0 0 0 0 0 | 33 5a 91 ... |     8 in a word, which is compared at once
-//     places   |  4  0 71           |  9 12 35 ... |     the number beside each tag
+//     names     a.com  b.com  c.com  d.com        number 0, 1, 2, 3 of the user
+//     buckets   | 5a 17 0 ... | 0 | 33 5a 0 ... | 2 |
+//     numbers       2  0                1  3      in the order of the ranks, until they are dropped
 //
-// Its user has the names, and says whether a number is that of the name that is asked for. A name that is not there is
-// nearly always told by its tag, so that nothing but a word of the tags is read.
+// That is lookup/flat_hosts.h, with the hashes of names for addresses. The user has the names in the order of the ranks,
+// so that a hit reads no more than a bucket and what the user has there. A name that is not there is nearly always told
+// by its tag, so that nothing but a bucket is read.
 //
-// Invariants: the slots of a word are filled from the first on. A name is in the word that its hash says, or in one
-//             after it when all before are full. A free slot has the tag 0.
-// Ownership:  owns its arrays.
-// Threads:    one thread adds; then any number of threads may find.
-// Cost:       a find reads two words, and one name in 30 that is not there has its number asked for. Memory: 7.6 bytes
-//             a name.
-// Worst case: hashes have a secret seed, so the lengths of searches cannot be chosen.
+// Invariants: no two names have the same hash: a seed for which two have it is not used.
+// Ownership:  owns the buckets, and the numbers until they are dropped.
+// Threads:    one thread builds; then any number of threads may find.
+// Cost:       a find hashes the name and reads a bucket, and one name in 40 that is not there is compared. Memory: 2.7
+//             bytes a name; while building, 28 more.
+// Worst case: that of lookup/flat_hosts.h.
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
+#include "core/memory.h"
 #include "core/slab.h"
+#include "lookup/flat_hosts.h"
 #include "lookup/hash_seed.h"
 #include "url/text_words.h"
 
 namespace rs {
 
-inline constexpr uint32_t HOST_GROUP = 8;
-
+// Zero-filled has no name, and is not asked.
 struct HostPlaces {
     HashSeed seed;
-    uint64_t groupCount;  // 0 when there is no name
-    uint64_t* tags;       // owned
-    uint32_t* places;     // owned
+    FlatHosts<NameHash>* hosts;  // owned; null when there is no name
 };
 
-// Makes room for as many names; zero-filled is empty. False when memory is out.
-[[nodiscard]] bool reserveHostPlaces(HostPlaces& hosts, uint64_t count) noexcept;
-
-// Adds a name that is not there yet, into the room that reserveHostPlaces has made.
-void addHostPlace(HostPlaces& hosts, const char* name, uint32_t length, uint32_t place) noexcept;
-
-void freeHostPlaces(HostPlaces& hosts) noexcept;
-
-struct HostProbe {
-    uint64_t group;
-    uint64_t tag;  // 1 to 255
-};
-
-[[nodiscard]] inline HostProbe probeOf(const HostPlaces& hosts, const char* name,
-                                       uint32_t length) noexcept {
-    __extension__ using Product = unsigned __int128;
-    const uint64_t hash = hashText(hosts.seed, name, length);
-    const auto group =
-        static_cast<uint64_t>((static_cast<Product>(hash) * hosts.groupCount) >> 64U);
-    return {group, (hash & 0xFFU) == 0 ? 1 : hash & 0xFFU};
+// Ranks count different names, one at least. visit(add) adds them: add(name, length, number) for each. False when
+// memory is out.
+template <typename Visit>
+[[nodiscard]] bool buildHostPlaces(HostPlaces& places, uint32_t count,
+                                   const Visit& visit) noexcept {
+    struct Host {
+        NameHash hash;
+        uint32_t number;
+    };
+    constexpr uint32_t ATTEMPTS =
+        2;  // two names of ten million have one hash in one of 300,000 builds
+    const OwnedMemory<Host[]> hosts(allocateArray<Host>(count));
+    for (uint32_t attempt = 0; hosts && attempt < ATTEMPTS; ++attempt) {
+        places.seed = newHashSeed();
+        Host* end = hosts.get();
+        visit([&](const char* name, uint32_t length, uint32_t number) noexcept {
+            *end++ = {{hashText(places.seed, name, length)}, number};
+        });
+        OwnedFlatHosts<NameHash> ranked(
+            buildFlatHosts<NameHash>(count, [&](const auto& add) noexcept {
+                for (const Host* host = hosts.get(); host != end; ++host) {
+                    add(host->hash, host->number);
+                }
+            }));
+        if (!ranked) {
+            return false;
+        }
+        if (ranked->count == count) {
+            dropHostKeys(*ranked);
+            places.hosts = ranked.release();
+            return true;
+        }
+    }
+    return false;
 }
 
-// The number of the name for which isName(number) is true; NO_RECORD without one.
+// The number of the name of a rank, until numbers are dropped.
+[[nodiscard]] inline uint32_t numberOfRank(const HostPlaces& places, uint32_t rank) noexcept {
+    return places.hosts->numbers[rank];
+}
+
+[[nodiscard]] inline uint32_t countHosts(const HostPlaces& places) noexcept {
+    return places.hosts == nullptr ? 0 : places.hosts->count;
+}
+
+inline void dropNumbers(HostPlaces& places) noexcept {
+    if (places.hosts != nullptr) {
+        dropHostNumbers(*places.hosts);
+    }
+}
+
+inline void freeHostPlaces(HostPlaces& places) noexcept {
+    freeFlatHosts(places.hosts);
+    places = {};
+}
+
+// Where the lookup of a name begins. There is a name.
+[[nodiscard]] inline HostProbe probeOf(const HostPlaces& places, const char* name,
+                                       uint32_t length) noexcept {
+    return prepareFlatHost(*places.hosts, NameHash{hashText(places.seed, name, length)});
+}
+
+// The rank of the name for which isName(rank) is true; NO_RECORD without one.
 template <typename IsName>
-[[nodiscard]] uint32_t findHostPlace(const HostPlaces& hosts, const char* name, uint32_t length,
-                                     const IsName& isName) noexcept {
-    constexpr uint64_t ONES = 0x0101010101010101;
-    constexpr uint64_t HIGH_BITS = 0x8080808080808080;
-    if (hosts.groupCount == 0) {
-        return NO_RECORD;
-    }
-    const HostProbe probe = probeOf(hosts, name, length);
-    __builtin_prefetch(hosts.places + probe.group * HOST_GROUP);
-    for (uint64_t group = probe.group;;) {
-        const uint64_t tags = hosts.tags[group];
-        const uint64_t others = tags ^ (probe.tag * ONES);
-        // Where a byte of others is 0, and perhaps above it.
-        for (uint64_t same = (others - ONES) & ~others & HIGH_BITS; same != 0; same &= same - 1) {
-            const auto slot = static_cast<uint32_t>(std::countr_zero(same)) / 8;
-            const uint32_t place = hosts.places[group * HOST_GROUP + slot];
-            if (isName(place)) {
-                return place;
-            }
-        }
-        if (tags >> (8 * (HOST_GROUP - 1)) == 0) {
-            return NO_RECORD;
-        }
-        group = group + 1 == hosts.groupCount ? 0 : group + 1;
-    }
+[[nodiscard]] uint32_t findHostRank(const HostPlaces& places, const char* name, uint32_t length,
+                                    const IsName& isName) noexcept {
+    return places.hosts == nullptr ? NO_RECORD
+                                   : searchFlatHost(probeOf(places, name, length), isName).rank;
 }
 
 }  // namespace rs

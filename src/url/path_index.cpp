@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <functional>
 
 #include "core/lines.h"
 #include "domain/host_name.h"
@@ -28,7 +29,7 @@ struct SectionHeader {
     uint32_t firstEntry;     // of the list, in the array of packed paths
     uint8_t headCount;
     uint8_t flags;
-    uint8_t hostLength;  // of the host's name; 0 where nobody asks for it
+    uint8_t hostLength;  // of the host's name, when it is here; 0 otherwise
     uint8_t textCells;   // after the heads: the name, and what the heads leave of their prefixes
 };
 
@@ -57,6 +58,10 @@ static_assert(sizeof(SectionHeader) == sizeof(PathCell) &&
               sizeof(SectionTables) == sizeof(PathCell) && sizeof(PathHead) == sizeof(PathCell));
 
 constexpr uint32_t LINE_CELLS = CACHE_LINE / sizeof(PathCell);
+
+// Of a front, beside the scheme of its first section.
+constexpr uint8_t FRONT_ONE_RULE = 32;  // the place is this rule
+constexpr uint8_t FRONT_ALONE = 64;     // and no place above covers the host as well
 
 // A longer rest of a prefix is not copied to its place.
 constexpr uint32_t LONGEST_REST = 56;
@@ -108,19 +113,20 @@ struct PathQuery {
     const UrlMatchKey* url;
 };
 
+uint8_t admittedSections(const UrlMatchKey& key) noexcept {
+    if (key.scheme.length != HTTPS_SCHEME_LENGTH) {
+        return SECTION_ANY_SCHEME | SECTION_NO_SCHEME;
+    }
+    return SECTION_ANY_SCHEME | (isHttps(key) ? SECTION_HTTPS : 0U);
+}
+
 PathQuery makeQuery(const UrlMatchKey& key) noexcept {
-    const bool https = isHttps(key);
-    PathQuery query{pathKeyOf(key, https ? HTTPS_PORT : HTTP_PORT), 0, 0, SECTION_ANY_SCHEME, &key};
+    PathQuery query{listKeyOf(key), 0, 0, admittedSections(key), &key};
     query.firstBytes = firstWord(query.list.path, query.list.length);
     if (query.list.port == HTTP_PORT) {
         query.portFlag = HEAD_PORT_80;
     } else if (query.list.port == HTTPS_PORT) {
         query.portFlag = HEAD_PORT_443;
-    }
-    if (key.scheme.length != HTTPS_SCHEME_LENGTH) {
-        query.admitted |= SECTION_NO_SCHEME;
-    } else if (https) {
-        query.admitted |= SECTION_HTTPS;
     }
     return query;
 }
@@ -209,16 +215,79 @@ void findAtPlace(const PathIndex& index, uint32_t place, const PathQuery& query,
     }
 }
 
-uint32_t findHost(const PathIndex& index, const Text& host) noexcept {
-    return findHostPlace(index.hosts, host.text, host.length, [&](uint32_t place) noexcept {
-        // Most places end in the line after this one; what is reported is at the entry. Both are on their way
-        // before the first comparison whose outcome nobody foresees.
-        __builtin_prefetch(index.cells + place + LINE_CELLS);
+// Whether the name that does not fit into its front is this one.
+bool isLongName(const PathIndex& index, const HostFront& front, const Text& host) noexcept {
+    return std::memcmp(textOf(index, headerAt(index, front.place), front.place), host.text,
+                       host.length) == 0;
+}
+
+// Says of a rank whether it is that of a host. Both lines of a front are on their way before the first comparison whose
+// outcome nobody foresees.
+auto isFrontOf(const PathIndex& index, const Text& host) noexcept {
+    return [&index, &host](size_t rank) noexcept {
+        const HostFront& front = index.fronts[rank];
+        __builtin_prefetch(&front.entry);
+        return front.hostLength == host.length &&
+               (host.length <= FRONT_TEXT ? std::memcmp(front.text, host.text, host.length) == 0
+                                          : isLongName(index, front, host));
+    };
+}
+
+[[gnu::noinline]] const HostFront* searchFront(const PathIndex& index, HostProbe probe,
+                                               const Text& host) noexcept {
+    const uint32_t rank = searchFlatHost(probe, isFrontOf(index, host)).rank;
+    return rank == NO_RECORD ? nullptr : index.fronts + rank;
+}
+
+// Null when the host has no rule of its own.
+const HostFront* findFront(const PathIndex& index, const Text& host) noexcept {
+    if (index.fronts == nullptr) {
+        return nullptr;
+    }
+    const HostProbe probe = probeOf(index.hosts, host.text, host.length);
+    return tryFlatHost(
+        probe, isFrontOf(index, host),
+        [&](size_t rank) noexcept -> const HostFront* { return index.fronts + rank; },
+        []() noexcept -> const HostFront* { return nullptr; },
+        [&]() noexcept { return searchFront(index, probe, host); });
+}
+
+// Whether the one rule of a front covers the key. The bytes of its prefix that are not in the front are its entry's.
+bool coversInFront(const HostFront& front, const PathKey& key) noexcept {
+    const UrlPathEntry& entry = front.entry;
+    const uint32_t length = front.pathLength;
+    return entry.prefixLength <= key.length &&
+           std::memcmp(front.text + front.hostLength, key.path, length) == 0 &&
+           (length == entry.prefixLength || std::memcmp(entry.path + length, key.path + length,
+                                                        entry.prefixLength - length) == 0) &&
+           endsAtSeparator(entry, key) && hasPort(entry, key) && hasTail(entry, key);
+}
+
+[[gnu::noinline]] const UrlPathEntry* findInPlaces(const PathIndex& index, const HostFront* front,
+                                                   const FlatNames* wildcardHosts,
+                                                   const UrlMatchKey& key) noexcept {
+    const PathQuery query = makeQuery(key);
+    Winner winner{nullptr, UINT32_MAX};
+    uint32_t place = NO_RECORD;
+    if (front != nullptr) {
+        if ((front->flags & FRONT_ONE_RULE) == 0) {
+            findAtPlace(index, front->place, query, winner);
+        } else if ((front->flags & query.admitted) != 0 && coversInFront(*front, query.list)) {
+            winner.take(&front->entry);
+        }
+        place = front->earliestAbove < winner.before ? front->above : NO_RECORD;
+    } else if (wildcardHosts != nullptr) {
+        place = findFlatName(*wildcardHosts, key.host.text, key.host.length);
+    }
+    while (place != NO_RECORD) {
+        findAtPlace(index, place, query, winner);
         const SectionHeader& header = headerAt(index, place);
-        __builtin_prefetch(index.paths + header.firstEntry);
-        return header.hostLength == host.length &&
-               std::memcmp(textOf(index, header, place), host.text, host.length) == 0;
-    });
+        place = header.earliestAbove < winner.before ? header.above : NO_RECORD;
+    }
+    if (index.anyHost != NO_RECORD) {
+        findAtPlace(index, index.anyHost, query, winner);
+    }
+    return winner.entry;
 }
 
 // Building.
@@ -313,11 +382,20 @@ uint32_t countChain(UrlHostNode* head) noexcept {
     return count;
 }
 
-class PathIndexBuild {
+// The scheme of a node, which the node of any host has, too, although nobody asks for it.
+uint8_t schemeOf(const UrlHostNode& node) noexcept {
+    return node.schemeLength != 0 ? SECTION_HTTPS : SECTION_NO_SCHEME;
+}
+
+// A name that does not fit into the front of its place is in the section.
+uint32_t lengthInSection(uint32_t hostLength) noexcept {
+    return hostLength <= FRONT_TEXT ? 0 : hostLength;
+}
+
+// The first step: which nodes have a place, and the ranks of exact hosts.
+class HostRanking {
 public:
-    // places says for each node which other one is in its place: NO_RECORD for none, NOT_FIRST for the
-    // second one of a place. When the place is built, it gets the number of the place.
-    PathIndexBuild(const UrlIndex& index, uint32_t* places) noexcept
+    HostRanking(const UrlIndex& index, uint32_t* places) noexcept
         : index_(index),
           nodes_(index.records.nodes),
           places_(places),
@@ -325,39 +403,32 @@ public:
           nodeCount_(exactCount_ + countIn(index.wildcardHosts)) {}
 
     PathIndex* build() noexcept {
-        result_.reset(allocateRecord<PathIndex>());
-        if (!result_ || !pairNodes() || !allocateCells() ||
-            (exactCount_ != 0 && !reserveHostPlaces(result_->hosts, exactCount_))) {
+        OwnedPathIndex result(allocateRecord<PathIndex>());
+        if (!result || !pairNodes()) {
             return nullptr;
         }
-        result_->paths = index_.records.paths;
-        result_->anyHost = NO_RECORD;
-        if (index_.anyHost != nullptr) {
-            result_->anyHost = addPlace(anyHostParts());
-        }
-        for (uint32_t node = 0; node < nodeCount_; ++node) {
-            prefetchPaths(node);
-            places_[node] = isPlace(node) ? addPlace(partsAt(node)) : NO_RECORD;
-            if (node < exactCount_ && places_[node] != NO_RECORD) {
-                addHostPlace(result_->hosts, nodes_[node].host, nodes_[node].hostLength,
-                             places_[node]);
-            }
-        }
-        return result_.release();
+        result->anyHost = NO_RECORD;
+        const auto count = static_cast<uint32_t>(
+            exactCount_ - std::count(places_, places_ + exactCount_, NOT_FIRST));
+        const bool isRanked =
+            count == 0 || buildHostPlaces(result->hosts, count, [this](const auto& add) noexcept {
+                for (uint32_t i = 0; i < exactCount_; ++i) {
+                    prefetchHost(i);
+                    if (places_[i] != NOT_FIRST) {
+                        add(nodes_[i].host, nodes_[i].hostLength, i);
+                    }
+                }
+            });
+        return isRanked ? result.release() : nullptr;
     }
 
 private:
-    // No lookup finds a longer host.
-    bool isPlace(uint32_t node) const noexcept {
-        return places_[node] != NOT_FIRST && nodes_[node].hostLength <= MAX_HOST_LENGTH;
-    }
-
-    PlaceParts anyHostParts() const noexcept { return {index_.anyHost, nullptr, 0}; }
-
-    PlaceParts partsAt(uint32_t node) const noexcept {
-        const uint32_t other = places_[node];
-        return {nodes_ + node, other == NO_RECORD ? nullptr : nodes_ + other,
-                node < exactCount_ ? nodes_[node].hostLength : 0};
+    // The nodes are by bucket, their texts in rule order: each would be waited for.
+    void prefetchHost(uint32_t node) const noexcept {
+        constexpr uint32_t AHEAD = 8;
+        if (node + AHEAD < exactCount_) {
+            __builtin_prefetch(nodes_[node + AHEAD].host);
+        }
     }
 
     // Finds the nodes that have their host in common, those of the two schemes.
@@ -398,6 +469,66 @@ private:
         }
     }
 
+    const UrlIndex& index_;
+    const UrlHostNode* nodes_;
+    uint32_t* places_;
+    uint32_t exactCount_;
+    uint32_t nodeCount_;
+};
+
+// The last step: the places.
+class PathIndexBuild {
+public:
+    PathIndexBuild(const UrlIndex& index, PathIndex& result, uint32_t* places) noexcept
+        : index_(index),
+          nodes_(index.records.nodes),
+          places_(places),
+          exactCount_(countIn(index.exactHosts)),
+          nodeCount_(exactCount_ + countIn(index.wildcardHosts)),
+          result_(&result) {}
+
+    bool build() noexcept {
+        result_->paths = index_.records.paths;
+        if (!allocateCells()) {
+            return false;
+        }
+        if (index_.anyHost != nullptr) {
+            result_->anyHost = addPlace(anyHostParts());
+        }
+        for (uint32_t node = 0; node < nodeCount_; ++node) {
+            prefetchPaths(node);
+            places_[node] = hasCells(node) ? addPlace(partsAt(node)) : NO_RECORD;
+        }
+        for (uint32_t rank = 0; rank < countHosts(result_->hosts); ++rank) {
+            HostFront& front = result_->fronts[rank];
+            front.place = places_[numberOfRank(result_->hosts, rank)];
+            if (front.place == NO_RECORD) {
+                front.flags |= FRONT_ONE_RULE | (index_.anyHost == nullptr ? FRONT_ALONE : 0U);
+            }
+        }
+        return true;
+    }
+
+private:
+    // Whether a place is more than a front. No lookup finds a longer host.
+    bool hasCells(uint32_t node) const noexcept {
+        const UrlHostNode& host = nodes_[node];
+        if (places_[node] == NOT_FIRST || host.hostLength > MAX_HOST_LENGTH) {
+            return false;
+        }
+        const bool isInFront = node < exactCount_ && places_[node] == NO_RECORD &&
+                               host.hostLength <= FRONT_TEXT && hasOneEntry(host);
+        return !isInFront;
+    }
+
+    PlaceParts anyHostParts() const noexcept { return {index_.anyHost, nullptr, 0}; }
+
+    PlaceParts partsAt(uint32_t node) const noexcept {
+        const uint32_t other = places_[node];
+        return {nodes_ + node, other == NO_RECORD ? nullptr : nodes_ + other,
+                node < exactCount_ ? lengthInSection(nodes_[node].hostLength) : 0};
+    }
+
     // The tables come after all places. A line is free at the end: a lookup fetches the one after a place.
     bool allocateCells() noexcept {
         uint64_t places = 0;
@@ -419,7 +550,7 @@ private:
         }
         for (uint32_t node = 0; node < nodeCount_; ++node) {
             prefetchPaths(node);
-            if (isPlace(node)) {
+            if (hasCells(node)) {
                 count(partsAt(node));
             }
         }
@@ -456,7 +587,7 @@ private:
     void addSection(const UrlHostNode& node, uint32_t hostLength, uint32_t flags) noexcept {
         const bool hasTables = hasListTable(node) || node.pathBlocks != nullptr;
         const bool hasHeads = node.pathCount != 0 && !hasListTable(node);
-        flags |= schemeOf(node) | (hasTables ? SECTION_HAS_TABLES : 0U);
+        flags |= sectionSchemeOf(node) | (hasTables ? SECTION_HAS_TABLES : 0U);
         SectionHeader& header = headerAt(*result_, nextCell_);
         header = {NO_RECORD,
                   UINT32_MAX,
@@ -476,12 +607,8 @@ private:
         nextCell_ = sectionAfter(header, nextCell_);
     }
 
-    // The node of any host has the scheme of its first rule, and nobody asks for it.
-    uint32_t schemeOf(const UrlHostNode& node) const noexcept {
-        if (&node == index_.anyHost) {
-            return SECTION_ANY_SCHEME;
-        }
-        return node.schemeLength != 0 ? SECTION_HTTPS : SECTION_NO_SCHEME;
+    uint32_t sectionSchemeOf(const UrlHostNode& node) const noexcept {
+        return &node == index_.anyHost ? SECTION_ANY_SCHEME : schemeOf(node);
     }
 
     uint32_t placeOf(const UrlPathEntry& entry) const noexcept {
@@ -539,9 +666,45 @@ private:
     uint32_t nodeCount_;
     uint32_t nextCell_ = 0;
     uint32_t nextTable_ = 0;
-    OwnedPathIndex result_;
+    PathIndex* result_;
     OwnedMemory<PathItem[]> items_;  // room for the largest table
 };
+
+// The second step: the fronts, which take the entries of hosts with one rule.
+void prefetchFront(const HostPlaces& hosts, const UrlHostNode* nodes, uint32_t rank,
+                   uint32_t count) noexcept {
+    constexpr uint32_t AHEAD = 8;
+    if (rank + 3 * AHEAD < count) {
+        __builtin_prefetch(nodes + numberOfRank(hosts, rank + 3 * AHEAD));
+    }
+    if (rank + 2 * AHEAD < count) {
+        const UrlHostNode& node = nodes[numberOfRank(hosts, rank + 2 * AHEAD)];
+        __builtin_prefetch(node.paths);
+        __builtin_prefetch(node.host);
+    }
+    if (rank + AHEAD < count) {
+        const UrlPathEntry* entry = nodes[numberOfRank(hosts, rank + AHEAD)].paths;
+        if (entry != nullptr) {
+            __builtin_prefetch(entry->path);
+        }
+    }
+}
+
+void fillFront(HostFront& front, UrlHostNode& node) noexcept {
+    front.above = NO_RECORD;
+    front.earliestAbove = UINT32_MAX;
+    front.hostLength = static_cast<uint8_t>(node.hostLength);
+    front.flags = schemeOf(node);
+    const uint32_t hostLength = std::min(node.hostLength, FRONT_TEXT);
+    char* text = std::copy_n(node.host, hostLength, front.text);
+    if (hasOneEntry(node)) {
+        front.entry = *node.paths;
+        front.pathLength =
+            static_cast<uint16_t>(std::min(front.entry.prefixLength, FRONT_TEXT - hostLength));
+        std::copy_n(front.entry.path, front.pathLength, text);
+        node.paths = &front.entry;
+    }
+}
 
 uint32_t earliestOfPlace(const PathIndex& index, uint32_t place) noexcept {
     uint32_t earliest = headerAt(index, place).earliestAbove;
@@ -562,8 +725,38 @@ uint32_t earliestOfPlace(const PathIndex& index, uint32_t place) noexcept {
 
 }  // namespace
 
-PathIndex* buildPathIndex(const UrlIndex& index, uint32_t* places) noexcept {
-    return PathIndexBuild(index, places).build();
+PathIndex* startPathIndex(const UrlIndex& index, uint32_t* places) noexcept {
+    return HostRanking(index, places).build();
+}
+
+bool hasOneEntry(const UrlHostNode& node) noexcept {
+    return node.pathCount == 1 && node.pathBlocks == nullptr;
+}
+
+void fillFronts(PathIndex& index, UrlHostNode* nodes, UrlPathWord* words) noexcept {
+    const uint32_t count = countHosts(index.hosts);
+    index.fronts = count == 0 ? nullptr : reinterpret_cast<HostFront*>(words);
+    for (uint32_t rank = 0; rank < count; ++rank) {
+        prefetchFront(index.hosts, nodes, rank, count);
+        fillFront(index.fronts[rank], nodes[numberOfRank(index.hosts, rank)]);
+    }
+}
+
+bool isInFront(const PathIndex& index, const UrlHostNode& node) noexcept {
+    constexpr std::less<const void*> IS_BEFORE;
+    return node.paths != nullptr && !IS_BEFORE(node.paths, index.fronts) &&
+           IS_BEFORE(node.paths, index.fronts + countHosts(index.hosts));
+}
+
+bool finishPathIndex(PathIndex& result, const UrlIndex& index, uint32_t* places) noexcept {
+    return PathIndexBuild(index, result, places).build();
+}
+
+void linkHost(PathIndex& index, uint32_t rank, uint32_t above) noexcept {
+    HostFront& front = index.fronts[rank];
+    front.above = above;
+    front.earliestAbove = earliestOfPlace(index, above);
+    front.flags &= static_cast<uint8_t>(~FRONT_ALONE);
 }
 
 void linkPlace(PathIndex& index, uint32_t place, uint32_t above) noexcept {
@@ -574,24 +767,16 @@ void linkPlace(PathIndex& index, uint32_t place, uint32_t above) noexcept {
 
 const UrlPathEntry* findPath(const PathIndex& index, const FlatNames* wildcardHosts,
                              const UrlMatchKey& key) noexcept {
-    uint32_t place = findHost(index, key.host);
-    if (place == NO_RECORD && wildcardHosts != nullptr) {
-        place = findFlatName(*wildcardHosts, key.host.text, key.host.length);
+    const HostFront* front = findFront(index, key.host);
+    if (front != nullptr && (front->flags & FRONT_ALONE) != 0) {
+        return (front->flags & admittedSections(key)) != 0 && coversInFront(*front, listKeyOf(key))
+                   ? &front->entry
+                   : nullptr;
     }
-    if (place == NO_RECORD && index.anyHost == NO_RECORD) {
+    if (front == nullptr && wildcardHosts == nullptr && index.anyHost == NO_RECORD) {
         return nullptr;
     }
-    const PathQuery query = makeQuery(key);
-    Winner winner{nullptr, UINT32_MAX};
-    while (place != NO_RECORD) {
-        findAtPlace(index, place, query, winner);
-        const SectionHeader& header = headerAt(index, place);
-        place = header.earliestAbove < winner.before ? header.above : NO_RECORD;
-    }
-    if (index.anyHost != NO_RECORD) {
-        findAtPlace(index, index.anyHost, query, winner);
-    }
-    return winner.entry;
+    return findInPlaces(index, front, wildcardHosts, key);
 }
 
 void freePathIndex(PathIndex* index) noexcept {

@@ -23,23 +23,19 @@ namespace rs {
 
 namespace {
 
-// Rules from which on an index has flat lookups. With 8 rules they answer in two thirds of the time of the ordered
-// structures, and with 4 already; below that their memory is not worth it.
-constexpr uint32_t FLAT_URLS = 8;
-
 // The place of a rule: its scheme, and its host without wildcard.
-struct HostPlace {
+struct NodePlace {
     Text scheme;
     Text host;
 };
 
-HostPlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
+NodePlace placeOf(const UrlRule& rule, uint32_t skipped) noexcept {
     const DomainRuleText& host = rule.rule.host;
     return {rule.rule.scheme, {host.text + skipped, host.length - skipped}};
 }
 
 // Depends on all bytes of a place, and on the seed.
-uint32_t hashPlace(const HashSeed& seed, const HostPlace& place) noexcept {
+uint32_t hashPlace(const HashSeed& seed, const NodePlace& place) noexcept {
     constexpr uint32_t WORD = sizeof(uint64_t);
     uint64_t hash = seed.left ^ ((uint64_t{place.scheme.length} << 32U) | place.host.length);
     const char* bytes = place.host.text;
@@ -54,7 +50,7 @@ uint32_t hashPlace(const HashSeed& seed, const HostPlace& place) noexcept {
     return static_cast<uint32_t>(mixHash(hash, seed.right) >> 16U);
 }
 
-bool isAt(const UrlHostNode& node, const HostPlace& place) noexcept {
+bool isAt(const UrlHostNode& node, const NodePlace& place) noexcept {
     // There is one scheme to be told apart from none.
     return node.schemeLength == place.scheme.length && node.hostLength == place.host.length &&
            std::memcmp(node.host, place.host.text, place.host.length) == 0;
@@ -82,7 +78,7 @@ struct UrlBuild {
 };
 
 // Fills a new node. False for a host that no node can have, and when memory is out.
-bool fillHostNode(UrlHostNode& node, TextSlab& texts, const HostPlace& place) noexcept {
+bool fillHostNode(UrlHostNode& node, TextSlab& texts, const NodePlace& place) noexcept {
     if (place.host.length == 0 || place.host.length > MAX_STORED_LENGTH) {
         return false;
     }
@@ -103,7 +99,7 @@ bool fillHostNode(UrlHostNode& node, TextSlab& texts, const HostPlace& place) no
 }
 
 // Null for a host that no node can have, and when memory is out.
-UrlHostNode* addHostNode(EnteredHosts& hosts, TextSlab& texts, const HostPlace& place,
+UrlHostNode* addHostNode(EnteredHosts& hosts, TextSlab& texts, const NodePlace& place,
                          uint32_t hash) noexcept {
     UrlHostNode* node = hosts.slots.reserveOne() ? newRecord(hosts.nodes) : nullptr;
     if (node == nullptr) {
@@ -123,7 +119,7 @@ UrlHostNode* addHostNode(EnteredHosts& hosts, TextSlab& texts, const HostPlace& 
 }
 
 // The node of a place, made when there is none; null as addHostNode.
-UrlHostNode* ensureHostNode(UrlBuild& build, EnteredHosts& hosts, const HostPlace& place) noexcept {
+UrlHostNode* ensureHostNode(UrlBuild& build, EnteredHosts& hosts, const NodePlace& place) noexcept {
     const uint32_t hash = hashPlace(build.seed, place);
     const HostSlot* slot = hosts.slots.find(hash, [&](const HostSlot& taken) noexcept {
         return isAt(recordAt(hosts.nodes, taken.position - 1), place);
@@ -145,7 +141,7 @@ bool addPath(UrlRecords& records, UrlHostNode& node, const UrlRule& rule,
 }
 
 // Counts a rule that has no node or no entry, unless its host or path is what none can have.
-void countLeftOut(UrlIndex& index, const HostPlace& place, const UrlRule& rule) noexcept {
+void countLeftOut(UrlIndex& index, const NodePlace& place, const UrlRule& rule) noexcept {
     const bool isStorable = place.host.length != 0 && place.host.length <= MAX_STORED_LENGTH &&
                             rule.rule.path.length <= MAX_STORED_LENGTH;
     index.leftOut += isStorable ? 1 : 0;
@@ -157,7 +153,7 @@ bool insertUrlRule(UrlBuild& build, EnteredHosts& hosts, const UrlRule& rule, ui
     if (!ensureHashTable(hosts.table, URL_BUCKETS)) {
         return false;
     }
-    const HostPlace place = placeOf(rule, skipped);
+    const NodePlace place = placeOf(rule, skipped);
     UrlHostNode* node = ensureHostNode(build, hosts, place);
     if (node == nullptr || !addPath(build.index.records, *node, rule, ruleIndex)) {
         countLeftOut(build.index, place, rule);
@@ -166,7 +162,7 @@ bool insertUrlRule(UrlBuild& build, EnteredHosts& hosts, const UrlRule& rule, ui
 }
 
 // Null when memory is out.
-UrlHostNode* makeAnyHost(TextSlab& texts, const HostPlace& place) noexcept {
+UrlHostNode* makeAnyHost(TextSlab& texts, const NodePlace& place) noexcept {
     OwnedMemory<UrlHostNode> node(allocateRecord<UrlHostNode>());
     return node && fillHostNode(*node, texts, place) ? node.release() : nullptr;
 }
@@ -174,7 +170,7 @@ UrlHostNode* makeAnyHost(TextSlab& texts, const HostPlace& place) noexcept {
 // Deliberate: rules for "*" share one node, which has the scheme of the first of them; no lookup
 // asks for it.
 void enterAnyHost(UrlIndex& index, const UrlRule& rule, uint32_t ruleIndex) noexcept {
-    const HostPlace place = placeOf(rule, 0);
+    const NodePlace place = placeOf(rule, 0);
     if (index.anyHost == nullptr) {
         index.anyHost = makeAnyHost(index.records.texts, place);
     }
@@ -222,23 +218,6 @@ void forEachRecord(const Slab<Record>& slab, const Visit& visit) noexcept {
     for (uint32_t i = 0; i < slab.count; ++i) {
         visit(recordAt(slab, i));
     }
-}
-
-// Moves the paths of all hosts to where they stay. Without memory for that they stay in their lists.
-void packAllPaths(UrlIndex& index) noexcept {
-    UrlRecords& records = index.records;
-    records.paths = allocateLines<UrlPathWord>(packedPathWords(records.enteredPaths.count));
-    if (records.paths == nullptr) {
-        return;
-    }
-    PathRoom room{records.paths, 0};
-    if (index.anyHost != nullptr) {
-        packPaths(*index.anyHost, room);
-    }
-    for (const auto* nodes : {&records.enteredExact, &records.enteredWildcard}) {
-        forEachRecord(*nodes, [&room](UrlHostNode& node) noexcept { packPaths(node, room); });
-    }
-    freeSlab(records.enteredPaths);
 }
 
 // The length of the block that nodes begin with: a lookup tests the scheme on the first node of a
@@ -322,8 +301,54 @@ void packHosts(UrlIndex& index) noexcept {
     freeSlab(records.enteredWildcard);
 }
 
+// How many hosts have their entry in a front, when the fronts are filled.
+size_t countInFronts(const PathIndex& paths, const UrlHostNode* nodes) noexcept {
+    size_t count = 0;
+    for (uint32_t rank = 0; rank < countHosts(paths.hosts); ++rank) {
+        count += hasOneEntry(nodes[numberOfRank(paths.hosts, rank)]) ? 1 : 0;
+    }
+    return count;
+}
+
+// Moves the paths of all hosts to where they stay. With an index of paths, the fronts are before them. Without memory
+// for that they stay in their lists, and it is false.
+bool packAllPaths(UrlIndex& index, PathIndex* paths) noexcept {
+    UrlRecords& records = index.records;
+    size_t frontWords = 0;
+    size_t inFronts = 0;
+    if (paths != nullptr) {
+        frontWords = countHosts(paths->hosts) * URL_FRONT_WORDS;
+        inFronts = countInFronts(*paths, records.nodes);
+    }
+    records.paths = allocateLines<UrlPathWord>(
+        frontWords + packedPathWords(records.enteredPaths.count - inFronts));
+    if (records.paths == nullptr) {
+        return false;
+    }
+    if (paths != nullptr) {
+        fillFronts(*paths, records.nodes, records.paths);
+    }
+    PathRoom room{records.paths, frontWords};
+    const auto pack = [&](UrlHostNode& node) noexcept {
+        if (paths == nullptr || !isInFront(*paths, node)) {
+            packPaths(node, room);
+        }
+    };
+    if (index.anyHost != nullptr) {
+        pack(*index.anyHost);
+    }
+    const uint32_t nodeCount = countNodes(index.exactHosts) + countNodes(index.wildcardHosts);
+    for (uint32_t i = 0; records.nodes != nullptr && i < nodeCount; ++i) {
+        pack(records.nodes[i]);
+    }
+    forEachRecord(records.enteredExact, pack);
+    forEachRecord(records.enteredWildcard, pack);
+    freeSlab(records.enteredPaths);
+    return true;
+}
+
 // Builds the names of the wildcard hosts, and links all places to those above. places has the places
-// of all nodes. False when memory is out.
+// of their nodes. False when memory is out.
 bool linkWildcardHosts(UrlIndex& index, PathIndex& paths, const uint32_t* places,
                        uint32_t exactCount, uint32_t nodeCount) noexcept {
     const UrlHostNode* nodes = index.records.nodes;
@@ -344,31 +369,31 @@ bool linkWildcardHosts(UrlIndex& index, PathIndex& paths, const uint32_t* places
     if (index.hostNames == nullptr) {
         return false;
     }
-    for (uint32_t i = 0; i < exactCount; ++i) {
-        const uint32_t above =
-            places[i] == NO_RECORD
-                ? NO_RECORD
-                : findFlatName(*index.hostNames, nodes[i].host, nodes[i].hostLength);
+    for (uint32_t rank = 0; rank < countHosts(paths.hosts); ++rank) {
+        const UrlHostNode& node = nodes[numberOfRank(paths.hosts, rank)];
+        const uint32_t above = findFlatName(*index.hostNames, node.host, node.hostLength);
         if (above != NO_RECORD) {
-            linkPlace(paths, places[i], above);
+            linkHost(paths, rank, above);
         }
     }
     return true;
 }
 
-// Without memory for all of the flat lookups, the ordered structures are asked.
-void buildFlatUrls(UrlIndex& index, size_t ruleCount) noexcept {
+// Packs all paths, and builds the flat lookups with them. Without memory for all of those, the ordered structures are
+// asked.
+void packFlatUrls(UrlIndex& index) noexcept {
     const uint32_t exactCount = countNodes(index.exactHosts);
-    const uint32_t wildcardCount = countNodes(index.wildcardHosts);
-    const uint32_t nodeCount = exactCount + wildcardCount;
+    const uint32_t nodeCount = exactCount + countNodes(index.wildcardHosts);
     const OwnedMemory<uint32_t[]> places(allocateArray<uint32_t>(nodeCount));
     const bool hasNodes = nodeCount == 0 || (index.records.nodes != nullptr && places);
-    if (index.records.paths == nullptr || !hasNodes || packedPathWords(ruleCount) >= NO_RECORD) {
-        return;
-    }
-    OwnedPathIndex paths(buildPathIndex(index, places.get()));
-    if (paths && (wildcardCount == 0 ||
-                  linkWildcardHosts(index, *paths, places.get(), exactCount, nodeCount))) {
+    const size_t mostWords =
+        nodeCount * URL_FRONT_WORDS + packedPathWords(index.records.enteredPaths.count);
+    OwnedPathIndex paths(hasNodes && mostWords < NO_RECORD ? startPathIndex(index, places.get())
+                                                           : nullptr);
+    if (packAllPaths(index, paths.get()) && paths && finishPathIndex(*paths, index, places.get()) &&
+        (nodeCount == exactCount ||
+         linkWildcardHosts(index, *paths, places.get(), exactCount, nodeCount))) {
+        dropNumbers(paths->hosts);
         index.pathIndex = paths.release();
     }
 }
@@ -384,10 +409,11 @@ UrlIndex* buildUrlIndex(RuleSet* set, RuleGroup* group) noexcept {
     if (!index || !enterUrlRules(*index, *set)) {
         return nullptr;
     }
-    packAllPaths(*index);
     packHosts(*index);
     if (wantsFlat(set->urlRules.ruleCount, FLAT_URLS)) {
-        buildFlatUrls(*index, set->urlRules.ruleCount);
+        packFlatUrls(*index);
+    } else {
+        static_cast<void>(packAllPaths(*index, nullptr));
     }
     return group->urlIndex = index.release();
 }

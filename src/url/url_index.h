@@ -12,7 +12,9 @@
 //
 //   UrlRecords   entered  | node | node | ...    | entry | entry | ...     in slabs, in rule order
 //                packed   | nodes of bucket 0 | nodes of bucket 1 | ...    in chain order
-//                         | block, its entries, entries of a list | ...    node by node
+//                         | fronts | block, its entries, entries of a list | ...    node by node
+//
+// A front has the entry of a host with one rule: see url/path_index.h. There are none without that lookup.
 //
 // When all rules are in, the records move to where they stay, each to its neighbours, and the slabs
 // that they were entered into are freed. Without memory for that, the records stay where they are: in

@@ -12,15 +12,17 @@ namespace rs::test {
 
 namespace {
 
-// Names "host0", "host1" ... whose places are their numbers.
+// Names "host0", "host1" ... with these numbers.
 class Hosts {
 public:
     explicit Hosts(uint32_t count) {
-        EXPECT_TRUE(reserveHostPlaces(hosts_, count));
-        for (uint32_t i = 0; i < count; ++i) {
-            const std::string name = nameAt(i);
-            addHostPlace(hosts_, name.data(), size32(name), i);
-        }
+        EXPECT_TRUE(buildHostPlaces(hosts_, count, [count](const auto& add) {
+            for (uint32_t i = 0; i < count; ++i) {
+                const std::string name = nameAt(i);
+                add(name.data(), size32(name), i);
+            }
+        }));
+        EXPECT_EQ(count, countHosts(hosts_));
     }
     Hosts(const Hosts&) = delete;
     Hosts& operator=(const Hosts&) = delete;
@@ -31,10 +33,11 @@ public:
     // How many places it was asked for goes into asked.
     uint32_t find(const std::string& name, uint32_t& asked) const {
         const ExactText text(name);
-        return findHostPlace(hosts_, text.data(), text.size(), [&](uint32_t place) {
+        const uint32_t rank = findHostRank(hosts_, text.data(), text.size(), [&](size_t candidate) {
             ++asked;
-            return nameAt(place) == name;
+            return nameAt(numberOfRank(hosts_, static_cast<uint32_t>(candidate))) == name;
         });
+        return rank == NO_RECORD ? NO_RECORD : numberOfRank(hosts_, rank);
     }
 
 private:
@@ -43,7 +46,9 @@ private:
 
 TEST(HostPlaces, OfNoHostsFindNone) {
     HostPlaces hosts{};
-    EXPECT_EQ(NO_RECORD, findHostPlace(hosts, "a", 1, [](uint32_t) { return true; }));
+    EXPECT_EQ(0U, countHosts(hosts));
+    EXPECT_EQ(NO_RECORD, findHostRank(hosts, "a", 1, [](size_t) { return true; }));
+    dropNumbers(hosts);
     freeHostPlaces(hosts);
 }
 
@@ -70,6 +75,16 @@ TEST(HostPlaces, SeldomAskForAHostThatIsNotThere) {
         static_cast<void>(hosts.find(Hosts::nameAt(i), asked));
     }
     EXPECT_GT(COUNT / 20, asked);
+}
+
+// The one seed after the other is tried; a name that is there twice has one hash with each.
+TEST(HostPlaces, AreNotBuiltForEqualNames) {
+    HostPlaces hosts{};
+    EXPECT_FALSE(buildHostPlaces(hosts, 2, [](const auto& add) {
+        add("a", 1, 0);
+        add("a", 1, 1);
+    }));
+    EXPECT_EQ(0U, countHosts(hosts));
 }
 
 }  // namespace
