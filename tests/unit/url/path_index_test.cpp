@@ -11,6 +11,7 @@
 
 #include "core/rule_group.h"
 #include "lookup/flat_policy.h"
+#include "support/host_names.h"
 #include "support/rule_builder.h"
 #include "support/text.h"
 #include "support/winner.h"
@@ -106,6 +107,27 @@ TEST_F(UrlPathIndex, AgreesWithTheListOnBothSidesOfItsLimits) {
                 EXPECT_EQ(0, winnerOf(*group, "a.com" + path + "b"));
             }
             EXPECT_EQ(0, winnerOf(*group, "a.com/" + std::string(length, 'z')));
+        }
+    }
+}
+
+// The name and the prefix are in the front up to its text, and the rest is elsewhere.
+TEST_F(UrlPathIndex, AgreesOnBothSidesOfTheTextOfAFront) {
+    for (const uint32_t hostLength :
+         {5U, 8U, FRONT_TEXT - 1, FRONT_TEXT, FRONT_TEXT + 1, 2 * FRONT_TEXT}) {
+        for (const uint32_t length : {1U, 2U, FRONT_TEXT - hostLength % FRONT_TEXT, FRONT_TEXT,
+                                      FRONT_TEXT + 1, 3 * FRONT_TEXT}) {
+            SCOPED_TRACE(std::to_string(hostLength) + " and " + std::to_string(length));
+            const std::string host = nameOfLength(hostLength);
+            const std::string path = '/' + std::string(length - 1, 'a');
+            const RuleGroupHandle group = makeUrlGroup({{host + path + '*'}});
+            EXPECT_EQ(1, winnerOf(*group, host + path));
+            EXPECT_EQ(1, winnerOf(*group, host + path + "b"));
+            EXPECT_EQ(0, winnerOf(*group, "https://" + host + path));
+            EXPECT_EQ(0, winnerOf(*group, host + ":81" + path));
+            EXPECT_EQ(length == 1 ? 1 : 0,
+                      winnerOf(*group, host + path.substr(0, length - 1) + "/b"));
+            EXPECT_EQ(0, winnerOf(*group, host.substr(0, hostLength - 1) + 'x' + path));
         }
     }
 }
