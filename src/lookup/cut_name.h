@@ -158,29 +158,35 @@ constexpr uint64_t findDots(uint64_t word) noexcept {
                                   : cutDottedName(name, length, cut);
 }
 
-// The hashes of the suffixes of a cut name.
-class SuffixHashes {
+// Most names have at most as many words: that these take no branch is worth more than the words not taken.
+inline constexpr uint32_t USUAL_WORDS = 4;
+
+// The hashes of the suffixes of a name of at most WordCount words.
+template <uint32_t WordCount>
+class WordHashes {
 public:
-    SuffixHashes(const CutName& cut, const HashSeed& seed) noexcept
-        : length_(cut.length), factor_(seed.right) {
-        const NameWords words(cut);
+    static constexpr uint32_t WORD = 8;
+
+    // bytesFrom(start) is the word that begins there.
+    template <typename BytesFrom>
+    WordHashes(uint32_t length, const HashSeed& seed, const BytesFrom& bytesFrom) noexcept
+        : length_(length), factor_(seed.right) {
         const uint64_t chainFactor = seed.left + seed.right;
         uint64_t hash = seed.left;
         const auto add = [&](uint32_t i) noexcept {
             const uint32_t end = WORD * (i + 1);
-            const uint64_t word = words.bytesFrom(length_ > end ? length_ - end : 0);
+            const uint64_t word = bytesFrom(length > end ? length - end : 0);
             words_[i] = {word, hash};
             hash = mixHash(hash ^ word, chainFactor);
         };
-        // Most names have at most four words: that these take no branch is worth more than the words not taken.
         for (uint32_t i = 0; i < USUAL_WORDS; ++i) {
             add(i);
         }
-        for (uint32_t i = USUAL_WORDS; WORD * i < length_; ++i) {
+        for (uint32_t i = USUAL_WORDS; i < WordCount && WORD * i < length; ++i) {
             add(i);
         }
         // Of the first word, some bytes are before the name.
-        words_[(length_ - 1) / WORD].bytes = words.bytesFrom(0) << ((0U - length_) % WORD * 8);
+        words_[(length - 1) / WORD].bytes = bytesFrom(0) << ((0U - length) % WORD * 8);
     }
 
     // Of the suffix from start on.
@@ -188,15 +194,11 @@ public:
         const uint32_t length = length_ - start;
         const Word& word = words_[(length - 1) / WORD];
         // Of its first word, the bytes that are in the suffix are the highest.
-        const uint64_t first = word.bytes >> ((0U - length) % WORD * 8);
+        const uint64_t first = word.bytes >> (0U - length * 8) % 64;
         return mixHash(word.hashAfter ^ first, factor_ ^ length);
     }
 
 private:
-    static constexpr uint32_t WORD = 8;
-    static constexpr uint32_t USUAL_WORDS = 4;
-    static constexpr uint32_t MOST_WORDS = LONGEST_WIRE_NAME / WORD;
-
     struct Word {
         uint64_t bytes;
         uint64_t hashAfter;  // of the words after it
@@ -204,7 +206,32 @@ private:
 
     uint32_t length_;
     uint64_t factor_;
-    Word words_[MOST_WORDS];  // of the name, the last first
+    Word words_[WordCount];  // of the name, the last first
+};
+
+// The hashes of the suffixes of a cut name.
+class SuffixHashes : public WordHashes<LONGEST_WIRE_NAME / 8> {
+public:
+    SuffixHashes(const CutName& cut, const HashSeed& seed) noexcept
+        : WordHashes(cut.length, seed, [words = NameWords(cut)](uint32_t start) noexcept {
+              return words.bytesFrom(start);
+          }) {}
+};
+
+// The same of a name that is not cut, and has as many bytes as most names have: all of its words are read without a
+// branch.
+class UsualSuffixHashes : public WordHashes<USUAL_WORDS> {
+public:
+    [[nodiscard]] static bool isUsual(uint32_t length) noexcept {
+        return length - WORD <= WORD * (USUAL_WORDS - 1);
+    }
+
+    UsualSuffixHashes(const char* name, uint32_t length, const HashSeed& seed) noexcept
+        : WordHashes(length, seed, [name](uint32_t start) noexcept {
+              uint64_t word = 0;
+              std::memcpy(&word, name + start, sizeof word);
+              return word;
+          }) {}
 };
 
 // The hash of the whole of a cut name, or of its longest suffix that a table may have.

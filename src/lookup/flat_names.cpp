@@ -1,6 +1,7 @@
 #include "lookup/flat_names.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -10,7 +11,9 @@ namespace {
 
 // Of 100 names, two thirds of the slots are taken: one name in fifteen is not in its own line.
 constexpr uint64_t NAMES_PER_100_LINES = 264;
-constexpr uint64_t FILTER_BITS = 16;  // a name: one suffix in 80 passes that is not there
+
+// As many suffixes are asked for at once. More labels are rare, and a name among nested ones ends with the first.
+constexpr uint32_t SUFFIXES_AT_ONCE = 8;
 
 // A search that is as long does not happen unless somebody knows the seed.
 constexpr uint32_t LONGEST_SEARCH = 64;
@@ -26,14 +29,22 @@ uint32_t keyOf(uint64_t hash, uint32_t length) noexcept {
     return (static_cast<uint32_t>(hash >> 18U) & 0xFFFFFE00U) | 0x100U | (length - 1);
 }
 
+// Of a line's word of the filter, two bits for each name: one suffix in 100 passes that is not there.
 uint64_t filterBitsOf(uint64_t hash) noexcept {
-    return uint64_t{1} << (hash & 63U) | uint64_t{1} << (hash >> 6U & 63U) |
-           uint64_t{1} << (hash >> 12U & 63U);
+    return uint64_t{1} << (hash & 63U) | uint64_t{1} << (hash >> 6U & 63U);
 }
 
-bool mayHave(const FlatNames& names, uint64_t hash) noexcept {
-    const uint64_t bits = filterBitsOf(hash);
-    return (names.filter[scaleHash(hash, names.filterCount)] & bits) == bits;
+uint64_t lineOf(const FlatNames& names, uint64_t hash) noexcept {
+    return scaleHash(hash, names.lineCount);
+}
+
+// 1 when a name with the hash may be there, 0 when none is. Of a big table, a line takes longer than the filter: it is
+// fetched meanwhile.
+uint32_t mayHave(const FlatNames& names, uint64_t hash) noexcept {
+    const uint64_t line = lineOf(names, hash);
+    __builtin_prefetch(names.slots + line * NAME_LINE_SLOTS);
+    const uint64_t bits = names.filter[line];
+    return static_cast<uint32_t>(bits >> (hash & 63U) & bits >> (hash >> 6U & 63U) & 1U);
 }
 
 bool isName(const FlatNames& names, const NameSlot& slot, const char* bytes,
@@ -53,7 +64,7 @@ uint32_t sameKeys(const NameSlot* slots, uint32_t key) noexcept {
 const NameSlot* findSlot(const FlatNames& names, uint64_t hash, const char* bytes,
                          uint32_t length) noexcept {
     const uint32_t key = keyOf(hash, length);
-    for (uint64_t line = scaleHash(hash, names.lineCount);;) {
+    for (uint64_t line = lineOf(names, hash);;) {
         const NameSlot* slots = names.slots + line * NAME_LINE_SLOTS;
         for (uint32_t same = sameKeys(slots, key); same != 0; same &= same - 1) {
             const NameSlot& slot = slots[std::countr_zero(same)];
@@ -68,37 +79,74 @@ const NameSlot* findSlot(const FlatNames& names, uint64_t hash, const char* byte
     }
 }
 
-// A suffix that passes the filter.
-struct Candidate {
-    uint64_t hash;
+struct FoundSuffix {
+    const NameSlot* slot;  // null without one
     uint32_t suffix;
 };
 
-// The slot of the longest suffix that is known, of those that come after the first skipped ones.
-const NameSlot* findLongest(const FlatNames& names, const CutName& cut, uint32_t skipped,
-                            bool& isWhole) noexcept {
+// The longest suffix that is known, of those that come after the first skipped ones.
+FoundSuffix findLongest(const FlatNames& names, const CutName& cut, uint32_t skipped) noexcept {
     const SuffixHashes hashes(cut, names.seed);
-    Candidate candidates[MOST_SUFFIXES];
-    uint32_t count = 0;
     const uint32_t end = cut.count + 1 - std::min(names.fewestSuffixes, cut.count + 1);
-    for (uint32_t i = skipped; i < end; ++i) {
-        const uint64_t hash = hashes.of(cut.starts[i]);
-        candidates[count] = {hash, i};
-        // Of a big table, a line takes longer than the filter.
-        __builtin_prefetch(names.slots + scaleHash(hash, names.lineCount) * NAME_LINE_SLOTS);
-        count += mayHave(names, hash) ? 1 : 0;
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        const uint32_t suffix = candidates[i].suffix;
-        const uint32_t start = cut.starts[suffix];
-        const NameSlot* slot =
-            findSlot(names, candidates[i].hash, cut.bytes + start, cut.length - start);
-        if (slot != nullptr) {
-            isWhole = suffix == 0 && cut.isWhole != 0;
-            return slot;
+    for (uint32_t first = skipped; first < end; first += SUFFIXES_AT_ONCE) {
+        uint32_t passed = 0;
+        for (uint32_t i = std::min(first + SUFFIXES_AT_ONCE, end); i-- > first;) {
+            passed = passed << 1U | mayHave(names, hashes.of(cut.starts[i]));
+        }
+        for (; passed != 0; passed &= passed - 1) {
+            const uint32_t suffix = first + static_cast<uint32_t>(std::countr_zero(passed));
+            const uint32_t start = cut.starts[suffix];
+            const NameSlot* slot =
+                findSlot(names, hashes.of(start), cut.bytes + start, cut.length - start);
+            if (slot != nullptr) {
+                return {slot, suffix};
+            }
         }
     }
-    return nullptr;
+    return {nullptr, 0};
+}
+
+uint32_t findCutName(const FlatNames& names, const char* name, uint32_t length) noexcept {
+    CutName cut;
+    if (!cutName(names.form, name, length, cut)) {
+        return NO_RECORD;
+    }
+    const FoundSuffix found = findLongest(names, cut, 0);
+    if (found.slot == nullptr) {
+        return NO_RECORD;
+    }
+    return found.suffix == 0 && cut.isWhole != 0 ? found.slot->whole : found.slot->below;
+}
+
+// A name of the wire form and of usual length. It is not cut first: each suffix is asked for as soon as its start is
+// known, so that the number of labels, which nobody can foresee, ends one loop and not two.
+uint32_t findUsualName(const FlatNames& names, const char* name, uint32_t length) noexcept {
+    const UsualSuffixHashes hashes(name, length, names.seed);
+    std::array<uint32_t, SUFFIXES_AT_ONCE> starts;
+    uint32_t count = 0;
+    uint32_t passed = 0;  // the last suffix is the lowest bit
+    uint32_t start = 0;
+    uint32_t emptyLabels = 0;  // the highest bit is 1 when there is one
+    do {
+        const uint32_t label = static_cast<uint8_t>(name[start]);
+        starts[count++] = start;
+        passed = 2 * passed + mayHave(names, hashes.of(start));
+        emptyLabels |= label - 1;
+        start += label + 1;
+    } while (start < length && count < SUFFIXES_AT_ONCE);
+    if (start != length || (emptyLabels >> 31U) != 0) [[unlikely]] {
+        return findCutName(names, name, length);
+    }
+    while (passed != 0) {
+        const auto suffix = count - static_cast<uint32_t>(std::bit_width(passed));
+        start = starts[suffix];
+        const NameSlot* slot = findSlot(names, hashes.of(start), name + start, length - start);
+        if (slot != nullptr) {
+            return suffix == 0 ? slot->whole : slot->below;
+        }
+        passed -= std::bit_floor(passed);
+    }
+    return NO_RECORD;
 }
 
 uint32_t combined(uint32_t own, uint32_t inherited, FlatNamesBuild::Combine combine,
@@ -121,16 +169,9 @@ void freeFlatNames(FlatNames* names) noexcept {
 }
 
 uint32_t findFlatName(const FlatNames& names, const char* name, uint32_t length) noexcept {
-    CutName cut;
-    if (!cutName(names.form, name, length, cut)) {
-        return NO_RECORD;
-    }
-    bool isWhole = false;
-    const NameSlot* slot = findLongest(names, cut, 0, isWhole);
-    if (slot == nullptr) {
-        return NO_RECORD;
-    }
-    return isWhole ? slot->whole : slot->below;
+    return names.form == NameForm::WIRE && UsualSuffixHashes::isUsual(length)
+               ? findUsualName(names, name, length)
+               : findCutName(names, name, length);
 }
 
 bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
@@ -144,19 +185,18 @@ bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
     names_->form = form;
     names_->fewestSuffixes = MOST_SUFFIXES;
     names_->lineCount = nameCount * 100 / NAMES_PER_100_LINES + 1;
-    names_->filterCount = nameCount * FILTER_BITS / 64 + 1;
     names_->slots = allocateLines<NameSlot>(names_->lineCount * NAME_LINE_SLOTS);
-    names_->filter = allocateLines<uint64_t>(names_->filterCount);
+    names_->filter = allocateLines<uint64_t>(names_->lineCount);
     // Chunks are half as large as the bytes of usual names together, so that huge pages fit into them.
-    constexpr uint32_t USUAL_WORDS = 3;
-    sizeSlab(names_->texts, nameCount * USUAL_WORDS * 4, LONGEST_WIRE_NAME / sizeof(NameWord));
+    constexpr uint32_t NAME_WORDS = 3;
+    sizeSlab(names_->texts, nameCount * NAME_WORDS * 4, LONGEST_WIRE_NAME / sizeof(NameWord));
     return names_->slots != nullptr && names_->filter != nullptr;
 }
 
 // The slot of a name, or the free one that it gets; null when there is none near.
 NameSlot* FlatNamesBuild::placeOf(uint64_t hash, const char* bytes, uint32_t length) noexcept {
     const uint32_t key = keyOf(hash, length);
-    uint64_t line = scaleHash(hash, names_->lineCount);
+    uint64_t line = lineOf(*names_, hash);
     for (uint32_t searched = 0; searched < LONGEST_SEARCH; ++searched) {
         NameSlot* slots = names_->slots + line * NAME_LINE_SLOTS;
         for (uint32_t i = 0; i < NAME_LINE_SLOTS; ++i) {
@@ -179,9 +219,9 @@ bool FlatNamesBuild::fill(NameSlot& slot, uint64_t hash, const CutName& cut) noe
     }
     std::memcpy(text->bytes, cut.bytes, cut.length);
     slot = {keyOf(hash, cut.length), names_->texts.count - wordCount, NO_RECORD, NO_RECORD};
-    names_->filter[scaleHash(hash, names_->filterCount)] |= filterBitsOf(hash);
+    names_->filter[lineOf(*names_, hash)] |= filterBitsOf(hash);
     names_->fewestSuffixes = std::min(names_->fewestSuffixes, cut.count);
-    added_[addedCount_++] = {slot.text, static_cast<uint16_t>(cut.length),
+    added_[addedCount_++] = {&slot, nullptr, static_cast<uint16_t>(cut.length),
                              static_cast<uint16_t>(cut.count)};
     return true;
 }
@@ -201,41 +241,32 @@ bool FlatNamesBuild::add(const FlatName& name) noexcept {
     return true;
 }
 
-bool FlatNamesBuild::cutAdded(const AddedName& name, CutName& cut) const noexcept {
-    return cutName(names_->form, recordAt(names_->texts, name.text).bytes, name.length, cut);
-}
-
-bool FlatNamesBuild::hasKnownSuffix(const AddedName& name) const noexcept {
+// The slot of the longest known suffix of a name but itself; null without one.
+const NameSlot* FlatNamesBuild::findParent(const AddedName& name) const noexcept {
     CutName cut;
-    bool isWhole = false;
-    return cutAdded(name, cut) && findLongest(*names_, cut, 1, isWhole) != nullptr;
-}
-
-void FlatNamesBuild::inherit(const AddedName& name, Combine combine, void* context) noexcept {
-    CutName cut;
-    bool isWhole = false;
-    if (!cutAdded(name, cut)) {
-        return;
-    }
-    const NameSlot* parent = findLongest(*names_, cut, 1, isWhole);
-    NameSlot* own = placeOf(hashCutName(cut, names_->seed), cut.bytes, cut.length);
-    if (parent != nullptr && own != nullptr) {
-        own->whole = combined(own->whole, parent->below, combine, context);
-        own->below = combined(own->below, parent->below, combine, context);
-    }
+    const char* bytes = recordAt(names_->texts, name.slot->text).bytes;
+    return cutName(names_->form, bytes, name.length, cut) ? findLongest(*names_, cut, 1).slot
+                                                          : nullptr;
 }
 
 FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
     AddedName* first = added_.get();
-    AddedName* last =
-        std::remove_if(first, first + addedCount_,
-                       [this](const AddedName& name) noexcept { return !hasKnownSuffix(name); });
+    AddedName* last = first;
+    for (uint64_t i = 0; i < addedCount_; ++i) {
+        AddedName name = added_[i];
+        name.parent = findParent(name);
+        if (name.parent != nullptr) {
+            *last++ = name;
+        }
+    }
     // A name has fewer suffixes than the names under it, and what it inherits is carried on to them.
     std::sort(first, last, [](const AddedName& left, const AddedName& right) noexcept {
         return left.suffixCount < right.suffixCount;
     });
-    std::for_each(first, last,
-                  [&](const AddedName& name) noexcept { inherit(name, combine, context); });
+    std::for_each(first, last, [&](const AddedName& name) noexcept {
+        name.slot->whole = combined(name.slot->whole, name.parent->below, combine, context);
+        name.slot->below = combined(name.slot->below, name.parent->below, combine, context);
+    });
     return names_.release();
 }
 

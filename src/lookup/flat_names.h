@@ -18,10 +18,10 @@
 // Ownership:  owns all its arrays, the bytes of its names too. The numbers are its user's.
 // Threads:    one thread builds; then any number of threads may look up.
 // Cost:       a lookup that finds nothing reads one word of the filter for each suffix. One that finds a name reads a
-//             line and the bytes of the name besides. It allocates nothing and takes 5 KiB of stack.
+//             line and the bytes of the name besides. It allocates nothing and takes 1.5 KiB of stack.
 //             A build takes a step for each name and one for each suffix of a name, and sorts the names that have
 //             suffixes among the others.
-//             Memory: 26 bytes a name, and its bytes.
+//             Memory: 27 bytes a name, and its bytes.
 // Worst case: a name of 128 labels in wire form, or of 255 dots, asks the filter as many times. Hashes have a secret
 //             seed: which suffixes pass the filter, and how long a search is, cannot be chosen.
 #pragma once
@@ -55,10 +55,9 @@ struct FlatNames {
     HashSeed seed;
     NameForm form;
     NameSlot* slots;       // owned; lineCount lines of them
-    uint64_t* filter;      // owned
+    uint64_t* filter;      // owned; a word for each line
     Slab<NameWord> texts;  // owned; zero bytes after each name
     uint64_t lineCount;
-    uint64_t filterCount;  // words of filter
     uint32_t
         fewestSuffixes;  // of a name: shorter suffixes of a name that is looked up are not asked for
 };
@@ -97,16 +96,15 @@ public:
 
 private:
     struct AddedName {
-        uint32_t text;
+        NameSlot* slot;
+        const NameSlot* parent;  // of its longest known suffix
         uint16_t length;
         uint16_t suffixCount;
     };
 
     [[nodiscard]] NameSlot* placeOf(uint64_t hash, const char* bytes, uint32_t length) noexcept;
     [[nodiscard]] bool fill(NameSlot& slot, uint64_t hash, const CutName& cut) noexcept;
-    [[nodiscard]] bool cutAdded(const AddedName& name, CutName& cut) const noexcept;
-    [[nodiscard]] bool hasKnownSuffix(const AddedName& name) const noexcept;
-    void inherit(const AddedName& name, Combine combine, void* context) noexcept;
+    [[nodiscard]] const NameSlot* findParent(const AddedName& name) const noexcept;
 
     OwnedFlatNames names_;
     OwnedMemory<AddedName[]> added_;

@@ -114,6 +114,12 @@ std::vector<uint64_t> hashesOf(NameForm form, std::string_view name) {
         hashes.push_back(suffixHashes.of(cut.starts[i]));
     }
     EXPECT_EQ(hashes[0], hashCutName(cut, SEED));
+    if (cut.isWhole != 0 && UsualSuffixHashes::isUsual(text.size())) {
+        const UsualSuffixHashes usualHashes(text.data(), text.size(), SEED);
+        for (uint32_t i = 0; i < cut.count; ++i) {
+            EXPECT_EQ(hashes[i], usualHashes.of(cut.starts[i]));
+        }
+    }
     return hashes;
 }
 
@@ -148,6 +154,15 @@ TEST(SuffixHashes, DependOnEveryByteAndOnTheLength) {
         }
     }
     EXPECT_EQ(count, hashes.size());
+}
+
+TEST(UsualSuffixHashes, AreOfNamesOfOneToFourWords) {
+    for (const uint32_t length : {0U, 1U, 7U, 33U, 256U, UINT32_MAX}) {
+        EXPECT_FALSE(UsualSuffixHashes::isUsual(length)) << length;
+    }
+    for (const uint32_t length : {8U, 9U, 31U, 32U}) {
+        EXPECT_TRUE(UsualSuffixHashes::isUsual(length)) << length;
+    }
 }
 
 TEST(SuffixHashes, DependOnWhereLabelsEnd) {
