@@ -175,6 +175,10 @@ uint32_t findFlatName(const FlatNames& names, const char* name, uint32_t length)
 }
 
 bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
+    // Slots, of which there are half as many again, have numbers of 32 bits.
+    if (nameCount > NO_RECORD / 2) {
+        return false;
+    }
     names_.reset(allocateRecord<FlatNames>());
     added_.reset(allocateArray<AddedName>(nameCount));
     if (!names_ || !added_) {
@@ -221,8 +225,8 @@ bool FlatNamesBuild::fill(NameSlot& slot, uint64_t hash, const CutName& cut) noe
     slot = {keyOf(hash, cut.length), names_->texts.count - wordCount, NO_RECORD, NO_RECORD};
     names_->filter[lineOf(*names_, hash)] |= filterBitsOf(hash);
     names_->fewestSuffixes = std::min(names_->fewestSuffixes, cut.count);
-    added_[addedCount_++] = {&slot, nullptr, static_cast<uint16_t>(cut.length),
-                             static_cast<uint16_t>(cut.count)};
+    added_[addedCount_++] = {static_cast<uint32_t>(&slot - names_->slots), NO_RECORD,
+                             static_cast<uint16_t>(cut.length), static_cast<uint16_t>(cut.count)};
     return true;
 }
 
@@ -241,12 +245,14 @@ bool FlatNamesBuild::add(const FlatName& name) noexcept {
     return true;
 }
 
-// The slot of the longest known suffix of a name but itself; null without one.
-const NameSlot* FlatNamesBuild::findParent(const AddedName& name) const noexcept {
+// The number of the slot of the longest known suffix of a name but itself; NO_RECORD without one.
+uint32_t FlatNamesBuild::findParent(const AddedName& name) const noexcept {
     CutName cut;
-    const char* bytes = recordAt(names_->texts, name.slot->text).bytes;
-    return cutName(names_->form, bytes, name.length, cut) ? findLongest(*names_, cut, 1).slot
-                                                          : nullptr;
+    const char* bytes = recordAt(names_->texts, names_->slots[name.slot].text).bytes;
+    const NameSlot* parent = cutName(names_->form, bytes, name.length, cut)
+                                 ? findLongest(*names_, cut, 1).slot
+                                 : nullptr;
+    return parent == nullptr ? NO_RECORD : static_cast<uint32_t>(parent - names_->slots);
 }
 
 FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
@@ -255,7 +261,7 @@ FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
     for (uint64_t i = 0; i < addedCount_; ++i) {
         AddedName name = added_[i];
         name.parent = findParent(name);
-        if (name.parent != nullptr) {
+        if (name.parent != NO_RECORD) {
             *last++ = name;
         }
     }
@@ -264,8 +270,10 @@ FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
         return left.suffixCount < right.suffixCount;
     });
     std::for_each(first, last, [&](const AddedName& name) noexcept {
-        name.slot->whole = combined(name.slot->whole, name.parent->below, combine, context);
-        name.slot->below = combined(name.slot->below, name.parent->below, combine, context);
+        NameSlot& own = names_->slots[name.slot];
+        const uint32_t inherited = names_->slots[name.parent].below;
+        own.whole = combined(own.whole, inherited, combine, context);
+        own.below = combined(own.below, inherited, combine, context);
     });
     return names_.release();
 }

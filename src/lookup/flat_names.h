@@ -96,15 +96,15 @@ public:
 
 private:
     struct AddedName {
-        NameSlot* slot;
-        const NameSlot* parent;  // of its longest known suffix
+        uint32_t slot;    // its number
+        uint32_t parent;  // the number of the slot of its longest known suffix
         uint16_t length;
         uint16_t suffixCount;
     };
 
     [[nodiscard]] NameSlot* placeOf(uint64_t hash, const char* bytes, uint32_t length) noexcept;
     [[nodiscard]] bool fill(NameSlot& slot, uint64_t hash, const CutName& cut) noexcept;
-    [[nodiscard]] const NameSlot* findParent(const AddedName& name) const noexcept;
+    [[nodiscard]] uint32_t findParent(const AddedName& name) const noexcept;
 
     OwnedFlatNames names_;
     OwnedMemory<AddedName[]> added_;
