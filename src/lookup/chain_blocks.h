@@ -15,8 +15,8 @@
 //
 // Invariants: next and nextCount are read in the first node of a block only. They are 0 in the
 //             other nodes of a packed block, and in the first node of the last block.
-// Ownership:  whoever holds the head owns the chain. Each block is one allocation, or its nodes are neighbours in a
-//             slab that owns all of them. Packing moves nodes, so pointers to them end with it.
+// Ownership:  nodes are their user's, and those of a block are neighbours in a slab. Packing copies nodes, so pointers
+//             to them end with it.
 // Threads:    a chain is built and packed by one thread; then any number of threads may search it.
 // Cost:       a search walks the blocks and bisects each: of n nodes in blocks of m, n/m * log2(m).
 //             Packing sorts each block once.
@@ -25,7 +25,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "core/memory.h"
 #include "core/slab.h"
 
 namespace rs {
@@ -69,60 +68,6 @@ Node* lowerBound(const ChainBlock<Node>& block, const Order& order) noexcept {
     return found == end ? nullptr : found;
 }
 
-// Moves the first count nodes of a chain of single nodes into one block, sorts it, and links the
-// rest of the chain after it. Null, with the chain left alone, when memory is out.
-template <typename Node, typename Before>
-Node* moveIntoBlock(Node* run, uint32_t count, const Before& before) noexcept {
-    Node* block = allocateArray<Node>(count);
-    if (block == nullptr) {
-        return nullptr;
-    }
-    for (uint32_t i = 0; i < count; ++i) {
-        Node* next = run->next;
-        block[i] = *run;
-        block[i].next = nullptr;
-        block[i].nextCount = 0;
-        freeMemory(run);
-        run = next;
-    }
-    std::sort(block, block + count, before);
-    block->next = run;
-    block->nextCount = run == nullptr ? 0 : 1;
-    return block;
-}
-
-// Packs a chain of single nodes if it is crowded. The head stays alone. The other nodes go, in
-// chain order, into blocks of at most maxCount nodes, each sorted by before(left, right). A node
-// that mayJoin(first, node) refuses begins a new block; first is the block's first node before
-// sorting, which may always join itself. When memory runs out, the rest stays as single nodes,
-// which a search finds too.
-template <typename Node, typename Before, typename MayJoin>
-void packChain(Node* head, uint32_t maxCount, const Before& before,
-               const MayJoin& mayJoin) noexcept {
-    uint32_t length = 0;
-    for (const Node* node = head; node != nullptr; node = node->next) {
-        ++length;
-    }
-    if (length < CROWDED_CHAIN) {
-        return;
-    }
-    for (Node* previous = head; previous->next != nullptr;) {
-        Node* run = previous->next;
-        uint32_t count = 0;
-        for (const Node* node = run; node != nullptr && count < maxCount && mayJoin(*run, *node);
-             node = node->next) {
-            ++count;
-        }
-        Node* block = moveIntoBlock(run, count, before);
-        if (block == nullptr) {
-            return;
-        }
-        previous->next = block;
-        previous->nextCount = count;
-        previous = block;
-    }
-}
-
 // Whether a chain of single nodes is packed.
 template <typename Node>
 [[nodiscard]] bool isCrowded(const Node* head) noexcept {
@@ -156,9 +101,11 @@ Node* copyIntoBlock(Slab<Node>& slab, const Node* run, uint32_t count,
     return block;
 }
 
-// As packChain, for nodes of a slab: copies the chain, crowded or not, into another slab, whose chunks have room for
-// maxCount nodes, and lets head point to it. False when memory runs out: the nodes that were not copied stay where they
-// are, single nodes that are linked to the others.
+// Copies a chain of single nodes into another slab, whose chunks have room for maxCount nodes, and lets head point to
+// it. A crowded chain is packed: the head stays alone, and the other nodes go, in chain order, into blocks of at most
+// maxCount nodes, each sorted by before(left, right). A node that mayJoin(first, node) refuses begins a new block; first
+// is the block's first node before sorting, which may always join itself. False when memory runs out: the nodes that were
+// not copied stay where they are, single nodes that are linked to the others.
 template <typename Node, typename Before, typename MayJoin>
 [[nodiscard]] bool packChainInto(Slab<Node>& slab, Node*& head, uint32_t maxCount,
                                  const Before& before, const MayJoin& mayJoin) noexcept {
@@ -193,20 +140,6 @@ void forEachBlock(Node* head, const Visit& visit) noexcept {
     for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;
          block = nextBlock(block)) {
         visit(block);
-    }
-}
-
-// Frees a chain, packed or not. freeNode(block, node) frees what a node owns, knowing the block
-// that the node is in; the blocks are freed here.
-template <typename Node, typename FreeNode>
-void freeBlocks(Node* head, const FreeNode& freeNode) noexcept {
-    for (ChainBlock<Node> block = firstBlock(head); block.first != nullptr;) {
-        const ChainBlock<Node> next = nextBlock(block);
-        for (uint32_t i = 0; i < block.count; ++i) {
-            freeNode(block, block.first[i]);
-        }
-        freeMemory(block.first);
-        block = next;
     }
 }
 

@@ -18,36 +18,50 @@ struct Node {
     Node* next;
 };
 
-// A chain that frees its nodes, and every node once.
+bool comesBefore(const Node& left, const Node& right) {
+    return left.key < right.key;
+}
+
+bool mayJoin(const Node& first, const Node& node) {
+    return first.kind == node.kind;
+}
+
+// A chain with the slabs of its nodes.
 class Chain {
 public:
-    Chain() = default;
+    Chain() { sizeSlab(single_, 64); }
     Chain(const Chain&) = delete;
     Chain& operator=(const Chain&) = delete;
 
     ~Chain() {
-        uint32_t freed = 0;
-        freeBlocks(head_, [&](const ChainBlock<Node>&, Node&) { ++freed; });
-        EXPECT_EQ(count_, freed);
+        freeSlab(single_);
+        freeSlab(packed_);
     }
 
     void push(uint32_t key, uint32_t kind = 0) {
-        Node* node = allocateRecord<Node>();
+        Node* node = newRecord(single_);
         node->key = key;
         node->kind = kind;
         pushSingleNode(head_, *node);
-        ++count_;
     }
 
-    // Both ways of packing make the same blocks.
     void pack(uint32_t maxCount) {
-        const std::vector<std::vector<uint32_t>> inSlab = blocksInSlab(maxCount);
-        packChain(head_, maxCount, comesBefore, mayJoin);
-        EXPECT_EQ(inSlab, blocks());
+        sizeSlab(packed_, single_.count, maxCount);
+        EXPECT_TRUE(packChainInto(packed_, head_, maxCount, comesBefore, mayJoin));
+        freeSlab(single_);
     }
 
     // The keys, block by block.
-    std::vector<std::vector<uint32_t>> blocks() const { return blocksOf(head_); }
+    std::vector<std::vector<uint32_t>> blocks() const {
+        std::vector<std::vector<uint32_t>> result;
+        forEachBlock(head_, [&result](const ChainBlock<Node>& block) {
+            std::vector<uint32_t>& keys = result.emplace_back();
+            for (uint32_t i = 0; i < block.count; ++i) {
+                keys.push_back(block.first[i].key);
+            }
+        });
+        return result;
+    }
 
     std::vector<uint32_t> blockSizes() const {
         std::vector<uint32_t> sizes;
@@ -60,33 +74,9 @@ public:
     const Node* head() const { return head_; }
 
 private:
-    static bool comesBefore(const Node& left, const Node& right) { return left.key < right.key; }
-    static bool mayJoin(const Node& first, const Node& node) { return first.kind == node.kind; }
-
-    static std::vector<std::vector<uint32_t>> blocksOf(const Node* head) {
-        std::vector<std::vector<uint32_t>> result;
-        forEachBlock(head, [&result](const ChainBlock<const Node>& block) {
-            std::vector<uint32_t>& keys = result.emplace_back();
-            for (uint32_t i = 0; i < block.count; ++i) {
-                keys.push_back(block.first[i].key);
-            }
-        });
-        return result;
-    }
-
-    // The keys after packing into a slab; the chain stays as it is.
-    std::vector<std::vector<uint32_t>> blocksInSlab(uint32_t maxCount) const {
-        Slab<Node> slab{};
-        sizeSlab(slab, count_, maxCount);
-        Node* head = head_;
-        EXPECT_TRUE(packChainInto(slab, head, maxCount, comesBefore, mayJoin));
-        const std::vector<std::vector<uint32_t>> result = blocksOf(head);
-        freeSlab(slab);
-        return result;
-    }
-
+    Slab<Node> single_{};
+    Slab<Node> packed_{};
     Node* head_ = nullptr;
-    uint32_t count_ = 0;
 };
 
 // A slab without room for the second block.
@@ -99,12 +89,7 @@ TEST(ChainBlocks, ThatFindNoRoomInASlabStaySingleAfterTheOthers) {
         nodes[i].key = i;
         pushSingleNode(head, nodes[i]);
     }
-    const auto pack = [&] {
-        return packChainInto(
-            slab, head, 5, [](const Node& left, const Node& right) { return left.key < right.key; },
-            [](const Node&, const Node&) { return true; });
-    };
-    EXPECT_FALSE(pack()) << "a chunk has four nodes";
+    EXPECT_FALSE(packChainInto(slab, head, 5, comesBefore, mayJoin)) << "a chunk has four nodes";
     EXPECT_EQ(19U, head->key);
     EXPECT_NE(&nodes[19], head);
     EXPECT_EQ(&nodes[18], head->next);
@@ -237,28 +222,6 @@ TEST(LowerBound, FindsTheFirstNodeThatDoesNotStandBefore) {
                       return static_cast<int32_t>(node.key) - static_cast<int32_t>(row.key);
                   }));
     }
-}
-
-TEST(FreeChain, TellsTheFirstNodeOfEachBlock) {
-    Node* head = nullptr;
-    for (uint32_t key = 0; key < 20; ++key) {
-        Node* node = allocateRecord<Node>();
-        node->key = key;
-        pushSingleNode(head, *node);
-    }
-    packChain(
-        head, 12, [](const Node& left, const Node& right) { return left.key < right.key; },
-        [](const Node&, const Node&) { return true; });
-    std::vector<uint32_t> firstKeys;
-    std::vector<uint32_t> keys;
-    freeBlocks(head, [&](const ChainBlock<Node>& block, Node& node) {
-        keys.push_back(node.key);
-        if (&node == block.first) {
-            firstKeys.push_back(node.key);
-        }
-    });
-    EXPECT_EQ((std::vector<uint32_t>{19, 7, 0}), firstKeys);
-    EXPECT_EQ(20, keys.size());
 }
 
 }  // namespace
