@@ -78,7 +78,7 @@ private:
 inline void copyShortBytes(CutName& cut) noexcept {
     if (cut.length < sizeof cut.shortBytes) {
         std::memset(cut.shortBytes, 0, sizeof cut.shortBytes);
-        std::memcpy(cut.shortBytes, cut.bytes, cut.length);
+        std::copy_n(cut.bytes, cut.length, cut.shortBytes);  // no bytes may be a null pointer
     }
 }
 

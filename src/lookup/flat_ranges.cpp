@@ -288,7 +288,8 @@ private:
         if (!moved) {
             return false;
         }
-        std::copy_n(words_.get(), usedWords_, moved.get());
+        // What is skipped before a line may already be counted as used.
+        std::copy_n(words_.get(), std::min(usedWords_, capacity_), moved.get());
         words_ = std::move(moved);
         capacity_ = capacity;
         return true;
