@@ -222,27 +222,32 @@ TEST(UrlMatchProperty, OfNestedPathsAgreesWithReference) {
     EXPECT_LT(0U, rulesInBlocks);
 }
 
+std::string shortPath(RandomSource& random) {
+    std::string path = "/";
+    for (uint64_t length = random.below(4); length > 0; --length) {
+        path += static_cast<char>('a' + random.below(3));
+    }
+    return path + (random.oneIn(5) ? "*b" : "");
+}
+
+std::string urlOfShortPath(RandomSource& random) {
+    std::string path = shortPath(random);
+    replaceFirst(path, "*", random.oneIn(2) ? "" : "cc");
+    path += random.oneIn(2) ? "/x" : random.oneIn(2) ? "b" : "";
+    return (random.oneIn(3) ? "https://a.com" : "b.a.com") + path;
+}
+
 // Short paths alone, so that the list of a host is long.
 TEST(UrlMatchProperty, OfLongListsAgreesWithReference) {
     forEachCase(600, [](RandomSource& random) {
-        const auto shortPath = [&random] {
-            std::string path = "/";
-            for (uint64_t length = random.below(4); length > 0; --length) {
-                path += static_cast<char>('a' + random.below(3));
-            }
-            return path + (random.oneIn(5) ? "*b" : "");
-        };
         const size_t count = static_cast<size_t>(random.between(5, 80));
         Rules pair(count);
         for (size_t i = 0; i < count; ++i) {
-            pair.add(nestedHost(random) + shortPath(), random);
+            pair.add(nestedHost(random) + shortPath(random), random);
         }
         pair.checkBuild([&](const RuleGroup& group) {
             for (int i = 0; i < 60; ++i) {
-                std::string path = shortPath();
-                replaceFirst(path, "*", random.oneIn(2) ? "" : "cc");
-                path += random.oneIn(2) ? "/x" : random.oneIn(2) ? "b" : "";
-                checkKey(group, (random.oneIn(3) ? "https://a.com" : "b.a.com") + path, pair);
+                checkKey(group, urlOfShortPath(random), pair);
             }
         });
     });

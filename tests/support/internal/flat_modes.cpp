@@ -28,7 +28,7 @@ FlatUse flatUseOf(std::string_view name) {
     return FlatUse::BY_SIZE;
 }
 
-[[maybe_unused]] const bool isSetUp = [] {
+[[maybe_unused]] const bool IS_SET_UP = [] {
     const char* name = std::getenv("RULESET_FLAT");
     flatUse = flatUseOf(name == nullptr ? "" : name);
     checkBuiltGroup = checkFlatLookups;

@@ -13,7 +13,7 @@ struct Line {
 };
 
 TEST(Lines, BeginAtACacheLineAndAreZeroFilled) {
-    for (const size_t count : {1, 2, 3, 1000, 100000}) {
+    for (const size_t count : {1U, 2U, 3U, 1000U, 100000U}) {
         SCOPED_TRACE(count);
         const OwnedLines<Line> lines(allocateLines<Line>(count));
         ASSERT_TRUE(lines);

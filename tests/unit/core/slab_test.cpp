@@ -21,7 +21,7 @@ protected:
 };
 
 TEST_F(SlabTest, FindsEveryRecordByItsNumber) {
-    for (const uint64_t expected : {0, 1, 7, 8, 100, 5000}) {
+    for (const uint64_t expected : {0U, 1U, 7U, 8U, 100U, 5000U}) {
         SCOPED_TRACE(expected);
         sizeSlab(slab, expected);
         std::set<const Record*> made;

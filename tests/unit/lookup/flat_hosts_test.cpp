@@ -81,7 +81,7 @@ TYPED_TEST(FlatHostsOf, FindEveryAddressAndNoOther) {
         HostList<TypeParam> list;
         std::vector<TypeParam> others;
         for (uint32_t i = 0; i < count; ++i) {
-            list.emplace_back(addressOf<TypeParam>(random() % (3 * count)), i);
+            list.emplace_back(addressOf<TypeParam>(random() % (uint64_t{3} * count)), i);
         }
         for (uint32_t i = 0; i < 4 * count; ++i) {
             others.push_back(addressOf<TypeParam>(i));

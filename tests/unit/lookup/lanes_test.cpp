@@ -1,6 +1,7 @@
 #include "lookup/lanes.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <random>
 
@@ -27,7 +28,7 @@ TEST(Lanes, MatchTagsNamesEachEqualByte) {
 
 TEST(Lanes, MatchTagsIsItsPortableTwinAtEveryAddress) {
     std::mt19937 random(1);
-    std::array<uint8_t, 4 * TAG_LANES> bytes{};
+    std::array<uint8_t, size_t{4} * TAG_LANES> bytes{};
     for (int round = 0; round < ROUNDS; ++round) {
         for (uint8_t& byte : bytes) {
             byte = static_cast<uint8_t>(random() % 4 * 85);  // 0, 85, 170, 255
