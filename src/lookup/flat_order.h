@@ -22,7 +22,7 @@
 // Ranges are numbered by their user, below 2^31.
 //
 // Invariants: bounds ascend. centres[c] up to centres[c + 1] are the positions of what is listed under c, by number.
-// Ownership:  owns its arrays, and nothing of the ranges.
+// Ownership:  owns its arrays. The ranges are their user's.
 // Threads:    read-only once built.
 // Cost:       a lookup is log2(2n) steps for n ranges, 4 of them in lines side by side, and one word beside the answer
 //             of the first range. A range takes 42 bytes with addresses of 128 bits, 17 with those of 32, and up to 22

@@ -28,7 +28,7 @@ inline RuleSetHandle newRuleSet(int32_t type) {
     return RuleSetHandle(set);
 }
 
-// What is checked of every group that buildRuleGroup makes; null in programs that know nothing of its inside.
+// What is checked of every group that buildRuleGroup makes; null in programs that cannot look into it.
 inline void (*checkBuiltGroup)(const RuleGroup& group) = nullptr;
 
 // Null when the build fails.
