@@ -23,13 +23,13 @@
 #include "lookup/hash_table.h"
 #include "support/expected_match.h"
 #include "support/failing_allocator.h"
-#include "support/flat_use.h"
 #include "support/match_result.h"
 #include "support/random_rules.h"
 #include "support/random_source.h"
 #include "support/reference_ip.h"
 #include "support/release_recorder.h"
 #include "support/rule_handles.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -123,7 +123,7 @@ struct FaultCounts {
 // Builds a fresh set once for each allocation that can fail. Flat lookups have a test of their own: without memory for
 // them a build does not fail.
 FaultCounts failEachAllocationOfBuild(const Lines& lines) {
-    const FlatUseScope orderedOnly(FlatUse::NEVER);
+    const ScopedFlatUse orderedOnly(FlatUse::NEVER);
     FaultCounts counts;
     counts.failures = failEachAllocation([&](uint64_t number) {
         FaultCase rules(lines);
@@ -190,7 +190,7 @@ struct LostLookups {
 
 // Builds with flat lookups once for each allocation. A build that goes on without one answers as it would with it.
 LostLookups failEachAllocationOfFlatBuild(const Lines& lines) {
-    const FlatUseScope flat(FlatUse::ALWAYS);
+    const ScopedFlatUse flat(FlatUse::ALWAYS);
     LostLookups lost;
     failEachAllocation([&](uint64_t number) {
         FaultCase rules(lines);
@@ -287,7 +287,7 @@ TEST(IpGroupFault, RangeMayBeLeftOutForOneFamily) {
 
 // A superfluous rule goes back once for all builds, a rule that enters once for each.
 TEST(IpGroupFault, FailedBuildHandsBackWhatTheNextOneHandsBackAgain) {
-    const FlatUseScope orderedOnly(FlatUse::NEVER);
+    const ScopedFlatUse orderedOnly(FlatUse::NEVER);
     uint32_t handedBackTwice = 0;
     failEachAllocation([&](uint64_t number) {
         FaultCase rules({{"10.0.0.1"}, {"10.0.0.1"}, {"2001:db8::1"}});
@@ -318,7 +318,7 @@ TEST(IpGroupFault, FailedBuildHandsBackWhatTheNextOneHandsBackAgain) {
 // The views of 32 and of 128 bits differ in what they find superfluous.
 // The topmost node is the upper one, whose entry of rule 3 owns the userData; the lower one gets its entry first.
 TEST(IpGroupFault, RangeThatEnteredInPartGoesBackWhenTheBuildFails) {
-    const FlatUseScope orderedOnly(FlatUse::NEVER);
+    const ScopedFlatUse orderedOnly(FlatUse::NEVER);
     const Lines lines = {{"10.0.1.0-10.0.1.9", 1, false},
                          {"10.0.0.0-10.0.0.9", 2, false},
                          {"10.0.0.0-10.0.1.9", 3, true}};

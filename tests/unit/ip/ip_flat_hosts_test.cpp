@@ -13,9 +13,9 @@
 #include "ip/ip_match.h"
 #include "lookup/hash_table.h"
 #include "support/flat_checks_ip.h"
-#include "support/flat_use.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -30,7 +30,7 @@ RuleGroupHandle makeHosts(const std::string& before, uint32_t count) {
 }
 
 TEST(FlatIpHosts, AreBuiltFromTheirThresholdsOn) {
-    const FlatUseScope bySize(FlatUse::BY_SIZE);
+    const ScopedFlatUse bySize(FlatUse::BY_SIZE);
     const struct {
         const char* before;
         uint32_t count;
@@ -55,7 +55,7 @@ TEST(FlatIpHosts, AreBuiltFromTheirThresholdsOn) {
 }
 
 TEST(FlatIpHosts, LeaveMappedAddressesToTheLookupOf32Bits) {
-    const FlatUseScope always(FlatUse::ALWAYS);
+    const ScopedFlatUse always(FlatUse::ALWAYS);
     const RuleGroupHandle group =
         makeIpGroup({{"10.0.0.1"}, {"::ffff:10.0.0.2"}, {"2001:db8::1"}, {"10.0.0.1", 1}});
     const IpRuleTable& table = *group->ipTable;
@@ -67,7 +67,7 @@ TEST(FlatIpHosts, LeaveMappedAddressesToTheLookupOf32Bits) {
 }
 
 TEST(FlatIpHosts, FindEachOfTheValuesOfAnAddress) {
-    const FlatUseScope always(FlatUse::ALWAYS);
+    const ScopedFlatUse always(FlatUse::ALWAYS);
     const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
     for (uint32_t value = 0; value < 40; ++value) {
         EXPECT_EQ(RULE_OK, addRule(*set, "10.0.0.1", value));
@@ -115,12 +115,12 @@ TEST(FlatIpHosts, KeepTheOrderOfBucketsAndChains) {
     std::vector<uint32_t> buckets;
     std::vector<uint32_t> chains;
     {
-        const FlatUseScope never(FlatUse::NEVER);
+        const ScopedFlatUse never(FlatUse::NEVER);
         const RuleGroupHandle group = buildRuleGroup(*set);
         buckets = bucketOrder(group->ipTable->hostTable);
         chains = chainOrder(group->ipTable->ipv6HostNodes);
     }
-    const FlatUseScope always(FlatUse::ALWAYS);
+    const ScopedFlatUse always(FlatUse::ALWAYS);
     const RuleGroupHandle group = buildRuleGroup(*set);
     ASSERT_NE(nullptr, group->ipTable->flatIpv4Hosts);
     ASSERT_NE(nullptr, group->ipTable->flatIpv6Hosts);

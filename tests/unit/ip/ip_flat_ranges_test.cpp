@@ -10,6 +10,7 @@
 #include "lookup/flat_policy.h"
 #include "support/flat_checks_ranges.h"
 #include "support/rule_handles.h"
+#include "support/scoped_flat_use.h"
 
 namespace rs::test {
 
@@ -26,12 +27,9 @@ RuleGroupHandle groupOfRanges(uint32_t count) {
     return RuleGroupHandle(group);
 }
 
+// Tests may set flatUse, which is as before after each.
 class FlatIpRanges : public ::testing::Test {
-protected:
-    ~FlatIpRanges() override { flatUse = before_; }
-
-private:
-    FlatUse before_ = flatUse;
+    ScopedFlatUse before_{flatUse};
 };
 
 TEST_F(FlatIpRanges, AreBuiltFromTheirThresholdOn) {

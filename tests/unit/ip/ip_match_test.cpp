@@ -10,8 +10,8 @@
 #include "core/rule_group.h"
 #include "ip/ip_compile.h"
 #include "ip/ip_index.h"
-#include "support/flat_use.h"
 #include "support/rule_builder.h"
+#include "support/scoped_flat_use.h"
 #include "support/winner.h"
 
 namespace rs::test {
@@ -167,7 +167,7 @@ TEST(IpMatch, AnswersFamiliesApartWhereARangeReachesOverTheMappedBlock) {
 
 // Each family with the structures of the other one alone.
 TEST(IpMatch, OfOneFamilyNeverReadsTheOrderedStructuresOfTheOther) {
-    const FlatUseScope orderedOnly(FlatUse::NEVER);
+    const ScopedFlatUse orderedOnly(FlatUse::NEVER);
     const RuleGroupHandle group = makeIpGroup({{"10.0.0.1"}, {"10.1.0.0/16"}});
     IpRuleTable& table = *group->ipTable;
     IpRuleTable complete = table;

@@ -4,16 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include "support/scoped_flat_use.h"
+
 namespace rs::test {
 
 namespace {
 
+// Tests may set flatUse, which is as before after each.
 class FlatPolicy : public ::testing::Test {
-protected:
-    ~FlatPolicy() override { flatUse = before_; }
-
-private:
-    FlatUse before_ = flatUse;
+    ScopedFlatUse before_{flatUse};
 };
 
 TEST_F(FlatPolicy, AsksForTheThreshold) {
