@@ -1,8 +1,8 @@
 // The exported lookups.
 #include <ruleset.h>
 
-#include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "core/byte_order.h"
 #include "core/rule_group.h"
@@ -10,17 +10,6 @@
 #include "ip/ip_match.h"
 #include "lookup/flat_hosts.h"
 #include "url/url_match.h"
-
-namespace {
-
-// The address of 16 bytes, whose words are in host order.
-rs::AddressHalves readAddress128(const uint8_t* bytes) noexcept {
-    constexpr int WORD_BITS = std::endian::native == std::endian::little ? 32 : 0;
-    return {std::rotl(rs::readBigEndian64(bytes), WORD_BITS),
-            std::rotl(rs::readBigEndian64(bytes + 8), WORD_BITS)};
-}
-
-}  // namespace
 
 extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
                                        MatchResult* result) noexcept {
@@ -32,15 +21,17 @@ extern "C" int32_t rs_matchIPRuleGroup(const RuleGroup* group, uint32_t address,
 
 extern "C" int32_t rs_matchIPRuleGroupEx(const RuleGroup* group, int32_t family,
                                          const void* address, MatchResult* result) noexcept {
-    if (group == nullptr || address == nullptr || result == nullptr || group->ipTable == nullptr) {
+    if (group == nullptr || address == nullptr || group->ipTable == nullptr || result == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    const auto* bytes = static_cast<const uint8_t*>(address);
-    if (family == 4) {
-        return rs::matchIpv4(*group->ipTable, rs::readBigEndian32(bytes), *result);
-    }
     if (family == 6) {
-        return rs::matchIpv6(*group->ipTable, readAddress128(bytes), *result);
+        rs::AddressHalves key{};
+        std::memcpy(&key, address, sizeof key);
+        return rs::matchIpv6(*group->ipTable, key, *result);
+    }
+    if (family == 4) {
+        const uint32_t ipv4 = rs::readBigEndian32(static_cast<const uint8_t*>(address));
+        return rs::matchIpv4(*group->ipTable, ipv4, *result);
     }
     return RULE_ERR_INVALID_ARG;
 }

@@ -25,7 +25,7 @@ const AddressEntry& firstEntryOf(const Slab<AddressNode>& nodes, uint32_t number
     return *static_cast<const AddressEntry*>(recordAt(nodes, number).node.entries);
 }
 
-// Calls visit(address, number) for the node of each address that is not IPv4-mapped. A node with several entries is
+// Calls visit(key, number) for the node of each address that is not IPv4-mapped. A node with several entries is
 // visited twice, so that the flat lookup knows that there are more.
 template <typename Visit>
 void forEachIpv6Node(const Slab<AddressNode>& nodes, const Visit& visit) noexcept {
@@ -34,9 +34,10 @@ void forEachIpv6Node(const Slab<AddressNode>& nodes, const Visit& visit) noexcep
         if (isIpv4Mapped(address)) {
             continue;
         }
-        visit(address, i);
+        const Address128 key = hostKeyOf(address);
+        visit(key, i);
         if (firstEntryOf(nodes, i).next != nullptr) {
-            visit(address, i);
+            visit(key, i);
         }
     }
 }
@@ -58,7 +59,7 @@ OwnedLines<HostAnswer<Address>> makeAnswers(const FlatHosts<Address>& hosts,
         for (uint32_t rank = 0; rank < hosts.count; ++rank) {
             HostAnswer<Address>& answer = answers.get()[rank];
             const auto& entry = entryOf(hosts.numbers[rank]);
-            answer.address = hosts.keys[rank];
+            answer.key = hosts.keys[rank];
             fillEntry(entry, entry.ruleIndex, answer);
         }
     }
@@ -100,6 +101,8 @@ void buildFlatIpHosts(IpRuleTable& table) noexcept {
             },
             table.flatIpv6Hosts, table.ipv6Answers);
     }
+    table.onlyIpv4Hosts = table.ipv4RangeTree == nullptr ? table.flatIpv4Hosts : nullptr;
+    table.onlyIpv6Hosts = table.ipv6RangeTree == nullptr ? table.flatIpv6Hosts : nullptr;
 }
 
 }  // namespace rs

@@ -22,6 +22,8 @@
 //             one hash probe and one descent, or two descents. It allocates nothing.
 #pragma once
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "core/list.h"
@@ -85,10 +87,27 @@ struct AddressEntry {
     void* userData;
 };
 
+// The key of a single address in its flat lookup. One of 128 bits is the 16 bytes of the address as exported lookups get
+// them. hostKeyOf leads from the address to its key, and back.
+constexpr uint32_t hostKeyOf(uint32_t address) noexcept {
+    return address;
+}
+
+constexpr Address128 hostKeyOf(const Address128& address) noexcept {
+    if constexpr (std::endian::native == std::endian::big) {
+        return address;
+    }
+    Address128 key{};
+    for (size_t i = 0; i < key.words.size(); ++i) {
+        key.words[i] = __builtin_bswap32(address.words[i]);
+    }
+    return key;
+}
+
 // What a lookup reports of the first rule of a single address: see ip/ip_flat_hosts.h.
 template <typename Address>
 struct HostAnswer {
-    Address address;
+    Address key;
     uint32_t ruleIndex;
     uint32_t ruleValue;
     uint32_t ruleId;
@@ -118,6 +137,9 @@ struct IpRuleTable {
     HostAnswer<Address128>* ipv6Answers;
     FlatRanges32* flatIpv4Ranges;  // see ip/ip_flat_ranges.h
     FlatRanges128* flatIpv6Ranges;
+    // Borrowed: flatIpv4Hosts and flatIpv6Hosts where there is no range of that width; null otherwise.
+    const FlatHosts<uint32_t>* onlyIpv4Hosts;
+    const FlatHosts<Address128>* onlyIpv6Hosts;
 };
 
 // The entry that a link of a bucket belongs to.

@@ -132,9 +132,9 @@ const HostEntry* findHostWithValue(const IpRuleTable& table, uint32_t address,
 
 template <typename Address>
 HostPlace placeOfHost(HostProbe probe, const HostAnswer<Address>* answers,
-                      const Address& address) noexcept {
-    return searchFlatHost(probe, [answers, &address](size_t rank) noexcept {
-        return isSameHost(answers[rank].address, address);
+                      const Address& key) noexcept {
+    return searchFlatHost(probe, [answers, &key](size_t rank) noexcept {
+        return isSameHost(answers[rank].key, key);
     });
 }
 
@@ -142,12 +142,12 @@ HostPlace placeOfHost(HostProbe probe, const HostAnswer<Address>* answers,
 // when the interval is found.
 template <typename Address, typename FindInterval>
 int32_t matchFlatHost(const FlatHosts<Address>& hosts, const HostAnswer<Address>* answers,
-                      const Address& address, const FindInterval& findIt,
+                      const Address& key, const FindInterval& findIt,
                       MatchResult& result) noexcept {
-    const HostProbe probe = prepareFlatHost(hosts, address);
+    const HostProbe probe = prepareFlatHost(hosts, key);
     prefetchHostBucket(probe);
     const auto* interval = findIt();
-    const uint32_t rank = placeOfHost(probe, answers, address).rank;
+    const uint32_t rank = placeOfHost(probe, answers, key).rank;
     return reportEarlier(rank == NO_RECORD ? nullptr : &answers[rank], interval, result);
 }
 
@@ -166,10 +166,11 @@ int32_t matchFlatHostWithValue(const IpRuleTable& table, const FlatHosts<Address
                                const HostAnswer<Address>* answers, const Address& address,
                                uint32_t ruleValue, const FindInterval& findIt,
                                MatchResult& result) noexcept {
-    const HostProbe probe = prepareFlatHost(hosts, address);
+    const Address key = hostKeyOf(address);
+    const HostProbe probe = prepareFlatHost(hosts, key);
     prefetchHostBucket(probe);
     const auto* interval = findIt();
-    const HostPlace place = placeOfHost(probe, answers, address);
+    const HostPlace place = placeOfHost(probe, answers, key);
     const bool isThere = place.rank != NO_RECORD;
     const bool isFirst = isThere && answers[place.rank].ruleValue == ruleValue;
     if (isThere && !isFirst && place.hasMore) {
@@ -204,7 +205,8 @@ int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address, MatchResult&
 
 int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves halves,
                         MatchResult& result) noexcept {
-    const auto address = std::bit_cast<Address128>(halves);
+    const auto key = std::bit_cast<Address128>(halves);
+    const Address128 address = hostKeyOf(key);
     const auto findIt = [&]() noexcept { return findIpv6Interval(table, address); };
     if (table.ipv6HostTree == nullptr) {
         return reportEntry(findIt(), result);
@@ -216,7 +218,7 @@ int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves halves,
     if (table.flatIpv6Hosts == nullptr || isIpv4Mapped(address)) {
         return reportEarlier(findAddress(table.ipv6HostTree, address), findIt(), result);
     }
-    return matchFlatHost(*table.flatIpv6Hosts, table.ipv6Answers, address, findIt, result);
+    return matchFlatHost(*table.flatIpv6Hosts, table.ipv6Answers, key, findIt, result);
 }
 
 int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,

@@ -24,7 +24,7 @@ namespace rs {
 // The lookups of any table.
 [[nodiscard]] int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address,
                                       MatchResult& result) noexcept;
-[[nodiscard]] int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves address,
+[[nodiscard]] int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves key,
                                       MatchResult& result) noexcept;
 
 // An address in host order; asks hostTable and ipv4RangeTree.
@@ -33,43 +33,44 @@ namespace rs {
 // jumps, and it needs no stack.
 [[nodiscard]] inline int32_t matchIpv4(const IpRuleTable& table, uint32_t address,
                                        MatchResult& result) noexcept {
-    if (table.flatIpv4Hosts == nullptr || table.ipv4RangeTree != nullptr) {
+    if (table.onlyIpv4Hosts == nullptr) {
         return matchIpv4InBoth(table, address, result);
     }
     const HostAnswer<uint32_t>* answers = table.ipv4Answers;
     return tryFlatHost(
-        prepareFlatHost(*table.flatIpv4Hosts, address),
-        [&](size_t rank) noexcept { return isSameHost(answers[rank].address, address); },
+        prepareFlatHost(*table.onlyIpv4Hosts, address),
+        [&](size_t rank) noexcept { return isSameHost(answers[rank].key, address); },
         [&](size_t rank) noexcept { return reportEntry(&answers[rank], result); },
         []() noexcept { return int32_t{0}; },
         [&]() noexcept { return matchIpv4InBoth(table, address, result); });
 }
 
-// Whether words 0 to 2 are those of an IPv4-mapped address.
-[[nodiscard]] constexpr bool isIpv4Mapped(AddressHalves address) noexcept {
-    constexpr AddressHalves MAPPED = halvesOf(mappedAddress(0));
+// Whether a key is that of an IPv4-mapped address.
+[[nodiscard]] constexpr bool isIpv4Mapped(AddressHalves key) noexcept {
+    constexpr AddressHalves MAPPED = halvesOf(hostKeyOf(mappedAddress(0)));
     constexpr AddressHalves WORD_3 = halvesOf({{0, 0, 0, UINT32_MAX}});
-    return address.first == MAPPED.first && (address.second & ~WORD_3.second) == MAPPED.second;
+    return key.first == MAPPED.first && (key.second & ~WORD_3.second) == MAPPED.second;
 }
 
-// Asks ipv6HostTree and ipv6RangeTree, which hold IPv4 rules in mapped form.
-[[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, AddressHalves address,
+// An address as its hostKeyOf; asks ipv6HostTree and ipv6RangeTree, which hold IPv4 rules in mapped form. The flat lookup
+// has no mapped address, so what it finds is right, and only one that it lacks may be mapped.
+[[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, AddressHalves key,
                                        MatchResult& result) noexcept {
-    if (table.flatIpv6Hosts == nullptr || table.ipv6RangeTree != nullptr || isIpv4Mapped(address)) {
-        return matchIpv6InBoth(table, address, result);
+    if (table.onlyIpv6Hosts == nullptr) {
+        return matchIpv6InBoth(table, key, result);
     }
     const HostAnswer<Address128>* answers = table.ipv6Answers;
     return tryFlatHost(
-        prepareFlatHost(*table.flatIpv6Hosts, address),
-        [&](size_t rank) noexcept { return isSameHost(answers[rank].address, address); },
+        prepareFlatHost(*table.onlyIpv6Hosts, key),
+        [&](size_t rank) noexcept { return isSameHost(answers[rank].key, key); },
         [&](size_t rank) noexcept { return reportEntry(&answers[rank], result); },
-        []() noexcept { return int32_t{0}; },
-        [&]() noexcept { return matchIpv6InBoth(table, address, result); });
+        [&]() noexcept { return isIpv4Mapped(key) ? matchIpv6InBoth(table, key, result) : 0; },
+        [&]() noexcept { return matchIpv6InBoth(table, key, result); });
 }
 
 [[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, const Address128& address,
                                        MatchResult& result) noexcept {
-    return matchIpv6(table, halvesOf(address), result);
+    return matchIpv6(table, halvesOf(hostKeyOf(address)), result);
 }
 
 // The same among the rules with one ruleValue only.

@@ -111,9 +111,9 @@ constexpr bool isSameHost(uint32_t left, uint32_t right) noexcept {
     return left == right;
 }
 
-// Without a branch for each word, which the comparison of arrays has.
+// An address is compared with one that has its tag, so that both branches go the same way.
 constexpr bool isSameHost(AddressHalves left, AddressHalves right) noexcept {
-    return ((left.first ^ right.first) | (left.second ^ right.second)) == 0;
+    return left.first == right.first && left.second == right.second;
 }
 
 constexpr bool isSameHost(const Address128& left, const Address128& right) noexcept {

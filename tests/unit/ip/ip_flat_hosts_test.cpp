@@ -66,6 +66,24 @@ TEST(FlatIpHosts, LeaveMappedAddressesToTheLookupOf32Bits) {
     checkFlatIpHosts(table);
 }
 
+TEST(FlatIpHosts, AreAskedAloneWithoutARangeOfTheirWidth) {
+    const ScopedFlatUse always(FlatUse::ALWAYS);
+    const struct {
+        const char* range;
+        bool isIpv4Alone;
+        bool isIpv6Alone;
+    } rows[] = {
+        {"10.0.0.9", true, true}, {"10.0.0.0/8", false, false}, {"2001:db8::/32", true, false}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.range);
+        const RuleGroupHandle group = makeIpGroup({{"10.0.0.1"}, {"2001:db8::1"}, {row.range}});
+        const IpRuleTable& table = *group->ipTable;
+        EXPECT_EQ(row.isIpv4Alone ? table.flatIpv4Hosts : nullptr, table.onlyIpv4Hosts);
+        EXPECT_EQ(row.isIpv6Alone ? table.flatIpv6Hosts : nullptr, table.onlyIpv6Hosts);
+        checkFlatIpHosts(table);
+    }
+}
+
 TEST(FlatIpHosts, FindEachOfTheValuesOfAnAddress) {
     const ScopedFlatUse always(FlatUse::ALWAYS);
     const RuleSetHandle set = newRuleSet(RULE_TYPE_IP);
