@@ -25,8 +25,8 @@ int32_t matchIpPortPair6(const RuleGroup* group, const AddressWords& firstAddres
     if (group == nullptr || result == nullptr || group->ipPortIndex == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    return matchIpPortPair6(*group->ipPortIndex, Address128{firstAddress}, firstPort,
-                            Address128{secondAddress}, secondPort, mask, *result);
+    return matchIpPortPair6(*group->ipPortIndex, firstAddress, firstPort, secondAddress, secondPort,
+                            mask, *result);
 }
 
 int32_t matchSecondEndpoint4(const RuleGroup* group, uint32_t address, uint32_t port) noexcept {
@@ -60,8 +60,8 @@ int32_t matchPacketFilter6(const RuleGroup* group, const AddressWords& firstAddr
     if (group == nullptr || result == nullptr || group->packetFilterTable == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    return matchPacketFilter6(*group->packetFilterTable, Address128{firstAddress}, firstPort,
-                              Address128{secondAddress}, secondPort, *result);
+    return matchPacketFilter6(*group->packetFilterTable, firstAddress, firstPort, secondAddress,
+                              secondPort, *result);
 }
 
 int32_t matchCompound(const RuleGroup* group, CompoundFlow* flow, bool wantsListValue,

@@ -118,6 +118,10 @@ template <auto releaseStructure, typename Structure, typename Rule, typename Ent
         }
     }
     buildEndpointLookups(build.records, build.lookups);
+    build.lookups.hasOnlyExact4 = build.lookups.exact4.hosts != nullptr &&
+                                  build.anyFirst4 == nullptr && build.blocks4 == nullptr;
+    build.lookups.hasOnlyExact6 = build.lookups.exact6.hosts != nullptr &&
+                                  build.anyFirst6 == nullptr && build.ranges6 == nullptr;
     return slot = structure.release();
 }
 

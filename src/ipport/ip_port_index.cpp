@@ -30,6 +30,21 @@ void giveUserDataBack(const IpPortIndex& index, const ReleaseInfo& info) noexcep
 
 }  // namespace
 
+EntryHulls hullsOf(const Entry& entry, bool isOf32Bits) noexcept {
+    if (entry.firstPorts == nullptr || entry.secondAddresses == nullptr ||
+        entry.secondPorts == nullptr) {
+        return {};
+    }
+    const Hull<Address128> second = hullOf(*entry.secondAddresses);
+    const bool isExact = entry.firstPorts->next == nullptr && entry.secondPorts->next == nullptr &&
+                         entry.secondAddresses->next == nullptr &&
+                         hasWholeWords(second, isOf32Bits);
+    return {true,
+            isExact,
+            {hullOf(*entry.firstPorts), hullOf(*entry.secondPorts), firstWords(second),
+             entry.ruleMask}};
+}
+
 Entry* makeIpPortEntry(EndpointRecords<Entry>& records, const EntrySource<const IpPortRule>& source,
                        const AddressRange* secondAddresses) noexcept {
     Entry* entry = newRecord(records.entries);

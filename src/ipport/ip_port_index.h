@@ -34,6 +34,7 @@
 #include "endpoint/endpoint_entry.h"
 #include "endpoint/endpoint_lookups.h"
 #include "endpoint/endpoint_records.h"
+#include "endpoint/endpoint_summary.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
 #include "ipport/ip_port_rule.h"
@@ -57,6 +58,9 @@ struct CompiledIpPortRule {
 constexpr uint32_t& releaseFlagsOf(CompiledIpPortRule& entry) noexcept {
     return entry.releaseOwner;
 }
+
+// What an entry says in a summary.
+[[nodiscard]] EntryHulls hullsOf(const CompiledIpPortRule& entry, bool isOf32Bits) noexcept;
 
 struct IpPortIndex {
     HashTable* exact4;  // owned; null until needed, like all of these

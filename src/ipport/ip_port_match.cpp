@@ -17,6 +17,10 @@ struct PairTest {
     uint16_t secondPort;
     uint32_t mask;
 
+    [[nodiscard]] EndpointQuestion question() const noexcept {
+        return {firstPort, secondPort, secondAddress.words[0], mask};
+    }
+
     int32_t operator()(const CompiledIpPortRule& entry) const noexcept {
         if (entry.firstPorts == nullptr || entry.secondAddresses == nullptr ||
             entry.secondPorts == nullptr) {
@@ -43,16 +47,16 @@ struct SecondEndpointTest {
 
 }  // namespace
 
-int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress, uint32_t firstPort,
-                         uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
-                         MatchResult& result) noexcept {
+int32_t matchIpPortPair4InAll(const IpPortIndex& index, uint32_t firstAddress, uint32_t firstPort,
+                              uint32_t secondAddress, uint32_t secondPort, uint32_t mask,
+                              MatchResult& result) noexcept {
     const PairTest test{lookupPort(firstPort), ipv4Form(secondAddress), lookupPort(secondPort),
                         mask};
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst4, test); },
         [&]() noexcept {
-            return findInExact(index.exact4, index.records.nodes4, index.lookups.exact4,
-                               firstAddress, test);
+            return findAskedInExact(index.exact4, index.records.nodes4, index.lookups.exact4,
+                                    firstAddress, test);
         },
         [&]() noexcept {
             return findInBlocks(index.blocks4, index.records.spans, index.lookups.blocks4,
@@ -60,15 +64,17 @@ int32_t matchIpPortPair4(const IpPortIndex& index, uint32_t firstAddress, uint32
         });
 }
 
-int32_t matchIpPortPair6(const IpPortIndex& index, const Address128& firstAddress,
-                         uint32_t firstPort, const Address128& secondAddress, uint32_t secondPort,
-                         uint32_t mask, MatchResult& result) noexcept {
-    const PairTest test{lookupPort(firstPort), secondAddress, lookupPort(secondPort), mask};
+int32_t matchIpPortPair6InAll(const IpPortIndex& index, const Words128& firstWords,
+                              uint32_t firstPort, const Words128& secondWords, uint32_t secondPort,
+                              uint32_t mask, MatchResult& result) noexcept {
+    const Address128 firstAddress{firstWords};
+    const PairTest test{lookupPort(firstPort), Address128{secondWords}, lookupPort(secondPort),
+                        mask};
     return combineAnswers(
         result, [&]() noexcept { return scanList(index.anyFirst6, test); },
         [&]() noexcept {
-            return findInExact(index.exact6, index.records.nodes6, index.lookups.exact6,
-                               firstAddress, test);
+            return findAskedInExact(index.exact6, index.records.nodes6, index.lookups.exact6,
+                                    firstAddress, test);
         },
         [&]() noexcept {
             return findInRanges(index.ranges6, index.records.buckets, index.lookups.ranges6,

@@ -30,6 +30,21 @@ void giveUserDataBack(const PacketFilterTable& table, const ReleaseInfo& info) n
 
 }  // namespace
 
+EntryHulls hullsOf(const Entry& entry, bool isOf32Bits) noexcept {
+    if (entry.firstPorts == nullptr || entry.secondPorts == nullptr) {
+        return {};
+    }
+    const Hull<Address128> second{entry.secondAddressStart, entry.secondAddressEnd};
+    // Only the last words of the bounds count in the IPv4 view.
+    const Hull<uint32_t> secondWords =
+        isOf32Bits ? Hull<uint32_t>{second.low.words[3], second.high.words[3]} : firstWords(second);
+    const bool isExact = entry.firstPorts->next == nullptr && entry.secondPorts->next == nullptr &&
+                         (isOf32Bits || hasWholeWords(second, false));
+    return {true,
+            isExact,
+            {hullOf(*entry.firstPorts), hullOf(*entry.secondPorts), secondWords, ANY_FILTER_MASK}};
+}
+
 FilterEntry* makeFilterEntry(EndpointRecords<FilterEntry>& records,
                              const EntrySource<PacketFilterRule>& source) noexcept {
     FilterEntry* entry = newRecord(records.entries);

@@ -31,6 +31,7 @@
 #include "endpoint/endpoint_entry.h"
 #include "endpoint/endpoint_lookups.h"
 #include "endpoint/endpoint_records.h"
+#include "endpoint/endpoint_summary.h"
 #include "endpoint/entry_list.h"
 #include "endpoint/range_list.h"
 #include "lookup/hash_table.h"
@@ -56,6 +57,11 @@ struct FilterEntry {
 constexpr uint32_t& releaseFlagsOf(FilterEntry& entry) noexcept {
     return entry.entryFlags;
 }
+
+// What an entry says in a summary, which has no use for a mask: every lookup asks for this one.
+inline constexpr uint32_t ANY_FILTER_MASK = 1;
+
+[[nodiscard]] EntryHulls hullsOf(const FilterEntry& entry, bool isOf32Bits) noexcept;
 
 struct PacketFilterTable {
     uint32_t refCount;

@@ -14,6 +14,14 @@ bool coversSecond(const FilterEntry& entry, uint32_t address) noexcept {
            address <= entry.secondAddressEnd.words[3];
 }
 
+uint32_t firstWordOf(uint32_t address) noexcept {
+    return address;
+}
+
+uint32_t firstWordOf(const Address128& address) noexcept {
+    return address.words[0];
+}
+
 bool coversSecond(const FilterEntry& entry, const Address128& address) noexcept {
     return compareIPv6(address, entry.secondAddressStart) >= 0 &&
            compareIPv6(entry.secondAddressEnd, address) >= 0;
@@ -25,6 +33,10 @@ struct FilterTest {
     uint16_t firstPort;
     Address secondAddress;
     uint16_t secondPort;
+
+    [[nodiscard]] EndpointQuestion question() const noexcept {
+        return {firstPort, secondPort, firstWordOf(secondAddress), ANY_FILTER_MASK};
+    }
 
     int32_t operator()(const FilterEntry& entry) const noexcept {
         if (entry.firstPorts == nullptr) {
@@ -42,15 +54,15 @@ struct FilterTest {
 
 }  // namespace
 
-int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress,
-                           uint32_t firstPort, uint32_t secondAddress, uint32_t secondPort,
-                           MatchResult& result) noexcept {
+int32_t matchPacketFilter4InAll(const PacketFilterTable& table, uint32_t firstAddress,
+                                uint32_t firstPort, uint32_t secondAddress, uint32_t secondPort,
+                                MatchResult& result) noexcept {
     const FilterTest<uint32_t> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv4AnyList, test); },
         [&]() noexcept {
-            return findInExact(table.ipv4HostTable, table.records.nodes4, table.lookups.exact4,
-                               firstAddress, test);
+            return findAskedInExact(table.ipv4HostTable, table.records.nodes4, table.lookups.exact4,
+                                    firstAddress, test);
         },
         [&]() noexcept {
             return findInBlocks(table.ipv4BlockIndex, table.records.spans, table.lookups.blocks4,
@@ -58,15 +70,17 @@ int32_t matchPacketFilter4(const PacketFilterTable& table, uint32_t firstAddress
         });
 }
 
-int32_t matchPacketFilter6(const PacketFilterTable& table, const Address128& firstAddress,
-                           uint32_t firstPort, const Address128& secondAddress, uint32_t secondPort,
-                           MatchResult& result) noexcept {
-    const FilterTest<Address128> test{lookupPort(firstPort), secondAddress, lookupPort(secondPort)};
+int32_t matchPacketFilter6InAll(const PacketFilterTable& table, const Words128& firstWords,
+                                uint32_t firstPort, const Words128& secondWords,
+                                uint32_t secondPort, MatchResult& result) noexcept {
+    const Address128 firstAddress{firstWords};
+    const FilterTest<Address128> test{lookupPort(firstPort), Address128{secondWords},
+                                      lookupPort(secondPort)};
     return combineAnswers(
         result, [&]() noexcept { return scanList(table.ipv6AnyList, test); },
         [&]() noexcept {
-            return findInExact(table.ipv6HostTable, table.records.nodes6, table.lookups.exact6,
-                               firstAddress, test);
+            return findAskedInExact(table.ipv6HostTable, table.records.nodes6, table.lookups.exact6,
+                                    firstAddress, test);
         },
         [&]() noexcept {
             return findInRanges(table.ipv6RangeList, table.records.buckets, table.lookups.ranges6,

@@ -11,10 +11,12 @@
 
 namespace rs {
 
+using Words128 = std::array<uint32_t, 4>;
+
 // Four words in host order, the most significant word first, so that the built-in comparison orders
 // addresses as numbers.
 struct Address128 {
-    std::array<uint32_t, 4> words;
+    Words128 words;
     friend constexpr auto operator<=>(const Address128&, const Address128&) noexcept = default;
 };
 

@@ -122,8 +122,8 @@ void checkBlocks(const View<Entry>& view) {
 
 template <typename Entry, typename Address>
 void checkExact(const HashTable* table, const Slab<ExactAddressNode<Entry, Address>>& nodes,
-                const FlatHosts<Address>* hosts) {
-    if (hosts == nullptr) {
+                const ExactLookup<Address>& lookup) {
+    if (lookup.hosts == nullptr) {
         return;
     }
     ASSERT_EQ(table->elementCount, nodes.count);
@@ -134,7 +134,7 @@ void checkExact(const HashTable* table, const Slab<ExactAddressNode<Entry, Addre
     forSomeKeys(keys, nodes.count / 40, [&](const Address& key) {
         checkKey<Entry>(
             [&](const auto& test) { return scanExact<Entry>(table, key, test); },
-            [&](const auto& test) { return findInExact(table, nodes, hosts, key, test); });
+            [&](const auto& test) { return findInExact(table, nodes, lookup, key, test); });
     });
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/memory.h"
+#include "endpoint/endpoint_summary.h"
 
 namespace rs::test {
 
@@ -18,6 +19,12 @@ struct PlainEntry {
     void* userData;
     PlainEntry* next;
 };
+
+// Covers first ports up to its rule, and nothing else is known of it.
+inline EntryHulls hullsOf(const PlainEntry& entry, bool /*isOf32Bits*/) {
+    const auto port = static_cast<uint16_t>(entry.ruleIndex);
+    return {true, true, {{0, port}, {0, UINT16_MAX}, {0, UINT32_MAX}, 1}};
+}
 
 inline std::string plainEntryText(const PlainEntry& entry) {
     return "#" + std::to_string(entry.ruleIndex);

@@ -32,20 +32,20 @@ TEST_F(EndpointLookupsTest, AreThereForEachKindOfRecord) {
     const ScopedFlatUse always(FlatUse::ALWAYS);
     addRecords();
     buildEndpointLookups(records, lookups);
-    EXPECT_NE(nullptr, lookups.exact4);
-    EXPECT_NE(nullptr, lookups.exact6);
+    EXPECT_NE(nullptr, lookups.exact4.hosts);
+    EXPECT_NE(nullptr, lookups.exact6.hosts);
     EXPECT_NE(nullptr, lookups.blocks4.order);
     EXPECT_NE(nullptr, lookups.ranges6);
     freeEndpointLookups(lookups);
-    EXPECT_EQ(nullptr, lookups.exact4);
+    EXPECT_EQ(nullptr, lookups.exact4.hosts);
     EXPECT_EQ(nullptr, lookups.blocks4.order);
 }
 
 TEST_F(EndpointLookupsTest, AreMissingWithoutRecords) {
     const ScopedFlatUse always(FlatUse::ALWAYS);
     buildEndpointLookups(records, lookups);
-    EXPECT_EQ(nullptr, lookups.exact4);
-    EXPECT_EQ(nullptr, lookups.exact6);
+    EXPECT_EQ(nullptr, lookups.exact4.hosts);
+    EXPECT_EQ(nullptr, lookups.exact6.hosts);
     EXPECT_EQ(nullptr, lookups.blocks4.order);
     EXPECT_EQ(nullptr, lookups.ranges6);
 }
@@ -54,8 +54,8 @@ TEST_F(EndpointLookupsTest, AreMissingForAFewRecords) {
     const ScopedFlatUse bySize(FlatUse::BY_SIZE);
     addRecords();
     buildEndpointLookups(records, lookups);
-    EXPECT_EQ(nullptr, lookups.exact4);
-    EXPECT_EQ(nullptr, lookups.exact6);
+    EXPECT_EQ(nullptr, lookups.exact4.hosts);
+    EXPECT_EQ(nullptr, lookups.exact6.hosts);
     EXPECT_EQ(nullptr, lookups.blocks4.order);
     EXPECT_EQ(nullptr, lookups.ranges6);
 }

@@ -135,7 +135,7 @@ TEST_F(ExactTableTest, HasNoAnswerWhileItIsMissing) {
 
 // Addresses of one bucket, and of one sum of words, with an entry of each of two rules.
 TEST_F(ExactTableTest, HasAFlatLookupThatFindsTheSame) {
-    EXPECT_EQ(nullptr, buildFlatExact(nodes4)) << "without an address";
+    EXPECT_EQ(nullptr, buildFlatExact(nodes4).hosts) << "without an address";
     uint32_t rule = 0;
     for (uint32_t key = 0; nodes4.count < 300; ++key) {
         if (hashIPv4(key) % 4095 == 1000) {
@@ -145,11 +145,11 @@ TEST_F(ExactTableTest, HasAFlatLookupThatFindsTheSame) {
         }
     }
     const ScopedFlatUse always(FlatUse::ALWAYS);
-    const OwnedFlatHosts<uint32_t> flat4(buildFlatExact(nodes4));
-    const OwnedFlatHosts<Address128> flat6(buildFlatExact(nodes6));
-    ASSERT_TRUE(flat4 && flat6);
+    auto flat4 = buildFlatExact(nodes4);
+    auto flat6 = buildFlatExact(nodes6);
+    ASSERT_TRUE(flat4.hosts != nullptr && flat6.hosts != nullptr);
     const auto find4 = [&](uint32_t key, const auto& test) {
-        return findInExact(exact4, nodes4, flat4.get(), key, test);
+        return findInExact(exact4, nodes4, flat4, key, test);
     };
     for (uint32_t i = 0; i < nodes4.count; ++i) {
         const uint32_t key = recordAt(nodes4, i).address;
@@ -158,10 +158,55 @@ TEST_F(ExactTableTest, HasAFlatLookupThatFindsTheSame) {
         EXPECT_EQ(RULE_ERR_FAILED, find4(key, failingAt(2 * i + 1)).status);
         EXPECT_EQ(0, find4(key + 1, takeAny).status);
         const Address128& wide = recordAt(nodes6, i).address;
-        EXPECT_EQ(2 * i + 2,
-                  findInExact(exact6, nodes6, flat6.get(), wide, takeAny).entry->ruleIndex);
+        EXPECT_EQ(2 * i + 2, findInExact(exact6, nodes6, flat6, wide, takeAny).entry->ruleIndex);
     }
-    EXPECT_EQ(0, findInExact(exact6, nodes6, flat6.get(), address(1), takeAny).status);
+    EXPECT_EQ(0, findInExact(exact6, nodes6, flat6, address(1), takeAny).status);
+    freeExactLookup(flat4);
+    freeExactLookup(flat6);
+    EXPECT_EQ(nullptr, flat4.hosts);
+    EXPECT_EQ(nullptr, flat4.summaries);
+}
+
+// A test that is to be asked of entries only where their summary does not decide.
+struct PortTest {
+    uint16_t port;
+    bool mayAsk;
+
+    [[nodiscard]] EndpointQuestion question() const { return {port, 0, 0, 1}; }
+    int32_t operator()(const PlainEntry& entry) const {
+        EXPECT_TRUE(mayAsk);
+        return port <= entry.ruleIndex ? 1 : 0;
+    }
+};
+
+TEST_F(ExactTableTest, AsksTheSummaryOfAnAddressFirst) {
+    add(1U, 5);
+    add(2U, 5);
+    add(2U, 9);
+    const ScopedFlatUse always(FlatUse::ALWAYS);
+    auto flat = buildFlatExact(nodes4);
+    ASSERT_NE(nullptr, flat.hosts);
+    const struct {
+        uint32_t address;
+        PortTest test;
+        uint32_t rule;  // 0 for none
+    } rows[] = {{1, {5, false}, 5}, {1, {6, false}, 0}, {2, {5, false}, 5},
+                {2, {6, true}, 9},  {2, {10, true}, 0}, {3, {0, false}, 0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.address);
+        SCOPED_TRACE(row.test.port);
+        const auto answer = findAskedInExact(exact4, nodes4, flat, row.address, row.test);
+        EXPECT_EQ(row.rule, answer.status == 1 ? answer.entry->ruleIndex : 0);
+        MatchResult result{};
+        const int32_t status =
+            askOnlyExact(flat, row.address, row.test.question(), result, [&]() noexcept {
+                EXPECT_TRUE(row.test.mayAsk);
+                return 7;
+            });
+        EXPECT_EQ(row.test.mayAsk ? 7 : answer.status, status);
+        EXPECT_EQ(row.test.mayAsk ? 0 : row.rule, result.ruleIndex);
+    }
+    freeExactLookup(flat);
 }
 
 TEST_F(ExactTableTest, HasNoFlatLookupWhileItIsSmall) {
@@ -169,10 +214,12 @@ TEST_F(ExactTableTest, HasNoFlatLookupWhileItIsSmall) {
     for (uint32_t key = 1; key < FLAT_EXACT_ADDRESSES; ++key) {
         add(key, key);
     }
-    EXPECT_EQ(nullptr, buildFlatExact(nodes4));
+    EXPECT_EQ(nullptr, buildFlatExact(nodes4).hosts);
     EXPECT_EQ(7, findInExact(exact4, nodes4, {}, 7U, takeAny).entry->ruleIndex);
     add(0U, 1);
-    EXPECT_TRUE(OwnedFlatHosts<uint32_t>(buildFlatExact(nodes4)));
+    auto flat = buildFlatExact(nodes4);
+    EXPECT_NE(nullptr, flat.hosts);
+    freeExactLookup(flat);
 }
 
 // What is there stays when no entry can be made.

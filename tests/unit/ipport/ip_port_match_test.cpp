@@ -11,6 +11,7 @@
 #include "support/address_words.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/scoped_flat_use.h"
 #include "support/winner.h"
 
 namespace rs::test {
@@ -291,6 +292,10 @@ protected:
 
     static inline MatchResult result4;
     static inline MatchResult result6;
+
+private:
+    // What is planted is in the ordered structures alone: a flat lookup says what entries said when it was built.
+    const ScopedFlatUse ordered_{FlatUse::NEVER};
 };
 
 // Whichever list is missing and whatever would have decided against the entry before.

@@ -12,6 +12,7 @@
 #include "support/address_words.h"
 #include "support/rule_builder.h"
 #include "support/rule_handles.h"
+#include "support/scoped_flat_use.h"
 #include "support/winner.h"
 
 namespace rs::test {
@@ -215,6 +216,10 @@ protected:
 
     MatchResult result4 = UNTOUCHED;
     MatchResult result6 = UNTOUCHED;
+
+private:
+    // What is planted is in the ordered structures alone: a flat lookup says what entries said when it was built.
+    const ScopedFlatUse ordered_{FlatUse::NEVER};
 };
 
 TEST_F(PlantedFilterEntry, WithoutFirstPortsIsAnErrorAtOnce) {
