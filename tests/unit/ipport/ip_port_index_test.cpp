@@ -85,6 +85,30 @@ TEST(IpPortRelease, NeedsACallback) {
     EXPECT_EQ(nullptr, group.ipPortIndex);
 }
 
+TEST(IpPortHulls, AreExactForOneRangeOfEach) {
+    PortRange ports{80, 90, nullptr};
+    PortRange morePorts{5, 5, &ports};
+    AddressRange second{{{7, 0, 0, 0}}, {{9, 0, 0, 0}}, nullptr};
+    CompiledIpPortRule entry{};
+    EXPECT_FALSE(hullsOf(entry, true).isKnown);
+    entry.firstPorts = &ports;
+    entry.secondAddresses = &second;
+    EXPECT_FALSE(hullsOf(entry, true).isKnown);
+    entry.secondPorts = &ports;
+    entry.ruleMask = 6;
+    EXPECT_TRUE(hullsOf(entry, true).isKnown);
+    EXPECT_TRUE(hullsOf(entry, true).isExact);
+    EXPECT_TRUE(hullsOf(entry, false).isKnown);
+    EXPECT_FALSE(hullsOf(entry, false).isExact) << "the upper end is not all of its first word";
+    EXPECT_EQ(7, hullsOf(entry, true).hull.second.low);
+    EXPECT_EQ(9, hullsOf(entry, true).hull.second.high);
+    EXPECT_EQ(6, hullsOf(entry, true).hull.mask);
+    entry.firstPorts = &morePorts;
+    EXPECT_FALSE(hullsOf(entry, true).isExact);
+    EXPECT_EQ(5, hullsOf(entry, true).hull.firstPorts.low);
+    EXPECT_EQ(90, hullsOf(entry, true).hull.firstPorts.high);
+}
+
 }  // namespace
 
 }  // namespace rs::test

@@ -85,6 +85,30 @@ TEST(PacketFilterRelease, GoesStructureByStructure) {
                 ElementsAre(&data[0], &data[1], &data[2], &data[3], &data[4], &data[5]));
 }
 
+TEST(PacketFilterHulls, HaveTheLastWordsInTheIpv4View) {
+    PortRange ports{80, 90, nullptr};
+    PortRange morePorts{5, 5, &ports};
+    FilterEntry entry{};
+    entry.secondAddressStart = {{0, 0, 0, 7}};
+    entry.secondAddressEnd = {{2, UINT32_MAX, UINT32_MAX, 9}};
+    EXPECT_FALSE(hullsOf(entry, true).isKnown);
+    entry.firstPorts = &ports;
+    EXPECT_FALSE(hullsOf(entry, true).isKnown);
+    entry.secondPorts = &ports;
+    EXPECT_TRUE(hullsOf(entry, true).isKnown);
+    EXPECT_TRUE(hullsOf(entry, true).isExact);
+    EXPECT_EQ(7, hullsOf(entry, true).hull.second.low);
+    EXPECT_EQ(9, hullsOf(entry, true).hull.second.high);
+    EXPECT_FALSE(hullsOf(entry, false).isExact);
+    EXPECT_EQ(0, hullsOf(entry, false).hull.second.low);
+    EXPECT_EQ(2, hullsOf(entry, false).hull.second.high);
+    entry.secondAddressStart = FIRST_ADDRESS;
+    entry.secondAddressEnd = LAST_ADDRESS;
+    EXPECT_TRUE(hullsOf(entry, false).isExact);
+    entry.secondPorts = &morePorts;
+    EXPECT_FALSE(hullsOf(entry, false).isExact);
+}
+
 }  // namespace
 
 }  // namespace rs::test
