@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <set>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -21,7 +22,7 @@ protected:
 };
 
 TEST_F(SlabTest, FindsEveryRecordByItsNumber) {
-    for (const uint64_t expected : {0U, 1U, 7U, 8U, 100U, 5000U}) {
+    for (const uint64_t expected : {0U, 1U, 7U, 8U, 100U, 1024U, 1500U, 5000U}) {
         SCOPED_TRACE(expected);
         sizeSlab(slab, expected);
         std::set<const Record*> made;
@@ -49,6 +50,43 @@ TEST_F(SlabTest, MakesOneChunkForAboutAnEighthOfTheRecords) {
         ASSERT_NE(nullptr, newRecord(slab));
     }
     EXPECT_EQ(8, slab.chunkCount);
+}
+
+TEST_F(SlabTest, LeavesFewRecordsFreeWhereAsManyAreMadeAsExpected) {
+    for (const uint32_t expected : {1024U, 1025U, 2047U, 5000U, 100'000U}) {
+        SCOPED_TRACE(expected);
+        sizeSlab(slab, expected);
+        for (uint32_t i = 0; i < expected; ++i) {
+            ASSERT_NE(nullptr, newRecord(slab));
+        }
+        const uint32_t room = (slab.chunkCount << slab.chunkShift) - expected;
+        EXPECT_LE(room, expected / 64);
+        freeSlab(slab);
+    }
+}
+
+TEST_F(SlabTest, MakesLargeBlocksForTheExpectedRecordsAndSmallOnesForMore) {
+    sizeSlab(slab, 1024 + 512 + 16);  // 97 chunks of 16 records
+    std::vector<uint32_t> blocks;
+    for (uint32_t chunk = 0; chunk < 100; chunk += blocks.back()) {
+        blocks.push_back(chunksInBlock(slab, chunk));
+    }
+    EXPECT_EQ((std::vector<uint32_t>{16, 16, 16, 16, 16, 16, 1, 1, 1, 1}), blocks);
+    const Record* first = newRecord(slab);
+    ASSERT_NE(nullptr, first);
+    for (uint32_t i = 1; i < 256; ++i) {
+        EXPECT_EQ(first + i, newRecord(slab));
+    }
+    EXPECT_EQ(16, slab.chunkCount);
+}
+
+TEST_F(SlabTest, PutsARunIntoSeveralChunksOfABlock) {
+    sizeSlab(slab, 1024, 16);
+    const Record* first = newRecords(slab, 10);
+    ASSERT_NE(nullptr, first);
+    EXPECT_EQ(first + 10, newRecords(slab, 16));
+    EXPECT_EQ(first + 25, &recordAt(slab, 25));
+    EXPECT_EQ(nullptr, newRecords(slab, 17));
 }
 
 TEST_F(SlabTest, PutsRecordsOfARunSideBySide) {

@@ -15,13 +15,13 @@ TEST(EndpointRecords, HaveChunksForTheNumberOfRules) {
     sizeEndpointRecords(many, 100'000);
     EXPECT_EQ(5, few.entries.chunkShift) << "32 at once, however few rules there are";
     EXPECT_EQ(few.entries.chunkShift, few.spans.chunkShift);
-    EXPECT_EQ(14, many.entries.chunkShift) << "an eighth of the rules or more";
-    EXPECT_EQ(14, many.ports.chunkShift);
-    EXPECT_EQ(14, many.addresses.chunkShift);
-    EXPECT_EQ(14, many.nodes4.chunkShift);
-    EXPECT_EQ(14, many.nodes6.chunkShift);
-    EXPECT_EQ(14, many.spans.chunkShift);
-    EXPECT_EQ(14, many.buckets.chunkShift);
+    EXPECT_EQ(10, many.entries.chunkShift) << "a hundredth of the rules or so";
+    EXPECT_EQ(10, many.ports.chunkShift);
+    EXPECT_EQ(10, many.addresses.chunkShift);
+    EXPECT_EQ(10, many.nodes4.chunkShift);
+    EXPECT_EQ(10, many.nodes6.chunkShift);
+    EXPECT_EQ(10, many.spans.chunkShift);
+    EXPECT_EQ(10, many.buckets.chunkShift);
 }
 
 TEST(EndpointRecords, AreFreedTogether) {
