@@ -53,10 +53,11 @@ public:
         entries_[rank] = {entryNumber, entryNumber};
     }
 
-    // The number of a node's first entry.
+    // The numbers of a node's first and last entry.
     [[nodiscard]] uint32_t firstEntryOf(uint32_t rank) const noexcept {
         return entries_[rank].first;
     }
+    [[nodiscard]] uint32_t lastEntryOf(uint32_t rank) const noexcept { return entries_[rank].last; }
 
     // Puts an entry, which is in the slab already, after the last one of a node.
     template <typename Entry>
@@ -76,7 +77,7 @@ public:
     }
 
     // Fills the reserved records in key order: setKey(record, rank) writes the key. No entry may be appended
-    // afterwards.
+    // afterwards. Records of other slabs, with the same numbers, may be linked in the same way.
     template <typename Node, typename Entry, typename SetKey>
     void link(SearchTree& tree, const Slab<Node>& nodes, const Slab<Entry>& entries,
               const SetKey& setKey) noexcept {

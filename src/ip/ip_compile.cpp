@@ -29,6 +29,11 @@ bool createTree(SearchTree*& tree, const RuleSet& set, TreeCompare compare,
     return tree != nullptr;
 }
 
+void sizeIpv6RangeSlabs(const RulePlaces& places, IpRuleTable& table) noexcept {
+    sizeSlab(table.ipv6RangeEntries, places.ranges.count);
+    sizeSlab(table.ipv6RangeNodes, places.ranges.count);
+}
+
 // Chooses the chunks of the slabs as if no rule were a duplicate, and each range in one piece.
 void sizeSlabs(const RulePlaces& places, IpRuleTable& table) noexcept {
     sizeSlab(table.hostEntries, places.hosts.ipv4Count);
@@ -36,8 +41,7 @@ void sizeSlabs(const RulePlaces& places, IpRuleTable& table) noexcept {
     sizeSlab(table.ipv6HostNodes, places.hosts.addresses.count());
     sizeSlab(table.ipv4RangeEntries, places.ranges.ipv4Count);
     sizeSlab(table.ipv4RangeNodes, places.ranges.ipv4Count);
-    sizeSlab(table.ipv6RangeEntries, places.ranges.count);
-    sizeSlab(table.ipv6RangeNodes, places.ranges.count);
+    sizeIpv6RangeSlabs(places, table);
 }
 
 // Gives back the userData of a rule that added nothing to a view. A rule that has entered the other
@@ -76,9 +80,26 @@ bool enterRules(RuleSet& set, uint8_t* claims, const IsInView& isInView, const E
     });
 }
 
-// Enters the rules into the 32-bit structures; a rule of IPv6 addresses has no place there.
-bool buildIpv4View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
-                   uint8_t* claims) noexcept {
+// Makes the tree of the mirror, or empties its slabs when it lacks a range. False when memory is out for the tree.
+bool finishMirror(const RuleSet& set, const RulePlaces& places, IpRuleTable& table,
+                  IntervalInsertion<uint32_t>& ranges) noexcept {
+    if (!ranges.hasMirror()) {
+        freeSlab(table.ipv6RangeNodes);
+        freeSlab(table.ipv6RangeEntries);
+        sizeIpv6RangeSlabs(places, table);
+        return true;
+    }
+    if (!createTree(table.ipv6RangeTree, set, classifyInterval128, releaseRangeEntries128)) {
+        return false;
+    }
+    ranges.linkMirror(*table.ipv6RangeTree);
+    return true;
+}
+
+// Enters the rules into the 32-bit structures; a rule of IPv6 addresses has no place there. When all ranges are IPv4
+// ones, makes ipv6RangeTree, too, or fills failure.
+bool buildIpv4View(RuleSet& set, const RulePlaces& places, IpRuleTable& table, uint8_t* claims,
+                   MirrorFailure& failure) noexcept {
     IntervalInsertion<uint32_t> ranges(table.ipv4RangeNodes, table.ipv4RangeEntries, places.ranges);
     const bool hasHosts = places.hosts.ipv4Count != 0;
     const bool hasRanges = places.ranges.ipv4Count != 0;
@@ -87,6 +108,10 @@ bool buildIpv4View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
          (!createTree(table.ipv4RangeTree, set, classifyInterval32, releaseRangeEntries32) ||
           !ranges.reserve()))) {
         return false;
+    }
+    const bool isMirrored = hasRanges && places.ranges.ipv4Count == places.ranges.count;
+    if (isMirrored) {
+        ranges.mirrorInto(table.ipv6RangeNodes, table.ipv6RangeEntries);
     }
     const bool isEntered = enterRules(
         set, claims, hasIpv4View,
@@ -103,17 +128,19 @@ bool buildIpv4View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
         ranges.link(*table.ipv4RangeTree);
     }
     table.leftOut += ranges.leftOut();
-    return isEntered;
+    failure = ranges.mirrorFailure();
+    return isEntered && (!isMirrored || finishMirror(set, places, table, ranges));
 }
 
-// Enters all rules into the 128-bit structures, IPv4 rules in their mapped form.
-bool buildIpv6View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
-                   uint8_t* claims) noexcept {
+// Enters all rules into the 128-bit structures, IPv4 rules in their mapped form, apart from ranges that are there
+// already. The range of a failure fails again.
+bool buildIpv6View(RuleSet& set, const RulePlaces& places, IpRuleTable& table, uint8_t* claims,
+                   const MirrorFailure& failure) noexcept {
     AddressInsertion hosts(table, places.hosts);
     IntervalInsertion<Address128> ranges(table.ipv6RangeNodes, table.ipv6RangeEntries,
                                          places.ranges);
     const bool hasHosts = places.hosts.count != 0;
-    const bool hasRanges = places.ranges.count != 0;
+    const bool hasRanges = places.ranges.count != 0 && table.ipv6RangeTree == nullptr;
     if ((hasHosts &&
          (!createTree(table.ipv6HostTree, set, compareAddressKey, releaseAddressEntries) ||
           !hosts.reserve())) ||
@@ -123,14 +150,16 @@ bool buildIpv6View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
         return false;
     }
     const bool isEntered = enterRules(
-        set, claims, [](const IpRule&) noexcept { return true; },
+        set, claims,
+        [hasRanges](const IpRule& rule) noexcept { return hasRanges || isSingle(rule); },
         [&](uint32_t position, const EntryRule& entryRule, const IpRule&) noexcept {
             return places.hosts.ranks[position] == DUPLICATE_HOST
                        ? RULE_ERR_DUPLICATE
                        : hosts.insert(position, entryRule);
         },
         [&](uint32_t position, const EntryRule& entryRule, const IpRule&) noexcept {
-            return ranges.insert(position, entryRule);
+            return position == failure.position ? failure.status
+                                                : ranges.insert(position, entryRule);
         });
     if (hasHosts) {
         hosts.link(*table.ipv6HostTree);
@@ -138,7 +167,7 @@ bool buildIpv6View(RuleSet& set, const RulePlaces& places, IpRuleTable& table,
     if (hasRanges) {
         ranges.link(*table.ipv6RangeTree);
     }
-    table.leftOut += ranges.leftOut();
+    table.leftOut += ranges.leftOut() + (failure.status == RULE_ERR_DUPLICATE ? 1 : 0);
     return isEntered;
 }
 
@@ -149,7 +178,9 @@ bool buildBothViews(RuleSet& set, IpRuleTable& table, uint8_t* claims) noexcept 
         return false;
     }
     sizeSlabs(places, table);
-    return buildIpv4View(set, places, table, claims) && buildIpv6View(set, places, table, claims);
+    MirrorFailure failure;
+    return buildIpv4View(set, places, table, claims, failure) &&
+           buildIpv6View(set, places, table, claims, failure);
 }
 
 }  // namespace

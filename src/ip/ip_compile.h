@@ -1,7 +1,8 @@
 // List of IP rules -> IpRuleTable.
 //
 // The list is walked twice: first all rules enter the 32-bit structures, then all enter the 128-bit
-// ones. So a structure gets its rules in their order.
+// ones. So a structure gets its rules in their order. Where all ranges are IPv4 ones, the first walk makes both trees of
+// ranges, because they are alike.
 #pragma once
 
 #include "core/rule_group.h"

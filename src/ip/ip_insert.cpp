@@ -110,7 +110,8 @@ int32_t IntervalInsertion<Address>::insert(uint32_t position, const EntryRule& r
         wakeCovers();
     }
     const Piece& whole = ranges_.ranges[position];
-    hasEntered_ = false;
+    position_ = position;
+    firstEntry_ = entries_.count;
     owner_ = isUnclaimed(rule) ? findOwner(whole, rule.ruleValue) : NO_RANK;
     const int32_t status = enterPieces(whole, rule);
     if (status == RULE_OK) {
@@ -118,13 +119,13 @@ int32_t IntervalInsertion<Address>::insert(uint32_t position, const EntryRule& r
         if (isAwake_) {
             covers_.add(position);
         }
-    } else if (hasEntered_) {
+    } else if (enteredParts() != 0) {
         // The build fails, and the entry that should own the userData may be missing.
         claimUserData(recordAt(entries_, entries_.count - 1), rule);
     } else {
         ++leftOut_;
     }
-    return hasEntered_ ? status : RULE_ERR_DUPLICATE;
+    return enteredParts() != 0 ? status : RULE_ERR_DUPLICATE;
 }
 
 // From low to high: a part of each node that is met, and a node for each gap.
@@ -160,6 +161,7 @@ bool IntervalInsertion<Address>::enterNode(const Piece& key, uint32_t before, ui
     }
     ends_[key.low] = key.end;
     growing_.add(key.low, before, after, entries_.count - 1);
+    mirrorNode(key, rule);
     return true;
 }
 
@@ -173,23 +175,62 @@ bool IntervalInsertion<Address>::enterPart(uint32_t node, const Piece& part,
     if (!enterEntry(part, rule)) {
         return false;
     }
+    const uint32_t last = growing_.lastEntryOf(node);
     growing_.append(node, entries_, entries_.count - 1);
+    mirrorPart(part, last, rule);
     return true;
 }
 
 template <typename Address>
 bool IntervalInsertion<Address>::enterEntry(const Piece& piece, const EntryRule& rule) noexcept {
-    Entry* entry = makeEntry(entries_, rule);
-    if (entry == nullptr) {
-        return false;
-    }
-    entry->low = ranges_.addresses.template at<Address>(piece.low);
-    entry->high = ranges_.addresses.template before<Address>(piece.end);
-    hasEntered_ = true;
-    if (piece.low == owner_) {
+    Entry* entry = makePart(entries_, piece, rule);
+    if (entry != nullptr && piece.low == owner_) {
         claimUserData(*entry, rule);
     }
-    return true;
+    return entry != nullptr;
+}
+
+// An entry for a piece, in the slab of either width; null when memory is out.
+template <typename Address>
+template <typename KeyAddress>
+RangeEntry<KeyAddress>* IntervalInsertion<Address>::makePart(Slab<RangeEntry<KeyAddress>>& entries,
+                                                             const Piece& piece,
+                                                             const EntryRule& rule) noexcept {
+    RangeEntry<KeyAddress>* entry = makeEntry(entries, rule);
+    if (entry != nullptr) {
+        entry->low = ranges_.addresses.template at<KeyAddress>(piece.low);
+        entry->high = ranges_.addresses.template before<KeyAddress>(piece.end);
+    }
+    return entry;
+}
+
+// An entry of the mirror has the number of the one that was made just now. It owns no userData: the other one may.
+template <typename Address>
+void IntervalInsertion<Address>::mirrorNode(const Piece& key, const EntryRule& rule) noexcept {
+    if (mirror_.entries != nullptr && (newRecord(*mirror_.nodes) == nullptr ||
+                                       makePart(*mirror_.entries, key, rule) == nullptr)) {
+        giveMirrorUp();
+    }
+}
+
+template <typename Address>
+void IntervalInsertion<Address>::mirrorPart(const Piece& part, uint32_t last,
+                                            const EntryRule& rule) noexcept {
+    if (mirror_.entries == nullptr) {
+        return;
+    }
+    RangeEntry<Address128>* entry = makePart(*mirror_.entries, part, rule);
+    if (entry == nullptr) {
+        giveMirrorUp();
+        return;
+    }
+    recordAt(*mirror_.entries, last).next = entry;
+}
+
+template <typename Address>
+void IntervalInsertion<Address>::giveMirrorUp() noexcept {
+    mirrorFailure_ = {position_, enteredParts() == 1 ? RULE_ERR_DUPLICATE : RULE_ERR_NO_MEMORY};
+    mirror_ = {};
 }
 
 // Where the entry begins that owns the rule's userData; NO_RANK when nothing will be entered. It is the one that a way
@@ -288,11 +329,25 @@ void IntervalInsertion<Address>::wakeCovers() noexcept {
 }
 
 template <typename Address>
+template <typename KeyAddress>
+void IntervalInsertion<Address>::linkInto(SearchTree& tree,
+                                          const Slab<IntervalNode<KeyAddress>>& nodes,
+                                          const Slab<RangeEntry<KeyAddress>>& entries) noexcept {
+    growing_.link(
+        tree, nodes, entries, [this](IntervalNode<KeyAddress>& record, uint32_t rank) noexcept {
+            record.key = {ranges_.addresses.template at<KeyAddress>(rank),
+                          ranges_.addresses.template before<KeyAddress>(ends_[rank]), nullptr};
+        });
+}
+
+template <typename Address>
 void IntervalInsertion<Address>::link(SearchTree& tree) noexcept {
-    growing_.link(tree, nodes_, entries_, [this](Node& record, uint32_t rank) noexcept {
-        record.key = {ranges_.addresses.template at<Address>(rank),
-                      ranges_.addresses.template before<Address>(ends_[rank]), nullptr};
-    });
+    linkInto(tree, nodes_, entries_);
+}
+
+template <typename Address>
+void IntervalInsertion<Address>::linkMirror(SearchTree& tree) noexcept {
+    linkInto(tree, *mirror_.nodes, *mirror_.entries);
 }
 
 template class IntervalInsertion<uint32_t>;

@@ -7,6 +7,9 @@
 //     tree           |---rule 1---|
 //     becomes   |-2-||----1, 2----||----2-----|
 //
+// A list whose ranges are all IPv4 ones has the same tree twice: that of 128 bits has the same nodes and entries, in their
+// IPv4-mapped form. It is made as the mirror of the other, without a tree that grows once more.
+//
 // Each operation returns RULE_OK, RULE_ERR_DUPLICATE when the rule adds nothing to what earlier rules
 // with the same ruleValue cover, or RULE_ERR_NO_MEMORY, which fails the build. The rules of a view are
 // entered in rule order. Their places (ip/rule_places.h) say what meets without a way down a tree. When
@@ -64,6 +67,13 @@ private:
     GrowingTree growing_;
 };
 
+// Why there is no mirror: memory ran out for a part of the range of a position, which a tree that grows by itself would
+// have left out (RULE_ERR_DUPLICATE) or failed with (RULE_ERR_NO_MEMORY). NO_RANK when it was no such range.
+struct MirrorFailure {
+    uint32_t position = NO_RANK;
+    int32_t status = 0;
+};
+
 // Enters ranges into a tree of intervals.
 template <typename Address>
 class IntervalInsertion {
@@ -85,6 +95,22 @@ public:
 
     void link(SearchTree& tree) noexcept;
 
+    // Makes a mirror in these slabs, as long as memory lasts. All ranges are IPv4 ones.
+    void mirrorInto(Slab<IntervalNode<Address128>>& nodes,
+                    Slab<RangeEntry<Address128>>& entries) noexcept {
+        mirror_ = {&nodes, &entries};
+    }
+
+    // Whether the mirror has all ranges. Otherwise its slabs hold nothing of use.
+    [[nodiscard]] bool hasMirror() const noexcept {
+        return mirror_.entries != nullptr && leftOut_ == 0;
+    }
+
+    [[nodiscard]] MirrorFailure mirrorFailure() const noexcept { return mirrorFailure_; }
+
+    // After link(): links the mirror, which is there.
+    void linkMirror(SearchTree& tree) noexcept;
+
     [[nodiscard]] uint32_t leftOut() const noexcept { return leftOut_; }
 
     // The nodes that were met and the entries that were walked.
@@ -94,6 +120,21 @@ private:
     // Ranks: [low, end).
     using Piece = RangePlace;
 
+    struct Mirror {
+        Slab<IntervalNode<Address128>>* nodes = nullptr;  // borrowed
+        Slab<RangeEntry<Address128>>* entries = nullptr;  // borrowed; null when there is no mirror
+    };
+
+    template <typename KeyAddress>
+    void linkInto(SearchTree& tree, const Slab<IntervalNode<KeyAddress>>& nodes,
+                  const Slab<RangeEntry<KeyAddress>>& entries) noexcept;
+    template <typename KeyAddress>
+    RangeEntry<KeyAddress>* makePart(Slab<RangeEntry<KeyAddress>>& entries, const Piece& piece,
+                                     const EntryRule& rule) noexcept;
+    void mirrorNode(const Piece& key, const EntryRule& rule) noexcept;
+    void mirrorPart(const Piece& part, uint32_t last, const EntryRule& rule) noexcept;
+    void giveMirrorUp() noexcept;
+    [[nodiscard]] uint32_t enteredParts() const noexcept { return entries_.count - firstEntry_; }
     int32_t enterPieces(const Piece& whole, const EntryRule& rule) noexcept;
     bool enterNode(const Piece& key, uint32_t before, uint32_t after,
                    const EntryRule& rule) noexcept;
@@ -115,7 +156,10 @@ private:
     CoverIndex covers_;
     bool isAwake_ = false;  // covers_ has all of entered_
     bool mayWake_ = true;
-    bool hasEntered_ = false;   // a part of the rule that is being entered
+    Mirror mirror_;
+    MirrorFailure mirrorFailure_;
+    uint32_t position_ = 0;     // of the range that is being entered
+    uint32_t firstEntry_ = 0;   // its number, made or not
     uint32_t owner_ = NO_RANK;  // where its entry begins that will own the userData
     uint64_t steps_ = 0;
     uint32_t leftOut_ = 0;

@@ -67,6 +67,23 @@ TEST(IpInsertProperty, MakesWhatPlainInsertionMakes) {
     });
 }
 
+// The tree of 128 bits is then the mirror of that of 32 bits.
+TEST(IpInsertProperty, MakesWhatPlainInsertionMakesOfIpv4Ranges) {
+    forEachCase(400, [](RandomSource& random) {
+        RandomIpRules rules(random);
+        const auto values = static_cast<uint32_t>(random.between(1, 4));
+        std::vector<Line> lines;
+        for (uint64_t i = random.between(1, random.oneIn(8) ? 1500 : 60); i > 0; --i) {
+            const std::string text = rules.nextText();
+            const bool isHost = text.find_first_of("-/") == std::string::npos;
+            if (isHost || text.find(':') == std::string::npos) {
+                lines.push_back({text, random.below32(values), !random.oneIn(4)});
+            }
+        }
+        expectSameAsPlain(lines);
+    });
+}
+
 std::string rangeText(uint32_t low, uint32_t high, uint32_t form) {
     const std::string from = writeIpv4Address(low);
     const std::string to = writeIpv4Address(high);

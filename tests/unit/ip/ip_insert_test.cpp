@@ -390,6 +390,47 @@ TEST_F(Ipv4IntervalInsertion, PassesOverNodesThatOneRuleCovers) {
     EXPECT_LE(steps, 10 * COUNT);
 }
 
+// The mirror has the same nodes, entries and shape. Its entries own nothing.
+TEST_F(Ipv4IntervalInsertion, MirrorsItsTreeIn128Bits) {
+    add(95, 105, 1, 5);
+    add(90, 110, 2, 6);
+    add(80, 120, 3, 6, &token);
+    add(100, 101, 4, 6);
+    add(ONES - 1, ONES, 5, 1);
+    RulePlaces places{};
+    ASSERT_TRUE(placeRules(rules.list(), places));
+    Slab<IntervalNode<Address128>> mirrorNodes{};
+    Slab<RangeEntry<Address128>> mirrorEntries{};
+    rs::IntervalInsertion<uint32_t> insertion(nodes, entries, places.ranges);
+    insertion.mirrorInto(mirrorNodes, mirrorEntries);
+    ASSERT_TRUE(insertion.reserve());
+    for (uint32_t i = 0; i < places.ranges.count; ++i) {
+        EXPECT_EQ(i == 3 ? RULE_ERR_DUPLICATE : RULE_OK, insertion.insert(i, rules.rules()[i]));
+    }
+    ASSERT_TRUE(insertion.hasMirror());
+    tree.reset(createSearchTree({}, classifyInterval32, releaseRangeEntries32));
+    OwnedSearchTree mirror(createSearchTree({}, classifyInterval128, releaseRangeEntries128));
+    insertion.link(*tree);
+    insertion.linkMirror(*mirror);
+    EXPECT_TRUE(checkSearchTree(*mirror));
+    const Lines mirrored = describeIntervals<Address128>(mirror.get(), [](const Address128& at) {
+        EXPECT_TRUE(isIpv4Mapped(at));
+        return std::to_string(at.words[3]);
+    });
+    Lines expected = lines();
+    EXPECT_EQ("80-89: 3* 80-89", expected.front());
+    expected.front().erase(expected.front().find('*'), 1);
+    EXPECT_EQ(expected, mirrored);
+    ASSERT_EQ(tree->nodeCount, mirrorNodes.count);
+    for (uint32_t i = 0; i < tree->nodeCount; ++i) {
+        EXPECT_EQ(recordAt(nodes, i).node.colour, recordAt(mirrorNodes, i).node.colour);
+        EXPECT_EQ(recordAt(nodes, i).node.entryNumber, recordAt(mirrorNodes, i).node.entryNumber);
+    }
+    mirror.reset();
+    freeSlab(mirrorNodes);
+    freeSlab(mirrorEntries);
+}
+
 class HostInsertion : public ::testing::Test {
 protected:
     int32_t insert(uint32_t address, uint32_t ruleIndex, uint32_t ruleValue,
