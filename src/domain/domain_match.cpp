@@ -147,6 +147,14 @@ int32_t lookupUpperCase(const DomainIndex& index, const char* wireName, uint32_t
     return lookupLowerCase(index, lowered, wireLength, result);
 }
 
+// In any letter case, and of any length.
+int32_t lookupUnusual(const DomainIndex& index, const char* wireName, uint32_t wireLength,
+                      MatchResult& result) noexcept {
+    return findUpperCase(wireName, wireLength) == wireName + wireLength
+               ? lookupLowerCase(index, wireName, wireLength, result)
+               : lookupUpperCase(index, wireName, wireLength, result);
+}
+
 }  // namespace
 
 const DomainEntry* findDomainOrdered(const DomainIndex& index, const char* wireName,
@@ -164,9 +172,17 @@ const DomainEntry* findDomainFlat(const DomainIndex& index, const char* wireName
 int32_t lookupDomainWire(const DomainIndex& index, const char* wireName, uint32_t wireLength,
                          MatchResult& result) noexcept {
     result.ruleIndex = 0;
-    return findUpperCase(wireName, wireLength) == wireName + wireLength
-               ? lookupLowerCase(index, wireName, wireLength, result)
-               : lookupUpperCase(index, wireName, wireLength, result);
+    if (index.flatNames == nullptr || !isUsualWireName(wireLength)) {
+        return lookupUnusual(index, wireName, wireLength, result);
+    }
+    const FlatNames& names = *index.flatNames;
+    const SuffixHashes hashes(wireName, wireLength, names.seed);
+    if (hashes.mayHaveCapitals()) [[unlikely]] {
+        return lookupUnusual(index, wireName, wireLength, result);
+    }
+    const uint32_t number = findUsualName(names, wireName, wireLength, hashes);
+    const DomainEntry* best = number == NO_RECORD ? nullptr : &recordAt(index.entries, number);
+    return reportEntry(earlier(best, index.matchAll), result);
 }
 
 int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t length,

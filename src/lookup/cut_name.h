@@ -9,7 +9,7 @@
 //
 // The words are hashed in one chain from the right. The hash of a suffix is made of the part of one word that is in
 // it, and of the words after that. So the hashes of suffixes do not wait for each other, and take one multiplication
-// each.
+// each. The same words are what a table stores of a name: comparing takes no step a byte.
 //
 // A name of the wire form is cut when its labels end where it ends and none of them but the first is empty: no other
 // name has a suffix that a rule can have. A dotted name may be anything: a suffix begins after each dot that has a
@@ -22,6 +22,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -158,81 +159,118 @@ constexpr uint64_t findDots(uint64_t word) noexcept {
                                   : cutDottedName(name, length, cut);
 }
 
-// Most names have at most as many words: that these take no branch is worth more than the words not taken.
+struct NameWord {
+    char bytes[8];
+};
+
+// A name of as many words takes no loop. Most names are no longer.
 inline constexpr uint32_t USUAL_WORDS = 4;
 
-// The hashes of the suffixes of a name of at most WordCount words.
-template <uint32_t WordCount>
-class WordHashes {
+// The words of a name, and the hashes of its suffixes. One pass makes both, and looks for capitals.
+class SuffixHashes {
 public:
-    static constexpr uint32_t WORD = 8;
-
-    // bytesFrom(start) is the word that begins there.
-    template <typename BytesFrom>
-    WordHashes(uint32_t length, const HashSeed& seed, const BytesFrom& bytesFrom) noexcept
-        : length_(length), factor_(seed.right) {
+    // Of 1 to 256 bytes. 8 bytes are read of a shorter name, too.
+    SuffixHashes(const char* bytes, uint32_t length, const HashSeed& seed) noexcept
+        : before_(LONGEST_WIRE_NAME - length), factor_(seed.right) {
         const uint64_t chainFactor = seed.left + seed.right;
         uint64_t hash = seed.left;
         const auto add = [&](uint32_t i) noexcept {
             const uint32_t end = WORD * (i + 1);
-            const uint64_t word = bytesFrom(length > end ? length - end : 0);
-            words_[i] = {word, hash};
+            const uint64_t word = readWord(bytes + (length > end ? length - end : 0));
+            capitals_ |= word & ~(word << 1U);
+            words_[WORDS - 1 - i] = word;
+            hashes_[WORDS - 1 - i] = hash;
             hash = mixHash(hash ^ word, chainFactor);
         };
         for (uint32_t i = 0; i < USUAL_WORDS; ++i) {
             add(i);
         }
-        for (uint32_t i = USUAL_WORDS; i < WordCount && WORD * i < length; ++i) {
+        for (uint32_t i = USUAL_WORDS; WORD * i < length; ++i) {
             add(i);
         }
+        std::fill_n(words_ + WORDS, USUAL_WORDS - 1, 0);
         // Of the first word, some bytes are before the name.
-        words_[(length - 1) / WORD].bytes = bytesFrom(0) << ((0U - length) % WORD * 8);
+        words_[before_ / WORD] = readWord(bytes) << before_ * 8 % 64;
+    }
+
+    explicit SuffixHashes(const CutName& cut, const HashSeed& seed) noexcept
+        : SuffixHashes(cut.length < WORD ? cut.shortBytes : cut.bytes, cut.length, seed) {}
+
+    // False for most names without capitals, and never for one with them: in ASCII these have bit 6 and not bit 5, and
+    // so have '@', '[' to '_' and the lengths 64 to 95.
+    [[nodiscard]] bool mayHaveCapitals() const noexcept {
+        return (capitals_ & 0x4040404040404040) != 0;
     }
 
     // Of the suffix from start on.
     [[nodiscard]] uint64_t of(uint32_t start) const noexcept {
-        const uint32_t length = length_ - start;
-        const Word& word = words_[(length - 1) / WORD];
-        // Of its first word, the bytes that are in the suffix are the highest.
-        const uint64_t first = word.bytes >> (0U - length * 8) % 64;
-        return mixHash(word.hashAfter ^ first, factor_ ^ length);
+        const uint32_t place = before_ + start;
+        return mixHash(hashes_[place / WORD] ^ firstWord(place), factor_ ^ place);
+    }
+
+    // Whether the suffix is the name that was written there by writeName, whose length it has. At least
+    // USUAL_WORDS words are read there.
+    [[nodiscard]] bool isSuffix(uint32_t start, const NameWord* text) const noexcept {
+        const uint32_t place = before_ + start;
+        const uint32_t first = place / WORD;
+        uint64_t difference = firstWord(place) ^ readWord(text[0].bytes);
+        for (uint32_t i = 1; i < USUAL_WORDS; ++i) {
+            difference |= (words_[first + i] ^ readWord(text[i].bytes)) & WORDS_OF_NAME[first + i];
+        }
+        return difference == 0 && (first + USUAL_WORDS >= WORDS ||
+                                   areLastWords(first + USUAL_WORDS, text + USUAL_WORDS));
+    }
+
+    // Writes the name as words, the first of which has zero bytes at its end.
+    void writeName(NameWord* out) const noexcept {
+        const uint64_t word = firstWord(before_);
+        const uint32_t first = before_ / WORD;
+        std::memcpy(out, &word, WORD);
+        std::memcpy(out + 1, words_ + first + 1, (WORDS - 1 - first) * WORD);
     }
 
 private:
-    struct Word {
-        uint64_t bytes;
-        uint64_t hashAfter;  // of the words after it
-    };
+    static constexpr uint32_t WORD = sizeof(NameWord);
+    static constexpr uint32_t WORDS = LONGEST_WIRE_NAME / WORD;
 
-    uint32_t length_;
-    uint64_t factor_;
-    Word words_[WordCount];  // of the name, the last first
-};
+    // All bits of the words that a name has, 0 for those after its end.
+    static constexpr std::array<uint64_t, WORDS + USUAL_WORDS - 1> WORDS_OF_NAME = [] {
+        std::array<uint64_t, WORDS + USUAL_WORDS - 1> words{};
+        std::fill_n(words.begin(), WORDS, UINT64_MAX);
+        return words;
+    }();
 
-// The hashes of the suffixes of a cut name.
-class SuffixHashes : public WordHashes<LONGEST_WIRE_NAME / 8> {
-public:
-    SuffixHashes(const CutName& cut, const HashSeed& seed) noexcept
-        : WordHashes(cut.length, seed, [words = NameWords(cut)](uint32_t start) noexcept {
-              return words.bytesFrom(start);
-          }) {}
-};
-
-// The same of a name that is not cut, and has as many bytes as most names have: all of its words are read without a
-// branch.
-class UsualSuffixHashes : public WordHashes<USUAL_WORDS> {
-public:
-    [[nodiscard]] static bool isUsual(uint32_t length) noexcept {
-        return length - WORD <= WORD * (USUAL_WORDS - 1);
+    static uint64_t readWord(const char* bytes) noexcept {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes, WORD);
+        return word;
     }
 
-    UsualSuffixHashes(const char* name, uint32_t length, const HashSeed& seed) noexcept
-        : WordHashes(length, seed, [name](uint32_t start) noexcept {
-              uint64_t word = 0;
-              std::memcpy(&word, name + start, sizeof word);
-              return word;
-          }) {}
+    // Of the word with this place, the bytes from there on.
+    [[nodiscard]] uint64_t firstWord(uint32_t place) const noexcept {
+        return words_[place / WORD] >> place * 8 % 64;
+    }
+
+    // Whether the words from that one on are the text's.
+    [[nodiscard, gnu::noinline]] bool areLastWords(uint32_t first,
+                                                   const NameWord* text) const noexcept {
+        return std::memcmp(words_ + first, text, (WORDS - first) * WORD) == 0;
+    }
+
+    uint32_t before_;  // bytes of the words before the name
+    uint64_t capitals_ = 0;
+    uint64_t factor_;
+    // The words end where the name ends. Those after it are 0.
+    uint64_t words_[WORDS + USUAL_WORDS - 1];
+    uint64_t hashes_[WORDS];  // of what comes after the word
 };
+
+// The bytes of a name of SuffixHashes::writeName.
+inline void readName(const NameWord* words, uint32_t length, char* out) noexcept {
+    const uint32_t firstLength = (length - 1) % sizeof(NameWord) + 1;
+    std::memcpy(out, words, firstLength);
+    std::memcpy(out + firstLength, words + 1, length - firstLength);
+}
 
 // The hash of the whole of a cut name, or of its longest suffix that a table may have.
 [[nodiscard]] inline uint64_t hashCutName(const CutName& cut, const HashSeed& seed) noexcept {

@@ -1,8 +1,6 @@
 #include "lookup/flat_names.h"
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstring>
 
 namespace rs {
@@ -12,75 +10,40 @@ namespace {
 // Of 100 names, two thirds of the slots are taken: one name in fifteen is not in its own line.
 constexpr uint64_t NAMES_PER_100_LINES = 264;
 
-// As many suffixes are asked for at once. More labels are rare, and a name among nested ones ends with the first.
+// As many suffixes are asked for at once. A name among nested ones ends with the first ones.
 constexpr uint32_t SUFFIXES_AT_ONCE = 8;
 
-// A search that is as long does not happen unless somebody knows the seed.
-constexpr uint32_t LONGEST_SEARCH = 64;
+// A search that is as long does not happen unless somebody knows the seed: one in 10^33 lines begins a thousand names
+// that have no room.
+constexpr uint32_t LONGEST_SEARCH = 256;
 
-// The place of a hash among count ones.
-uint64_t scaleHash(uint64_t hash, uint64_t count) noexcept {
-    __extension__ using Product = unsigned __int128;
-    return static_cast<uint64_t>((static_cast<Product>(hash) * count) >> 64U);
+constexpr uint32_t LONGEST_NAME_WORDS = LONGEST_WIRE_NAME / sizeof(NameWord);
+
+// A lookup reads as many words of a shorter name, too.
+constexpr uint32_t WORDS_READ_AFTER_NAME = USUAL_WORDS - 1;
+
+NameLine& lineOfSlot(const FlatNames& names, uint32_t slot) noexcept {
+    return names.lines[slot / NAME_LINE_SLOTS];
 }
 
-// The places come from the highest bits of a hash, the key from those below, the filter bits from the lowest.
-uint32_t keyOf(uint64_t hash, uint32_t length) noexcept {
-    return (static_cast<uint32_t>(hash >> 18U) & 0xFFFFFE00U) | 0x100U | (length - 1);
+uint32_t& keyOfSlot(const FlatNames& names, uint32_t slot) noexcept {
+    return lineOfSlot(names, slot).keys[slot % NAME_LINE_SLOTS];
 }
 
-// Of a line's word of the filter, two bits for each name: one suffix in 100 passes that is not there.
-uint64_t filterBitsOf(uint64_t hash) noexcept {
-    return uint64_t{1} << (hash & 63U) | uint64_t{1} << (hash >> 6U & 63U);
+uint32_t& wholeOfSlot(const FlatNames& names, uint32_t slot) noexcept {
+    return lineOfSlot(names, slot).numbers[1][slot % NAME_LINE_SLOTS];
 }
 
-uint64_t lineOf(const FlatNames& names, uint64_t hash) noexcept {
-    return scaleHash(hash, names.lineCount);
+uint32_t& belowOfSlot(const FlatNames& names, uint32_t slot) noexcept {
+    return lineOfSlot(names, slot).numbers[0][slot % NAME_LINE_SLOTS];
 }
 
-// 1 when a name with the hash may be there, 0 when none is. Of a big table, a line takes longer than the filter: it is
-// fetched meanwhile.
-uint32_t mayHave(const FlatNames& names, uint64_t hash) noexcept {
-    const uint64_t line = lineOf(names, hash);
-    __builtin_prefetch(names.slots + line * NAME_LINE_SLOTS);
-    const uint64_t bits = names.filter[line];
-    return static_cast<uint32_t>(bits >> (hash & 63U) & bits >> (hash >> 6U & 63U) & 1U);
-}
-
-bool isName(const FlatNames& names, const NameSlot& slot, const char* bytes,
-            uint32_t length) noexcept {
-    return std::memcmp(recordAt(names.texts, slot.text).bytes, bytes, length) == 0;
-}
-
-// Bit i is set when slot i of a line has the key. Which one it is costs no branch, for nobody could foresee it.
-uint32_t sameKeys(const NameSlot* slots, uint32_t key) noexcept {
-    uint32_t same = 0;
-    for (uint32_t i = 0; i < NAME_LINE_SLOTS; ++i) {
-        same |= (slots[i].key == key ? 1U : 0U) << i;
-    }
-    return same;
-}
-
-const NameSlot* findSlot(const FlatNames& names, uint64_t hash, const char* bytes,
-                         uint32_t length) noexcept {
-    const uint32_t key = keyOf(hash, length);
-    for (uint64_t line = lineOf(names, hash);;) {
-        const NameSlot* slots = names.slots + line * NAME_LINE_SLOTS;
-        for (uint32_t same = sameKeys(slots, key); same != 0; same &= same - 1) {
-            const NameSlot& slot = slots[std::countr_zero(same)];
-            if (isName(names, slot, bytes, length)) {
-                return &slot;
-            }
-        }
-        if (slots[NAME_LINE_SLOTS - 1].key == 0) {
-            return nullptr;
-        }
-        line = line + 1 == names.lineCount ? 0 : line + 1;
-    }
+const NameWord* textOfSlot(const FlatNames& names, uint32_t slot) noexcept {
+    return &recordAt(names.texts, lineOfSlot(names, slot).texts[slot % NAME_LINE_SLOTS]);
 }
 
 struct FoundSuffix {
-    const NameSlot* slot;  // null without one
+    uint32_t slot;  // NO_RECORD without one
     uint32_t suffix;
 };
 
@@ -89,64 +52,21 @@ FoundSuffix findLongest(const FlatNames& names, const CutName& cut, uint32_t ski
     const SuffixHashes hashes(cut, names.seed);
     const uint32_t end = cut.count + 1 - std::min(names.fewestSuffixes, cut.count + 1);
     for (uint32_t first = skipped; first < end; first += SUFFIXES_AT_ONCE) {
-        uint32_t passed = 0;
+        uint64_t passed = 0;
         for (uint32_t i = std::min(first + SUFFIXES_AT_ONCE, end); i-- > first;) {
-            passed = passed << 1U | mayHave(names, hashes.of(cut.starts[i]));
+            passed = passed << 1U | mayHaveName(names, hashes.of(cut.starts[i]));
         }
         for (; passed != 0; passed &= passed - 1) {
             const uint32_t suffix = first + static_cast<uint32_t>(std::countr_zero(passed));
             const uint32_t start = cut.starts[suffix];
-            const NameSlot* slot =
-                findSlot(names, hashes.of(start), cut.bytes + start, cut.length - start);
-            if (slot != nullptr) {
+            const uint32_t slot =
+                findNameSlot(names, hashes, hashes.of(start), start, cut.length - start);
+            if (slot != NO_RECORD) {
                 return {slot, suffix};
             }
         }
     }
-    return {nullptr, 0};
-}
-
-uint32_t findCutName(const FlatNames& names, const char* name, uint32_t length) noexcept {
-    CutName cut;
-    if (!cutName(names.form, name, length, cut)) {
-        return NO_RECORD;
-    }
-    const FoundSuffix found = findLongest(names, cut, 0);
-    if (found.slot == nullptr) {
-        return NO_RECORD;
-    }
-    return found.suffix == 0 && cut.isWhole != 0 ? found.slot->whole : found.slot->below;
-}
-
-// A name of the wire form and of usual length. It is not cut first: each suffix is asked for as soon as its start is
-// known, so that the number of labels, which nobody can foresee, ends one loop and not two.
-uint32_t findUsualName(const FlatNames& names, const char* name, uint32_t length) noexcept {
-    const UsualSuffixHashes hashes(name, length, names.seed);
-    std::array<uint32_t, SUFFIXES_AT_ONCE> starts;
-    uint32_t count = 0;
-    uint32_t passed = 0;  // the last suffix is the lowest bit
-    uint32_t start = 0;
-    uint32_t emptyLabels = 0;  // the highest bit is 1 when there is one
-    do {
-        const uint32_t label = static_cast<uint8_t>(name[start]);
-        starts[count++] = start;
-        passed = 2 * passed + mayHave(names, hashes.of(start));
-        emptyLabels |= label - 1;
-        start += label + 1;
-    } while (start < length && count < SUFFIXES_AT_ONCE);
-    if (start != length || (emptyLabels >> 31U) != 0) [[unlikely]] {
-        return findCutName(names, name, length);
-    }
-    while (passed != 0) {
-        const auto suffix = count - static_cast<uint32_t>(std::bit_width(passed));
-        start = starts[suffix];
-        const NameSlot* slot = findSlot(names, hashes.of(start), name + start, length - start);
-        if (slot != nullptr) {
-            return suffix == 0 ? slot->whole : slot->below;
-        }
-        passed -= std::bit_floor(passed);
-    }
-    return NO_RECORD;
+    return {NO_RECORD, 0};
 }
 
 uint32_t combined(uint32_t own, uint32_t inherited, FlatNamesBuild::Combine combine,
@@ -161,16 +81,47 @@ uint32_t combined(uint32_t own, uint32_t inherited, FlatNamesBuild::Combine comb
 
 void freeFlatNames(FlatNames* names) noexcept {
     if (names != nullptr) {
-        freeLines(names->slots);
+        freeLines(names->lines);
         freeLines(names->filter);
         freeSlab(names->texts);
         freeMemory(names);
     }
 }
 
+uint32_t findNameSlot(const FlatNames& names, const SuffixHashes& hashes, uint64_t hash,
+                      uint32_t start, uint32_t length) noexcept {
+    const uint32_t key = nameKeyOf(hash, length);
+    for (uint64_t number = nameLineOf(names, hash);;) {
+        const NameLine& line = names.lines[number];
+        for (uint32_t same = matchKeys(line.keys, key); same != 0; same &= same - 1) {
+            const auto i = static_cast<uint32_t>(std::countr_zero(same));
+            if (hashes.isSuffix(start, &recordAt(names.texts, line.texts[i]))) {
+                return static_cast<uint32_t>(number * NAME_LINE_SLOTS + i);
+            }
+        }
+        if (line.keys[NAME_LINE_SLOTS - 1] == 0) {
+            return NO_RECORD;
+        }
+        number = number + 1 == names.lineCount ? 0 : number + 1;
+    }
+}
+
+uint32_t findCutName(const FlatNames& names, const char* name, uint32_t length) noexcept {
+    CutName cut;
+    if (!cutName(names.form, name, length, cut)) {
+        return NO_RECORD;
+    }
+    const FoundSuffix found = findLongest(names, cut, 0);
+    if (found.slot == NO_RECORD) {
+        return NO_RECORD;
+    }
+    return found.suffix == 0 && cut.isWhole != 0 ? wholeOfSlot(names, found.slot)
+                                                 : belowOfSlot(names, found.slot);
+}
+
 uint32_t findFlatName(const FlatNames& names, const char* name, uint32_t length) noexcept {
-    return names.form == NameForm::WIRE && UsualSuffixHashes::isUsual(length)
-               ? findUsualName(names, name, length)
+    return names.form == NameForm::WIRE && isUsualWireName(length)
+               ? findUsualName(names, name, length, SuffixHashes(name, length, names.seed))
                : findCutName(names, name, length);
 }
 
@@ -189,44 +140,53 @@ bool FlatNamesBuild::begin(NameForm form, uint64_t nameCount) noexcept {
     names_->form = form;
     names_->fewestSuffixes = MOST_SUFFIXES;
     names_->lineCount = nameCount * 100 / NAMES_PER_100_LINES + 1;
-    names_->slots = allocateLines<NameSlot>(names_->lineCount * NAME_LINE_SLOTS);
-    names_->filter = allocateLines<uint64_t>(names_->lineCount);
+    names_->lines = allocateLines<NameLine>(names_->lineCount);
+    names_->filter = allocateLines<uint64_t>(names_->lineCount / LINES_PER_FILTER_WORD + 1);
     // Chunks are half as large as the bytes of usual names together, so that huge pages fit into them.
     constexpr uint32_t NAME_WORDS = 3;
-    sizeSlab(names_->texts, nameCount * NAME_WORDS * 4, LONGEST_WIRE_NAME / sizeof(NameWord));
-    return names_->slots != nullptr && names_->filter != nullptr;
+    sizeSlab(names_->texts, nameCount * NAME_WORDS * 4, LONGEST_NAME_WORDS + WORDS_READ_AFTER_NAME);
+    return names_->lines != nullptr && names_->filter != nullptr;
 }
 
-// The slot of a name, or the free one that it gets; null when there is none near.
-NameSlot* FlatNamesBuild::placeOf(uint64_t hash, const char* bytes, uint32_t length) noexcept {
-    const uint32_t key = keyOf(hash, length);
-    uint64_t line = lineOf(*names_, hash);
+// The slot of a name, or the free one that it gets; NO_RECORD when there is none near.
+uint32_t FlatNamesBuild::placeOf(const SuffixHashes& hashes, uint64_t hash,
+                                 uint32_t length) const noexcept {
+    const uint32_t key = nameKeyOf(hash, length);
+    uint64_t number = nameLineOf(*names_, hash);
     for (uint32_t searched = 0; searched < LONGEST_SEARCH; ++searched) {
-        NameSlot* slots = names_->slots + line * NAME_LINE_SLOTS;
+        const NameLine& line = names_->lines[number];
         for (uint32_t i = 0; i < NAME_LINE_SLOTS; ++i) {
-            if (slots[i].key == 0 ||
-                (slots[i].key == key && isName(*names_, slots[i], bytes, length))) {
-                return slots + i;
+            if (line.keys[i] == 0 ||
+                (line.keys[i] == key &&
+                 hashes.isSuffix(0, &recordAt(names_->texts, line.texts[i])))) {
+                return static_cast<uint32_t>(number * NAME_LINE_SLOTS + i);
             }
         }
-        line = line + 1 == names_->lineCount ? 0 : line + 1;
+        number = number + 1 == names_->lineCount ? 0 : number + 1;
     }
-    return nullptr;
+    return NO_RECORD;
 }
 
-bool FlatNamesBuild::fill(NameSlot& slot, uint64_t hash, const CutName& cut) noexcept {
+bool FlatNamesBuild::fill(uint32_t slot, const SuffixHashes& hashes, uint64_t hash,
+                          const CutName& cut) noexcept {
     const auto wordCount =
         static_cast<uint32_t>((cut.length + sizeof(NameWord) - 1) / sizeof(NameWord));
-    NameWord* text = addedCount_ == capacity_ ? nullptr : newRecords(names_->texts, wordCount);
+    NameWord* text = addedCount_ == capacity_
+                         ? nullptr
+                         : newRecords(names_->texts, wordCount + WORDS_READ_AFTER_NAME);
     if (text == nullptr) {
         return false;
     }
-    std::memcpy(text->bytes, cut.bytes, cut.length);
-    slot = {keyOf(hash, cut.length), names_->texts.count - wordCount, NO_RECORD, NO_RECORD};
-    names_->filter[lineOf(*names_, hash)] |= filterBitsOf(hash);
+    names_->texts.count -= WORDS_READ_AFTER_NAME;
+    hashes.writeName(text);
+    keyOfSlot(*names_, slot) = nameKeyOf(hash, cut.length);
+    lineOfSlot(*names_, slot).texts[slot % NAME_LINE_SLOTS] = names_->texts.count - wordCount;
+    wholeOfSlot(*names_, slot) = NO_RECORD;
+    belowOfSlot(*names_, slot) = NO_RECORD;
+    nameFilterWordOf(*names_, nameLineOf(*names_, hash)) |= nameFilterBitsOf(hash);
     names_->fewestSuffixes = std::min(names_->fewestSuffixes, cut.count);
-    added_[addedCount_++] = {static_cast<uint32_t>(&slot - names_->slots), NO_RECORD,
-                             static_cast<uint16_t>(cut.length), static_cast<uint16_t>(cut.count)};
+    added_[addedCount_++] = {slot, NO_RECORD, static_cast<uint16_t>(cut.length),
+                             static_cast<uint16_t>(cut.count)};
     return true;
 }
 
@@ -235,24 +195,26 @@ bool FlatNamesBuild::add(const FlatName& name) noexcept {
     if (!cutName(names_->form, name.bytes, name.length, cut) || cut.isWhole == 0) {
         return true;
     }
-    const uint64_t hash = hashCutName(cut, names_->seed);
-    NameSlot* slot = placeOf(hash, cut.bytes, cut.length);
-    if (slot == nullptr || (slot->key == 0 && !fill(*slot, hash, cut))) {
+    const SuffixHashes hashes(cut, names_->seed);
+    const uint64_t hash = hashes.of(0);
+    const uint32_t slot = placeOf(hashes, hash, cut.length);
+    if (slot == NO_RECORD || (keyOfSlot(*names_, slot) == 0 && !fill(slot, hashes, hash, cut))) {
         return false;
     }
-    slot->whole = slot->whole == NO_RECORD ? name.whole : slot->whole;
-    slot->below = slot->below == NO_RECORD ? name.below : slot->below;
+    uint32_t& whole = wholeOfSlot(*names_, slot);
+    uint32_t& below = belowOfSlot(*names_, slot);
+    whole = whole == NO_RECORD ? name.whole : whole;
+    below = below == NO_RECORD ? name.below : below;
     return true;
 }
 
 // The number of the slot of the longest known suffix of a name but itself; NO_RECORD without one.
 uint32_t FlatNamesBuild::findParent(const AddedName& name) const noexcept {
+    char bytes[LONGEST_WIRE_NAME];
+    readName(textOfSlot(*names_, name.slot), name.length, bytes);
     CutName cut;
-    const char* bytes = recordAt(names_->texts, names_->slots[name.slot].text).bytes;
-    const NameSlot* parent = cutName(names_->form, bytes, name.length, cut)
-                                 ? findLongest(*names_, cut, 1).slot
-                                 : nullptr;
-    return parent == nullptr ? NO_RECORD : static_cast<uint32_t>(parent - names_->slots);
+    return cutName(names_->form, bytes, name.length, cut) ? findLongest(*names_, cut, 1).slot
+                                                          : NO_RECORD;
 }
 
 FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
@@ -270,10 +232,11 @@ FlatNames* FlatNamesBuild::finish(Combine combine, void* context) noexcept {
         return left.suffixCount < right.suffixCount;
     });
     std::for_each(first, last, [&](const AddedName& name) noexcept {
-        NameSlot& own = names_->slots[name.slot];
-        const uint32_t inherited = names_->slots[name.parent].below;
-        own.whole = combined(own.whole, inherited, combine, context);
-        own.below = combined(own.below, inherited, combine, context);
+        uint32_t& whole = wholeOfSlot(*names_, name.slot);
+        uint32_t& below = belowOfSlot(*names_, name.slot);
+        const uint32_t inherited = belowOfSlot(*names_, name.parent);
+        whole = combined(whole, inherited, combine, context);
+        below = combined(below, inherited, combine, context);
     });
     return names_.release();
 }

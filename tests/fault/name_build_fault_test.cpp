@@ -221,7 +221,7 @@ TEST(NameBuildFault, UrlRulesInPathBlocksOfLongHosts) {
     EXPECT_EQ(totals.allocations, totals.failures);
     EXPECT_EQ(6U, totals.failedBuilds);
     EXPECT_EQ(16U, totals.leftOut);
-    EXPECT_EQ(3U + flatUrlAllocations(80, 17), totals.complete);
+    EXPECT_EQ(3U + flatUrlAllocations(80, 16), totals.complete);
 }
 
 uint32_t urlBucketOf(std::string_view host) {

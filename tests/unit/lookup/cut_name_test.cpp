@@ -1,6 +1,8 @@
 #include "lookup/cut_name.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <set>
 #include <string>
 #include <string_view>
@@ -114,10 +116,10 @@ std::vector<uint64_t> hashesOf(NameForm form, std::string_view name) {
         hashes.push_back(suffixHashes.of(cut.starts[i]));
     }
     EXPECT_EQ(hashes[0], hashCutName(cut, SEED));
-    if (cut.isWhole != 0 && UsualSuffixHashes::isUsual(text.size())) {
-        const UsualSuffixHashes usualHashes(text.data(), text.size(), SEED);
+    if (cut.isWhole != 0 && text.size() >= sizeof(NameWord)) {
+        const SuffixHashes hashesOfBytes(text.data(), text.size(), SEED);
         for (uint32_t i = 0; i < cut.count; ++i) {
-            EXPECT_EQ(hashes[i], usualHashes.of(cut.starts[i]));
+            EXPECT_EQ(hashes[i], hashesOfBytes.of(cut.starts[i]));
         }
     }
     return hashes;
@@ -156,12 +158,75 @@ TEST(SuffixHashes, DependOnEveryByteAndOnTheLength) {
     EXPECT_EQ(count, hashes.size());
 }
 
-TEST(UsualSuffixHashes, AreOfNamesOfOneToFourWords) {
-    for (const uint32_t length : {0U, 1U, 7U, 33U, 256U, UINT32_MAX}) {
-        EXPECT_FALSE(UsualSuffixHashes::isUsual(length)) << length;
+std::string distinctBytes(uint32_t length) {
+    std::string name;
+    for (uint32_t i = 0; i < length; ++i) {
+        name += static_cast<char>(i * 7 + 1);
     }
-    for (const uint32_t length : {8U, 9U, 31U, 32U}) {
-        EXPECT_TRUE(UsualSuffixHashes::isUsual(length)) << length;
+    return name;
+}
+
+// The words of a name, and after them what a lookup may read.
+std::vector<NameWord> wordsOf(std::string_view name) {
+    const ExactText text(name);
+    CutName cut;
+    EXPECT_TRUE(cutName(NameForm::DOTTED, text.data(), text.size(), cut));
+    std::vector<NameWord> words((name.size() + 7) / 8);
+    SuffixHashes(cut, SEED).writeName(words.data());
+    NameWord others{};
+    std::fill(std::begin(others.bytes), std::end(others.bytes), '\xA5');
+    words.resize(words.size() + USUAL_WORDS - 1, others);
+    return words;
+}
+
+TEST(SuffixHashes, KnowTheirSuffixesByTheirBytes) {
+    for (uint32_t length = 1; length <= LONGEST_DOTTED_NAME; ++length) {
+        SCOPED_TRACE(length);
+        std::string name = distinctBytes(length);
+        std::replace(name.begin(), name.end(), '.', '-');
+        std::vector<NameWord> words = wordsOf(name);
+        std::string read(length, '\0');
+        readName(words.data(), length, read.data());
+        EXPECT_EQ(name, read);
+        for (const std::string_view before :
+             {"", "a.", "01234.", "seven.b.", "0123456789abcdef."}) {
+            const std::string longer = std::string(before) + name;
+            if (longer.size() > LONGEST_DOTTED_NAME) {
+                continue;
+            }
+            const ExactText text(longer);
+            CutName cut;
+            ASSERT_TRUE(cutName(NameForm::DOTTED, text.data(), text.size(), cut));
+            const SuffixHashes hashes(cut, SEED);
+            const auto start = size32(before);
+            EXPECT_TRUE(hashes.isSuffix(start, words.data()));
+            for (uint32_t i = 0; i < length; ++i) {
+                std::string other = name;
+                other[i] = other[i] == 'z' ? 'y' : 'z';
+                EXPECT_FALSE(hashes.isSuffix(start, wordsOf(other).data())) << i;
+            }
+        }
+    }
+}
+
+TEST(SuffixHashes, SeeCapitalsOfNames) {
+    for (uint32_t length = 8; length <= LONGEST_WIRE_NAME; ++length) {
+        std::string name(length, 'x');
+        const auto mayHaveCapitals = [&name] {
+            const ExactText text(name);
+            return SuffixHashes(text.data(), text.size(), SEED).mayHaveCapitals();
+        };
+        EXPECT_FALSE(mayHaveCapitals()) << length;
+        for (uint32_t i = 0; i < length; ++i) {
+            for (const char capital : {'A', 'Z'}) {
+                name[i] = capital;
+                EXPECT_TRUE(mayHaveCapitals()) << length << " bytes, at " << i;
+            }
+            for (const char other : {'a', 'z', '-', '0', '9', '\0', '\77', '\xFF'}) {
+                name[i] = other;
+                EXPECT_FALSE(mayHaveCapitals()) << length << " bytes, at " << i;
+            }
+        }
     }
 }
 
