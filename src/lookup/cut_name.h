@@ -24,6 +24,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -226,7 +227,7 @@ public:
         const uint64_t word = firstWord(before_);
         const uint32_t first = before_ / WORD;
         std::memcpy(out, &word, WORD);
-        std::memcpy(out + 1, words_ + first + 1, (WORDS - 1 - first) * WORD);
+        std::memcpy(out + 1, words_ + first + 1, size_t{WORDS - 1 - first} * WORD);
     }
 
 private:
@@ -254,7 +255,7 @@ private:
     // Whether the words from that one on are the text's.
     [[nodiscard, gnu::noinline]] bool areLastWords(uint32_t first,
                                                    const NameWord* text) const noexcept {
-        return std::memcmp(words_ + first, text, (WORDS - first) * WORD) == 0;
+        return std::memcmp(words_ + first, text, size_t{WORDS - first} * WORD) == 0;
     }
 
     uint32_t before_;  // bytes of the words before the name
