@@ -215,11 +215,15 @@ void findAtPlace(const PathIndex& index, uint32_t place, const PathQuery& query,
     }
 }
 
-// Whether the name that does not fit into its front is this one.
-bool isLongName(const PathIndex& index, const HostFront& front, const Text& host) noexcept {
-    return std::memcmp(textOf(index, headerAt(index, front.place), front.place), host.text,
-                       host.length) == 0;
+// Whether a name with few bytes, or with more than most have, is that of a front. One that does not fit is in the cells.
+bool isRareName(const PathIndex& index, const HostFront& front, const Text& host) noexcept {
+    const char* name = host.length <= FRONT_TEXT
+                           ? front.text
+                           : textOf(index, headerAt(index, front.place), front.place);
+    return std::memcmp(name, host.text, host.length) == 0;
 }
+
+static_assert(FOUR_WORDS <= FRONT_TEXT);
 
 // Says of a rank whether it is that of a host. Both lines of a front are on their way before the first comparison whose
 // outcome nobody foresees.
@@ -228,8 +232,8 @@ auto isFrontOf(const PathIndex& index, const Text& host) noexcept {
         const HostFront& front = index.fronts[rank];
         __builtin_prefetch(&front.entry);
         return front.hostLength == host.length &&
-               (host.length <= FRONT_TEXT ? std::memcmp(front.text, host.text, host.length) == 0
-                                          : isLongName(index, front, host));
+               (hasFourWords(host.length) ? isSameInFourWords(front.text, host.text, host.length)
+                                          : isRareName(index, front, host));
     };
 }
 

@@ -54,6 +54,29 @@ TEST(WordFrom, IsZeroFromTheEndOn) {
     EXPECT_EQ(0U, wordFrom(text.data(), text.size(), 9));
 }
 
+TEST(FourWords, AreThoseOfEightTo32Bytes) {
+    EXPECT_FALSE(hasFourWords(0));
+    EXPECT_FALSE(hasFourWords(7));
+    EXPECT_TRUE(hasFourWords(8));
+    EXPECT_TRUE(hasFourWords(32));
+    EXPECT_FALSE(hasFourWords(33));
+}
+
+TEST(FourWords, AreTheSameWhenAllBytesAre) {
+    for (size_t length = 8; length <= 32; ++length) {
+        const std::string text(length, 'a');
+        const ExactText left(text);
+        EXPECT_TRUE(isSameInFourWords(left.data(), ExactText(text).data(), left.size()));
+        for (size_t i = 0; i < length; ++i) {
+            std::string changed = text;
+            changed[i] = 'b';
+            const ExactText right(changed);
+            EXPECT_FALSE(isSameInFourWords(left.data(), right.data(), left.size()))
+                << length << " bytes, of which byte " << i << " differs";
+        }
+    }
+}
+
 TEST(HashText, DependsOnEachByteOnTheLengthAndOnTheSeed) {
     constexpr HashSeed SEED{0x123456789ABCDEF1, 0xFEDCBA9876543211};
     std::set<uint64_t> hashes;
