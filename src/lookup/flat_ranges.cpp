@@ -44,7 +44,7 @@ public:
 
     FlatRanges<Address>* build() noexcept {
         OwnedMemory<FlatRanges<Address>> ranges(allocateRecord<FlatRanges<Address>>());
-        const Place<Number> all{0, Traits::BITS, 1, startCount_, starts_[0].word};
+        const Place<Number> all{0, Traits::BITS, 1, startCount_, wordAt(0)};
         const uint32_t rootBits = indexBits(all, placesOf(all), MOST_ROOT_BITS);
         fillIndex(all, rootBits, takeIndex(rootBits));
         // What a lookup compares at once may go beyond the last node.
@@ -68,6 +68,7 @@ private:
     static constexpr uint32_t MOST_BITS = std::max(LANE_BITS, MOST_ROOT_BITS);
     static constexpr uint64_t MOST_STORAGE = uint64_t{1} << (FLAT_INDEX_SHIFT + 4U);  // in words
 
+    uint32_t wordAt(uint32_t i) const noexcept { return starts_[i].word | FLAT_ANSWER; }
     Number startAt(uint32_t i) const noexcept { return Traits::numberOf(starts_[i].first); }
 
     // For each number of a place's next bits, the places with starts that they lead to.
@@ -148,7 +149,7 @@ private:
                        uint32_t word) const noexcept {
         Place<Number> result{first, left, begin, begin, word};
         if (begin < place.end && startAt(begin) == first) {
-            result.word = starts_[begin].word;
+            result.word = wordAt(begin);
             result.begin = result.end = begin + 1;
         }
         while (result.end < place.end && (startAt(result.end) - first) >> left == 0) {
@@ -159,7 +160,7 @@ private:
 
     // The answer of the last address of a place.
     uint32_t lastWord(const Place<Number>& place) const noexcept {
-        return place.count() == 0 ? place.word : starts_[place.end - 1].word;
+        return place.count() == 0 ? place.word : wordAt(place.end - 1);
     }
 
     void fillIndex(const Place<Number>& place, uint32_t bits, uint32_t at) noexcept {

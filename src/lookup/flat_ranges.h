@@ -35,9 +35,9 @@
 #include <cstring>
 #include <type_traits>
 
-#include "core/memory.h"
 #include "core/slab.h"
 #include "lookup/key_lanes.h"
+#include "lookup/range_starts.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -83,61 +83,6 @@ inline constexpr uint32_t LEAST_INDEX_BITS = 4;
 inline constexpr uint32_t MOST_INDEX_BITS = 19;
 inline constexpr uint32_t LINE_WORDS = 16;
 inline constexpr uint32_t QUARTER_WORDS = 4;
-
-// Intervals are added in order; what is between them has no record.
-template <typename Address>
-class FlatRangeStarts {
-public:
-    struct Start {
-        Address first;
-        uint32_t word;
-    };
-
-    // Makes room for so many intervals. False when memory is out.
-    [[nodiscard]] bool reserve(uint64_t intervalCount) noexcept {
-        starts_.reset(allocateArray<Start>(2 * intervalCount + 1));
-        return starts_ != nullptr;
-    }
-
-    // Adds an interval above all before it, into the room that reserve has made. Its record is not NO_RECORD. One
-    // that has the record of its neighbour below makes one interval with it.
-    void add(const Address& low, const Address& high, uint32_t record) noexcept {
-        if (!isFull_ && low != next_) {
-            append(next_, NO_RECORD);
-        }
-        isTooBig_ = isTooBig_ || record >= FLAT_ANSWER - 1;
-        append(low, record | FLAT_ANSWER);
-        next_ = nextAddress(high);
-        isFull_ = next_ == Address{};
-    }
-
-    // Adds the gap after the last interval.
-    void finish() noexcept {
-        if (!isFull_) {
-            append(next_, NO_RECORD);
-        }
-        isFull_ = true;
-    }
-
-    // The first start is address 0 once finish was called.
-    [[nodiscard]] const Start* starts() const noexcept { return starts_.get(); }
-    [[nodiscard]] uint32_t count() const noexcept { return count_; }
-    // A word has 31 bits for a record.
-    [[nodiscard]] bool hasTooBigRecord() const noexcept { return isTooBig_; }
-
-private:
-    void append(const Address& first, uint32_t word) noexcept {
-        if (count_ == 0 || starts_[count_ - 1].word != word) {
-            starts_[count_++] = {first, word};
-        }
-    }
-
-    OwnedMemory<Start[]> starts_;
-    uint32_t count_ = 0;
-    Address next_{};       // where the next interval may begin
-    bool isFull_ = false;  // the last interval ends with the last address
-    bool isTooBig_ = false;
-};
 
 template <typename Address>
 struct FlatRanges {

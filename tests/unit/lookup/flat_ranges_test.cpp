@@ -72,14 +72,6 @@ TEST(FlatRanges, FindOneIntervalAnywhere) {
 
 TEST(FlatRanges, KeepApartWhatTouches) {
     expectAsSweptInBothWidths({{5, 9, 1}, {10, 10, 2}, {11, 20, 1}, {21, 30, 1}, {32, 40, 1}});
-    const Intervals<uint32_t> merged{{5, 9, 1}, {10, 20, 1}};
-    FlatRangeStarts<uint32_t> starts;
-    ASSERT_TRUE(starts.reserve(merged.size()));
-    for (const Interval<uint32_t>& each : merged) {
-        starts.add(each.low, each.high, each.record);
-    }
-    starts.finish();
-    EXPECT_EQ(3U, starts.count());  // 0, 5 and 21
 }
 
 TEST(FlatRanges, FillNodesToTheLastKey) {
