@@ -2,7 +2,9 @@
 
 #include "core/slab.h"
 #include "lookup/flat_policy.h"
+#include "lookup/flat_range_tree.h"
 #include "lookup/flat_ranges.h"
+#include "lookup/range_starts.h"
 
 namespace rs {
 

@@ -21,7 +21,8 @@
 namespace rs {
 
 // From how many nodes on a tree has a flat lookup beside it. Random real IPv4 ranges are looked up 1.1 times as fast with
-// it as without at 16 rules, 2.3 times at 64, 4.7 times at 1000 and 9.7 times at 746,334.
+// it as without at 16 rules, 2.3 times at 64, 4.7 times at 1000 and 9.7 times at 746,334. Random real IPv6 prefixes are
+// looked up 3.2 times as fast at 16 rules, 2.7 times at 64, 3.9 times at 1000 and 4.8 times at 10,000.
 inline constexpr uint32_t FLAT_IPV4_RANGES = 16;
 inline constexpr uint32_t FLAT_IPV6_RANGES = 16;
 

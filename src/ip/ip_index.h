@@ -32,6 +32,7 @@
 #include "core/slab.h"
 #include "ip/search_tree.h"
 #include "lookup/flat_hosts.h"
+#include "lookup/flat_range_tree.h"
 #include "lookup/flat_ranges.h"
 #include "lookup/hash_table.h"
 #include "syntax/address128.h"

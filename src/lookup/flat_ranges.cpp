@@ -18,12 +18,12 @@ namespace {
 constexpr uint32_t STARTS_OF_WORD = 4;
 constexpr uint32_t MORE_BITS = 2;
 constexpr uint32_t WORDS_OF_PLACE = 8;
+constexpr uint32_t ADDRESS_BITS = 32;
 constexpr uint32_t MOST_ROOT_BITS = 22;
 
 // The addresses whose bits after the first ones are 0 to 2^left - 1, and the starts among them but for the first address.
-template <typename Number>
 struct Place {
-    Number first;
+    uint32_t first;
     uint32_t left;
     uint32_t begin;  // of the starts
     uint32_t end;
@@ -32,19 +32,14 @@ struct Place {
     [[nodiscard]] uint32_t count() const noexcept { return end - begin; }
 };
 
-template <typename Address>
 class FlatRangeBuild {
 public:
-    using Traits = FlatRangeTraits<Address>;
-    using Number = typename Traits::Number;
-    using Lane = typename Traits::Lane;
-
-    explicit FlatRangeBuild(const FlatRangeStarts<Address>& starts) noexcept
+    explicit FlatRangeBuild(const FlatRangeStarts<uint32_t>& starts) noexcept
         : starts_(starts.starts()), startCount_(starts.count()) {}
 
-    FlatRanges<Address>* build() noexcept {
-        OwnedMemory<FlatRanges<Address>> ranges(allocateRecord<FlatRanges<Address>>());
-        const Place<Number> all{0, Traits::BITS, 1, startCount_, wordAt(0)};
+    FlatRanges32* build() noexcept {
+        OwnedMemory<FlatRanges32> ranges(allocateRecord<FlatRanges32>());
+        const Place all{0, ADDRESS_BITS, 1, startCount_, wordAt(0)};
         const uint32_t rootBits = indexBits(all, placesOf(all), MOST_ROOT_BITS);
         fillIndex(all, rootBits, takeIndex(rootBits));
         // What a lookup compares at once may go beyond the last node.
@@ -52,29 +47,29 @@ public:
         if (!ranges || isFailed_ || !trimWords()) {
             return nullptr;
         }
-        *ranges = {words_.release(), usedWords_ / LINE_WORDS, rootBits};
+        *ranges = {words_.release(), usedWords_ * sizeof(uint32_t), rootBits};
         return ranges.release();
     }
 
 private:
     // The keys of a node before it is made: a word and where it begins. That of the first is not used.
     struct Entry {
-        Lane key;
+        int16_t key;
         uint32_t word;
     };
 
-    static constexpr uint32_t LANE_BITS = 8 * sizeof(Lane);
-    static constexpr uint32_t MOST_WORDS = LANES<Lane>;  // of a node, which has a key less
+    static constexpr uint32_t LANE_BITS = 8 * sizeof(int16_t);
+    static constexpr uint32_t MOST_WORDS = LANES<int16_t>;  // of a node, which has a key less
     static constexpr uint32_t MOST_BITS = std::max(LANE_BITS, MOST_ROOT_BITS);
     static constexpr uint64_t MOST_STORAGE = uint64_t{1} << (FLAT_INDEX_SHIFT + 4U);  // in words
 
     uint32_t wordAt(uint32_t i) const noexcept { return starts_[i].word | FLAT_ANSWER; }
-    Number startAt(uint32_t i) const noexcept { return Traits::numberOf(starts_[i].first); }
+    uint32_t startAt(uint32_t i) const noexcept { return starts_[i].first; }
 
     // For each number of a place's next bits, the places with starts that they lead to.
     using Places = std::array<uint32_t, MOST_BITS + 1>;
 
-    Places placesOf(const Place<Number>& place) const noexcept {
+    Places placesOf(const Place& place) const noexcept {
         Places places{};
         for (uint32_t i = place.begin + 1; i < place.end; ++i) {
             const uint32_t common = commonBits(place, i);
@@ -90,8 +85,7 @@ private:
     }
 
     // How many bits an index of a place has: so many that a word has a few starts, and more where that parts them.
-    static uint32_t indexBits(const Place<Number>& place, const Places& places,
-                              uint32_t most) noexcept {
+    static uint32_t indexBits(const Place& place, const Places& places, uint32_t most) noexcept {
         const auto usual = static_cast<uint32_t>(std::bit_width(place.count() / STARTS_OF_WORD));
         uint32_t bits = std::min({std::max(usual, LEAST_INDEX_BITS), most, place.left});
         const uint32_t largest = std::min({usual + MORE_BITS, MOST_INDEX_BITS, place.left});
@@ -102,7 +96,7 @@ private:
     }
 
     // How many bits lead to so few places that one node tells them apart.
-    static uint32_t nodeBits(const Place<Number>& place, const Places& places) noexcept {
+    static uint32_t nodeBits(const Place& place, const Places& places) noexcept {
         uint32_t bits = std::min(LANE_BITS, place.left);
         // Each place is two words: its own, and that of what comes after it.
         while (2 * places[bits] >= MOST_WORDS) {
@@ -112,7 +106,7 @@ private:
     }
 
     // The word of a place: its one answer, or an index or a node, which is made.
-    uint32_t makePlace(const Place<Number>& place) noexcept {
+    uint32_t makePlace(const Place& place) noexcept {
         if (place.count() == 0 || isFailed_) {
             return place.word;
         }
@@ -131,23 +125,15 @@ private:
     }
 
     // How many of a place's bits a start has in common with the one before.
-    uint32_t commonBits(const Place<Number>& place, uint32_t i) const noexcept {
-        const Number difference = startAt(i) ^ startAt(i - 1);
-        if constexpr (Traits::BITS == 128) {
-            const auto high = static_cast<uint64_t>(difference >> 64U);
-            const auto low = static_cast<uint64_t>(difference);
-            return place.left - static_cast<uint32_t>(high != 0 ? 64 + std::bit_width(high)
-                                                                : std::bit_width(low));
-        } else {
-            return place.left - static_cast<uint32_t>(std::bit_width(difference));
-        }
+    uint32_t commonBits(const Place& place, uint32_t i) const noexcept {
+        return place.left - static_cast<uint32_t>(std::bit_width(startAt(i) ^ startAt(i - 1)));
     }
 
     // The part of a place that begins at first and at start number begin, whose end is set here; word is the answer
     // before first.
-    Place<Number> part(const Place<Number>& place, Number first, uint32_t left, uint32_t begin,
-                       uint32_t word) const noexcept {
-        Place<Number> result{first, left, begin, begin, word};
+    Place part(const Place& place, uint32_t first, uint32_t left, uint32_t begin,
+               uint32_t word) const noexcept {
+        Place result{first, left, begin, begin, word};
         if (begin < place.end && startAt(begin) == first) {
             result.word = wordAt(begin);
             result.begin = result.end = begin + 1;
@@ -159,17 +145,17 @@ private:
     }
 
     // The answer of the last address of a place.
-    uint32_t lastWord(const Place<Number>& place) const noexcept {
+    uint32_t lastWord(const Place& place) const noexcept {
         return place.count() == 0 ? place.word : wordAt(place.end - 1);
     }
 
-    void fillIndex(const Place<Number>& place, uint32_t bits, uint32_t at) noexcept {
+    void fillIndex(const Place& place, uint32_t bits, uint32_t at) noexcept {
         const uint32_t left = place.left - bits;
         uint32_t begin = place.begin;
         uint32_t word = place.word;
         for (uint32_t i = 0; i < uint32_t{1} << bits && !isFailed_; ++i) {
-            const Number first = place.first + (static_cast<Number>(i) << left);
-            const Place<Number> piece = part(place, first, left, begin, word);
+            const uint32_t first = place.first + (static_cast<uint32_t>(i) << left);
+            const Place piece = part(place, first, left, begin, word);
             const uint32_t made = makePlace(piece);
             if (!isFailed_) {
                 words_.get()[at + i] = made;
@@ -180,23 +166,23 @@ private:
     }
 
     // A node of all starts of a place, or a tree of nodes.
-    uint32_t makeNodes(const Place<Number>& place, uint32_t bits) noexcept {
+    uint32_t makeNodes(const Place& place, uint32_t bits) noexcept {
         const uint32_t left = place.left - bits;
-        const Number mask = (static_cast<Number>(1) << left) - 1;
+        const uint32_t mask = (static_cast<uint32_t>(1) << left) - 1;
         const uint32_t firstEntry = entries_.count();
         push(firstEntry, 0, place.word);
         uint32_t word = place.word;
         for (uint32_t i = place.begin; i < place.end && !isFailed_;) {
-            const Number first = startAt(i) & ~mask;
-            const Place<Number> piece = part(place, first, left, i, word);
-            push(firstEntry, laneOf<Lane>(first >> left), makePlace(piece));
+            const uint32_t first = startAt(i) & ~mask;
+            const Place piece = part(place, first, left, i, word);
+            push(firstEntry, laneOf(first >> left), makePlace(piece));
             i = piece.end;
             word = lastWord(piece);
             // What comes after the piece, unless that is another piece or out of the place.
-            const Number next = first + mask + 1;
+            const uint32_t next = first + mask + 1;
             if ((next - place.first) >> place.left == 0 &&
                 (i == place.end || (startAt(i) & ~mask) != next)) {
-                push(firstEntry, laneOf<Lane>(next >> left), word);
+                push(firstEntry, laneOf(next >> left), word);
             }
         }
         const uint32_t made = joinEntries(firstEntry, left);
@@ -204,7 +190,7 @@ private:
         return made;
     }
 
-    void push(uint32_t firstEntry, Lane key, uint32_t word) noexcept {
+    void push(uint32_t firstEntry, int16_t key, uint32_t word) noexcept {
         if (isFailed_ ||
             (entries_.count() > firstEntry && entries_[entries_.count() - 1].word == word)) {
             return;
@@ -224,7 +210,7 @@ private:
             for (uint32_t i = 0; i < nodes && !isFailed_; ++i) {
                 const auto begin = static_cast<uint32_t>(uint64_t{count} * i / nodes);
                 const auto end = static_cast<uint32_t>(uint64_t{count} * (i + 1) / nodes);
-                const Lane key = entries_[firstEntry + begin].key;
+                const int16_t key = entries_[firstEntry + begin].key;
                 entries_[firstEntry + i] = {key, makeNode(firstEntry + begin, end - begin, left)};
             }
             count = nodes;
@@ -234,21 +220,21 @@ private:
 
     uint32_t makeNode(uint32_t firstEntry, uint32_t wordCount, uint32_t left) noexcept {
         const uint32_t keyCount = wordCount - 1;
-        const uint32_t wordsAt = nodeWordsAt<Lane>(keyCount);
+        const uint32_t wordsAt = nodeWordsAt(keyCount);
         const uint32_t size = wordsAt + wordCount;
         const uint32_t at = takeNode(size);
         if (isFailed_) {
             return NO_RECORD;
         }
-        std::array<Lane, MOST_WORDS> lanes{};
-        lanes[0] = static_cast<Lane>(left << NODE_COUNT_BITS | keyCount);
+        std::array<int16_t, MOST_WORDS> lanes{};
+        lanes[0] = static_cast<int16_t>(left << NODE_COUNT_BITS | keyCount);
         uint32_t* node = words_.get() + at;
         for (uint32_t i = 0; i < wordCount; ++i) {
             const Entry& entry = entries_[firstEntry + i];
             lanes[i] = i == 0 ? lanes[0] : entry.key;
             node[wordsAt + i] = entry.word;
         }
-        std::memcpy(node, lanes.data(), sizeof(Lane) * wordCount);
+        std::memcpy(node, lanes.data(), sizeof(int16_t) * wordCount);
         return (size - 1) / LINE_WORDS << FLAT_NODE_SHIFT | at / QUARTER_WORDS;
     }
 
@@ -299,7 +285,7 @@ private:
     // Gives back room that is not used.
     bool trimWords() noexcept { return usedWords_ == capacity_ || moveWords(usedWords_); }
 
-    const typename FlatRangeStarts<Address>::Start* starts_;
+    const FlatRangeStarts<uint32_t>::Start* starts_;
     uint32_t startCount_;
     GrowingArray<Entry> entries_;  // of the nodes that are being made, those of inner ones above
     OwnedLines<uint32_t> words_;
@@ -308,35 +294,17 @@ private:
     bool isFailed_ = false;
 };
 
-template <typename Address>
-FlatRanges<Address>* buildRanges(const FlatRangeStarts<Address>& starts) noexcept {
-    return starts.hasTooBigRecord() ? nullptr : FlatRangeBuild<Address>(starts).build();
+}  // namespace
+
+FlatRanges32* buildFlatRanges(const FlatRangeStarts<uint32_t>& starts) noexcept {
+    return starts.hasTooBigRecord() ? nullptr : FlatRangeBuild(starts).build();
 }
 
-template <typename Address>
-void freeRanges(FlatRanges<Address>* ranges) noexcept {
+void freeFlatRanges(FlatRanges32* ranges) noexcept {
     if (ranges != nullptr) {
         freeLines(ranges->words);
         freeMemory(ranges);
     }
-}
-
-}  // namespace
-
-FlatRanges32* buildFlatRanges(const FlatRangeStarts<uint32_t>& starts) noexcept {
-    return buildRanges(starts);
-}
-
-FlatRanges128* buildFlatRanges(const FlatRangeStarts<Address128>& starts) noexcept {
-    return buildRanges(starts);
-}
-
-void freeFlatRanges(FlatRanges32* ranges) noexcept {
-    freeRanges(ranges);
-}
-
-void freeFlatRanges(FlatRanges128* ranges) noexcept {
-    freeRanges(ranges);
 }
 
 }  // namespace rs

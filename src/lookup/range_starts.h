@@ -19,6 +19,10 @@ namespace rs {
 // A flat lookup has 31 bits for a record, and one value of them for none.
 inline constexpr uint32_t MOST_FLAT_RECORDS = (uint32_t{1} << 31U) - 1;
 
+// The flat lookup of ranges: lookup/flat_ranges.h for 32 bits, lookup/flat_range_tree.h for 128 bits.
+template <typename Address>
+struct FlatRanges;
+
 // Intervals are added in order; what is between them has no record.
 template <typename Address>
 class FlatRangeStarts {

@@ -1,6 +1,4 @@
 // Flat lookups of random intervals, compared with a search through the sorted list.
-#include "lookup/flat_ranges.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <vector>

@@ -7,6 +7,7 @@
 
 #include "core/slab.h"
 #include "ip/ip_match.h"
+#include "lookup/flat_range_tree.h"
 #include "lookup/flat_ranges.h"
 #include "syntax/address128.h"
 

@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include "lookup/flat_range_tree.h"
 #include "lookup/flat_ranges.h"
+#include "lookup/range_starts.h"
 #include "syntax/address128.h"
 
 namespace rs::test {
@@ -77,8 +79,8 @@ OwnedFlatRanges<Address> expectAsSwept(const Intervals<Address>& intervals,
     }
     std::for_each(keys.begin(), keys.end(), compare);
     EXPECT_EQ(0U, failures);
-    EXPECT_LE(flat->lineCount * 64,
-              (2 * intervals.size() + 1) * MAX_FLAT_RANGE_BYTES<Address> + 4096);
+    EXPECT_LE(flat->byteCount,
+              (2 * intervals.size() + 1) * FlatRanges<Address>::MOST_BYTES_OF_START + 4096);
     return flat;
 }
 

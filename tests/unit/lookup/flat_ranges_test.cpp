@@ -1,13 +1,11 @@
 #include "lookup/flat_ranges.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/interval_sweep.h"
-#include "support/random_source.h"
 #include "syntax/address128.h"
 
 namespace rs::test {
@@ -94,53 +92,17 @@ TEST(FlatRanges, CrowdInOnePlace) {
     }
 }
 
-// Groups of starts within groups, so that no bits part them well.
-Intervals<Address128> nestedStarts(RandomSource& random, uint32_t count) {
-    std::vector<Address128> addresses{Address128{{0x20010db8, 0, 0, 1}}};
-    while (addresses.size() < count) {
-        Address128 address = random.pick(addresses);
-        const uint32_t bit = random.below32(128);
-        address.words[bit / 32] ^= uint32_t{1} << (bit % 32);
-        addresses.push_back(address);
-    }
-    std::sort(addresses.begin(), addresses.end());
-    addresses.erase(std::unique(addresses.begin(), addresses.end()), addresses.end());
-    Intervals<Address128> intervals;
-    for (uint32_t i = 0; i < addresses.size(); ++i) {
-        intervals.push_back({addresses[i], addresses[i], i});
-    }
-    return intervals;
-}
-
 TEST(FlatRanges, StayWithinTheirBoundWhateverTheList) {
-    RandomSource random(3);
-    expectAsSwept(nestedStarts(random, 20000));
     Intervals<uint32_t> powers;
     for (uint32_t bit = 1; bit < 32; ++bit) {
         powers.push_back({uint32_t{1} << bit, uint32_t{1} << bit, bit});
     }
     expectAsSweptInBothWidths(powers);
-    // Every start in a /64 of its own, with all 128 bits in use.
-    Intervals<Address128> hostile;
-    for (uint32_t i = 0; i < 50000; ++i) {
-        const Address128 low{{i * 80000, random.bits32(), random.bits32(), random.bits32() | 1U}};
-        hostile.push_back({low, {{low.words[0] + 1, random.bits32(), low.words[2], 5}}, i});
-    }
-    const auto flat = expectAsSwept(hostile);
-    for (uint32_t i = 0; i < hostile.size(); i += 100) {
-        EXPECT_GE(16U, countFlatRangeSteps(*flat, hostile[i].low));
-    }
 }
 
 TEST(FlatRanges, RefuseRecordsOfMoreThan31Bits) {
     EXPECT_EQ(nullptr, buildFlat<uint32_t>({{1, 2, (uint32_t{1} << 31U) - 1}}));
     EXPECT_EQ(nullptr, buildFlat<uint32_t>({{1, 2, NO_RECORD - 1}, {5, 6, 1}}));
-}
-
-TEST(FlatRanges, CanBeAskedInTwoHalves) {
-    const auto flat = buildFlat(comb32(7, 1000, 500));
-    const uint32_t key = 7 + 1000 * 42;
-    EXPECT_EQ(42U, finishFlatRange(*flat, key, prepareFlatRange(*flat, key)));
 }
 
 }  // namespace
