@@ -93,6 +93,7 @@ bool finishMirror(const RuleSet& set, const RulePlaces& places, IpRuleTable& tab
         return false;
     }
     ranges.linkMirror(*table.ipv6RangeTree);
+    table.isMirrored = true;
     return true;
 }
 

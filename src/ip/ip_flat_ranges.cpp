@@ -30,9 +30,11 @@ void buildFlatIpRanges(IpRuleTable& table) noexcept {
     if (wantsFlat(table.ipv4RangeNodes.count, FLAT_IPV4_RANGES)) {
         table.flatIpv4Ranges = buildRanges(table.ipv4RangeNodes);
     }
-    if (wantsFlat(table.ipv6RangeNodes.count, FLAT_IPV6_RANGES)) {
+    if (wantsFlat(table.ipv6RangeNodes.count, FLAT_IPV6_RANGES) && !hasMirroredRanges(table)) {
         table.flatIpv6Ranges = buildRanges(table.ipv6RangeNodes);
     }
+    table.onlyIpv4Ranges = table.hostTable == nullptr ? table.flatIpv4Ranges : nullptr;
+    table.onlyIpv6Ranges = table.ipv6HostTree == nullptr ? table.flatIpv6Ranges : nullptr;
 }
 
 }  // namespace rs

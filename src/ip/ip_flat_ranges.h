@@ -7,6 +7,9 @@
 // all that a lookup needs, with one ruleValue or with any. IPv4-mapped addresses are in flatIpv6Ranges like all others:
 // ranges that reach beyond the IPv4-mapped block are in no 32-bit structure.
 //
+// A table whose ranges are all IPv4 ones has the same ranges in both trees, in entries with the same numbers. It goes
+// without flatIpv6Ranges: flatIpv4Ranges has the entry of a mapped address, and no other address has one.
+//
 // Invariants: where a tree has a flat lookup, both find the same entries for every address.
 // Ownership:  all is the table's.
 // Threads:    none while building; read-only afterwards.
@@ -25,6 +28,11 @@ namespace rs {
 // looked up 3.2 times as fast at 16 rules, 2.7 times at 64, 3.9 times at 1000 and 4.8 times at 10,000.
 inline constexpr uint32_t FLAT_IPV4_RANGES = 16;
 inline constexpr uint32_t FLAT_IPV6_RANGES = 16;
+
+// Whether flatIpv4Ranges tells the entry of ipv6RangeTree, too.
+[[nodiscard]] inline bool hasMirroredRanges(const IpRuleTable& table) noexcept {
+    return table.isMirrored && table.flatIpv4Ranges != nullptr;
+}
 
 // Builds the flat lookups that the policy wants, for a table that has none and whose trees are complete.
 void buildFlatIpRanges(IpRuleTable& table) noexcept;

@@ -138,9 +138,13 @@ struct IpRuleTable {
     HostAnswer<Address128>* ipv6Answers;
     FlatRanges32* flatIpv4Ranges;  // see ip/ip_flat_ranges.h
     FlatRanges128* flatIpv6Ranges;
-    // Borrowed: flatIpv4Hosts and flatIpv6Hosts where there is no range of that width; null otherwise.
+    // Borrowed: flatIpv4Hosts and flatIpv6Hosts where there is no range of that width, flatIpv4Ranges and flatIpv6Ranges
+    // where there is no single address; null otherwise.
     const FlatHosts<uint32_t>* onlyIpv4Hosts;
     const FlatHosts<Address128>* onlyIpv6Hosts;
+    const FlatRanges32* onlyIpv4Ranges;
+    const FlatRanges128* onlyIpv6Ranges;
+    bool isMirrored;  // the range trees have the same ranges, in entries with the same numbers
 };
 
 // The entry that a link of a bucket belongs to.

@@ -5,8 +5,10 @@
 
 #include "core/entry.h"
 #include "core/slab.h"
+#include "ip/ip_flat_ranges.h"
 #include "lookup/address_hash.h"
 #include "lookup/flat_hosts.h"
+#include "lookup/flat_range_tree.h"
 #include "lookup/flat_ranges.h"
 #include "syntax/address128.h"
 
@@ -50,26 +52,39 @@ const RangeEntry<Address>* findInterval(const SearchTree* tree, const Address& a
     return nullptr;
 }
 
-// The same by the flat lookup of a tree.
+// The same by the number that a flat lookup has found.
 template <typename Address>
-const RangeEntry<Address>* findFlatInterval(const FlatRanges<Address>& ranges,
-                                            const Slab<RangeEntry<Address>>& entries,
-                                            const Address& address) noexcept {
-    const uint32_t number = findFlatRange(ranges, address);
+const RangeEntry<Address>* intervalOf(const Slab<RangeEntry<Address>>& entries,
+                                      uint32_t number) noexcept {
     return number == NO_RECORD ? nullptr : &recordAt(entries, number);
 }
 
-const RangeEntry<uint32_t>* findIpv4Interval(const IpRuleTable& table, uint32_t address) noexcept {
+const RangeEntry<uint32_t>* askIpv4Ranges(const IpRuleTable& table, uint32_t address) noexcept {
     return table.flatIpv4Ranges != nullptr
-               ? findFlatInterval(*table.flatIpv4Ranges, table.ipv4RangeEntries, address)
+               ? intervalOf(table.ipv4RangeEntries, findFlatRange(*table.flatIpv4Ranges, address))
                : findInterval<uint32_t>(table.ipv4RangeTree, address);
 }
 
-const RangeEntry<Address128>* findIpv6Interval(const IpRuleTable& table,
-                                               const Address128& address) noexcept {
-    return table.flatIpv6Ranges != nullptr
-               ? findFlatInterval(*table.flatIpv6Ranges, table.ipv6RangeEntries, address)
-               : findInterval<Address128>(table.ipv6RangeTree, address);
+// The address of a key of 128 bits.
+Address128 addressOfKey(AddressHalves key) noexcept {
+    return hostKeyOf(std::bit_cast<Address128>(key));
+}
+
+// The halves of a key, which are no record here: see findIpv6Range.
+const RangeEntry<Address128>* askIpv6Ranges(const IpRuleTable& table, uint64_t first,
+                                            uint64_t second) noexcept {
+    if (table.flatIpv6Ranges != nullptr) {
+        return intervalOf(table.ipv6RangeEntries,
+                          findIpv6Range(*table.flatIpv6Ranges, first, second));
+    }
+    if (hasMirroredRanges(table)) {
+        return isIpv4Mapped(AddressHalves{first, second})
+                   ? intervalOf(table.ipv6RangeEntries,
+                                findFlatRange(*table.flatIpv4Ranges,
+                                              addressOfKey({first, second}).words[3]))
+                   : nullptr;
+    }
+    return findInterval<Address128>(table.ipv6RangeTree, addressOfKey({first, second}));
 }
 
 // The entries of the node for exactly this address; null without one.
@@ -130,20 +145,18 @@ const HostEntry* findHostWithValue(const IpRuleTable& table, uint32_t address,
     });
 }
 
-template <typename Address>
-HostPlace placeOfHost(HostProbe probe, const HostAnswer<Address>* answers,
-                      const Address& key) noexcept {
-    return searchFlatHost(probe, [answers, &key](size_t rank) noexcept {
-        return isSameHost(answers[rank].key, key);
-    });
+// Key is uint32_t, or AddressHalves for 128 bits.
+template <typename Address, typename Key>
+HostPlace placeOfHost(HostProbe probe, const HostAnswer<Address>* answers, Key key) noexcept {
+    return searchFlatHost(
+        probe, [answers, key](size_t rank) noexcept { return isSameHost(answers[rank].key, key); });
 }
 
 // The earlier of an address's first rule and of the interval that holds it. The bucket is asked for first, and is there
 // when the interval is found.
-template <typename Address, typename FindInterval>
-int32_t matchFlatHost(const FlatHosts<Address>& hosts, const HostAnswer<Address>* answers,
-                      const Address& key, const FindInterval& findIt,
-                      MatchResult& result) noexcept {
+template <typename Address, typename Key, typename FindInterval>
+int32_t matchFlatHost(const FlatHosts<Address>& hosts, const HostAnswer<Address>* answers, Key key,
+                      const FindInterval& findIt, MatchResult& result) noexcept {
     const HostProbe probe = prepareFlatHost(hosts, key);
     prefetchHostBucket(probe);
     const auto* interval = findIt();
@@ -182,6 +195,16 @@ int32_t matchFlatHostWithValue(const IpRuleTable& table, const FlatHosts<Address
 
 }  // namespace
 
+const RangeEntry<uint32_t>* findIpv4Interval(const IpRuleTable& table, uint32_t address) noexcept {
+    return askIpv4Ranges(table, address);
+}
+
+const RangeEntry<Address128>* findIpv6Interval(const IpRuleTable& table,
+                                               const Address128& address) noexcept {
+    const AddressHalves key = halvesOf(hostKeyOf(address));
+    return askIpv6Ranges(table, key.first, key.second);
+}
+
 const RangeEntry<uint32_t>* findIpv4IntervalOrdered(const IpRuleTable& table,
                                                     uint32_t address) noexcept {
     return findInterval<uint32_t>(table.ipv4RangeTree, address);
@@ -193,7 +216,7 @@ const RangeEntry<Address128>* findIpv6IntervalOrdered(const IpRuleTable& table,
 }
 
 int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
-    const auto findIt = [&]() noexcept { return findIpv4Interval(table, address); };
+    const auto findIt = [&]() noexcept { return askIpv4Ranges(table, address); };
     if (table.hostTable == nullptr) {
         return reportEntry(findIt(), result);
     }
@@ -203,20 +226,21 @@ int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address, MatchResult&
     return matchFlatHost(*table.flatIpv4Hosts, table.ipv4Answers, address, findIt, result);
 }
 
-int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves halves,
-                        MatchResult& result) noexcept {
-    const auto key = std::bit_cast<Address128>(halves);
-    const Address128 address = hostKeyOf(key);
-    const auto findIt = [&]() noexcept { return findIpv6Interval(table, address); };
+int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves key, MatchResult& result) noexcept {
+    const uint64_t first = key.first;
+    const uint64_t second = key.second;
+    const auto findIt = [&table, first, second]() noexcept {
+        return askIpv6Ranges(table, first, second);
+    };
     if (table.ipv6HostTree == nullptr) {
         return reportEntry(findIt(), result);
     }
-    if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(address)) {
-        return matchFlatHost(*table.flatIpv4Hosts, table.ipv4Answers, address.words[3], findIt,
-                             result);
+    if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(key)) {
+        return matchFlatHost(*table.flatIpv4Hosts, table.ipv4Answers, addressOfKey(key).words[3],
+                             findIt, result);
     }
-    if (table.flatIpv6Hosts == nullptr || isIpv4Mapped(address)) {
-        return reportEarlier(findAddress(table.ipv6HostTree, address), findIt(), result);
+    if (table.flatIpv6Hosts == nullptr || isIpv4Mapped(key)) {
+        return reportEarlier(findAddress(table.ipv6HostTree, addressOfKey(key)), findIt(), result);
     }
     return matchFlatHost(*table.flatIpv6Hosts, table.ipv6Answers, key, findIt, result);
 }
@@ -224,7 +248,7 @@ int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves halves,
 int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t ruleValue,
                            MatchResult& result) noexcept {
     const auto findIt = [&]() noexcept {
-        return entryWithValue(findIpv4Interval(table, address), address, ruleValue);
+        return entryWithValue(askIpv4Ranges(table, address), address, ruleValue);
     };
     if (table.flatIpv4Hosts == nullptr) {
         return reportEarlier(findHostWithValue(table, address, ruleValue), findIt(), result);
@@ -236,7 +260,8 @@ int32_t matchIpv4WithValue(const IpRuleTable& table, uint32_t address, uint32_t 
 int32_t matchIpv6WithValue(const IpRuleTable& table, const Address128& address, uint32_t ruleValue,
                            MatchResult& result) noexcept {
     const auto findIt = [&]() noexcept {
-        return entryWithValue(findIpv6Interval(table, address), address, ruleValue);
+        const AddressHalves key = halvesOf(hostKeyOf(address));
+        return entryWithValue(askIpv6Ranges(table, key.first, key.second), address, ruleValue);
     };
     if (table.flatIpv4Hosts != nullptr && isIpv4Mapped(address)) {
         return matchFlatHostWithValue(table, *table.flatIpv4Hosts, table.ipv4Answers,

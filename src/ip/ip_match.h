@@ -11,12 +11,16 @@
 
 #include <ruleset.h>
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
 #include "core/entry.h"
+#include "core/slab.h"
 #include "ip/ip_index.h"
 #include "lookup/flat_hosts.h"
+#include "lookup/flat_range_tree.h"
+#include "lookup/flat_ranges.h"
 #include "syntax/address128.h"
 
 namespace rs {
@@ -27,14 +31,34 @@ namespace rs {
 [[nodiscard]] int32_t matchIpv6InBoth(const IpRuleTable& table, AddressHalves key,
                                       MatchResult& result) noexcept;
 
+// The record of flatIpv6Ranges for an address, the halves of whose key stay in registers: an address in memory that is
+// written in other parts than it is read in waits for all lookups before.
+[[nodiscard]] inline uint32_t findIpv6Range(const FlatRanges128& ranges, uint64_t first,
+                                            uint64_t second) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+        return findFlatRange(ranges, __builtin_bswap64(first), __builtin_bswap64(second));
+    }
+    return findFlatRange(ranges, first, second);
+}
+
+// Reports the first entry of an interval by its number.
+template <typename Address>
+[[nodiscard]] int32_t reportRange(const Slab<RangeEntry<Address>>& entries, uint32_t number,
+                                  MatchResult& result) noexcept {
+    return number == NO_RECORD ? 0 : reportEntry(&recordAt(entries, number), result);
+}
+
 // An address in host order; asks hostTable and ipv4RangeTree.
 //
-// A table of many single addresses and nothing else is looked up here, within the caller: all ends of that way are
-// jumps, and it needs no stack.
+// A table of many single addresses and nothing else, or of many ranges and nothing else, is looked up here, within the
+// caller: all ends of these ways are jumps, and they need no stack.
 [[nodiscard]] inline int32_t matchIpv4(const IpRuleTable& table, uint32_t address,
                                        MatchResult& result) noexcept {
     if (table.onlyIpv4Hosts == nullptr) {
-        return matchIpv4InBoth(table, address, result);
+        return table.onlyIpv4Ranges == nullptr
+                   ? matchIpv4InBoth(table, address, result)
+                   : reportRange(table.ipv4RangeEntries,
+                                 findFlatRange(*table.onlyIpv4Ranges, address), result);
     }
     const HostAnswer<uint32_t>* answers = table.ipv4Answers;
     return tryFlatHost(
@@ -57,7 +81,11 @@ namespace rs {
 [[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, AddressHalves key,
                                        MatchResult& result) noexcept {
     if (table.onlyIpv6Hosts == nullptr) {
-        return matchIpv6InBoth(table, key, result);
+        return table.onlyIpv6Ranges == nullptr
+                   ? matchIpv6InBoth(table, key, result)
+                   : reportRange(table.ipv6RangeEntries,
+                                 findIpv6Range(*table.onlyIpv6Ranges, key.first, key.second),
+                                 result);
     }
     const HostAnswer<Address128>* answers = table.ipv6Answers;
     return tryFlatHost(
@@ -89,8 +117,13 @@ namespace rs {
 [[nodiscard]] int32_t matchIpv6WithValueOrdered(const IpRuleTable& table, const Address128& address,
                                                 uint32_t ruleValue, MatchResult& result) noexcept;
 
-// The entries of the node of ipv4RangeTree or ipv6RangeTree that holds an address, by a way down the tree, whatever flat
-// lookups there are; null without one. Tests compare the flat lookups with these.
+// The entries of the node of ipv4RangeTree or ipv6RangeTree that holds an address; null without one.
+[[nodiscard]] const RangeEntry<uint32_t>* findIpv4Interval(const IpRuleTable& table,
+                                                           uint32_t address) noexcept;
+[[nodiscard]] const RangeEntry<Address128>* findIpv6Interval(const IpRuleTable& table,
+                                                             const Address128& address) noexcept;
+
+// The same by a way down the tree, whatever flat lookups there are. Tests compare the flat lookups with these.
 [[nodiscard]] const RangeEntry<uint32_t>* findIpv4IntervalOrdered(const IpRuleTable& table,
                                                                   uint32_t address) noexcept;
 [[nodiscard]] const RangeEntry<Address128>* findIpv6IntervalOrdered(

@@ -109,8 +109,8 @@ uint32_t flatRangesLeftOut(const RuleGroup& group) {
     const IpRuleTable& table = *group.ipTable;
     const bool lacksIpv4 =
         wantsFlat(table.ipv4RangeNodes.count, FLAT_IPV4_RANGES) && table.flatIpv4Ranges == nullptr;
-    const bool lacksIpv6 =
-        wantsFlat(table.ipv6RangeNodes.count, FLAT_IPV6_RANGES) && table.flatIpv6Ranges == nullptr;
+    const bool lacksIpv6 = wantsFlat(table.ipv6RangeNodes.count, FLAT_IPV6_RANGES) &&
+                           table.flatIpv6Ranges == nullptr && !hasMirroredRanges(table);
     return (lacksIpv4 ? 1 : 0) + (lacksIpv6 ? 1 : 0);
 }
 

@@ -6,9 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "core/slab.h"
+#include "ip/ip_flat_ranges.h"
 #include "ip/ip_match.h"
-#include "lookup/flat_range_tree.h"
-#include "lookup/flat_ranges.h"
 #include "syntax/address128.h"
 
 namespace rs::test {
@@ -18,18 +17,13 @@ namespace {
 // Of more nodes than this only some are compared.
 constexpr uint32_t MOST_COMPARED = 5000;
 
-template <typename Address, typename FindOrdered>
-void checkRanges(const FlatRanges<Address>* ranges, const Slab<IntervalNode<Address>>& nodes,
-                 const Slab<RangeEntry<Address>>& entries, const FindOrdered& findOrdered) {
-    if (ranges == nullptr) {
-        return;
-    }
+// Both ways give the entry of an address.
+template <typename Address, typename FindEntry, typename FindOrdered>
+void checkRanges(const Slab<IntervalNode<Address>>& nodes, const FindEntry& findEntry,
+                 const FindOrdered& findOrdered) {
     uint64_t failures = 0;
     const auto compare = [&](const Address& address) {
-        const uint32_t number = findFlatRange(*ranges, address);
-        const RangeEntry<Address>* found =
-            number == NO_RECORD ? nullptr : &recordAt(entries, number);
-        failures += found == findOrdered(address) ? 0 : 1;
+        failures += findEntry(address) == findOrdered(address) ? 0 : 1;
     };
     compare(Address{});
     compare(previousAddress(Address{}));
@@ -47,12 +41,20 @@ void checkRanges(const FlatRanges<Address>* ranges, const Slab<IntervalNode<Addr
 }  // namespace
 
 void checkFlatIpRanges(const IpRuleTable& table) {
-    checkRanges<uint32_t>(
-        table.flatIpv4Ranges, table.ipv4RangeNodes, table.ipv4RangeEntries,
-        [&table](uint32_t address) { return findIpv4IntervalOrdered(table, address); });
-    checkRanges<Address128>(
-        table.flatIpv6Ranges, table.ipv6RangeNodes, table.ipv6RangeEntries,
-        [&table](const Address128& address) { return findIpv6IntervalOrdered(table, address); });
+    if (table.flatIpv4Ranges != nullptr) {
+        checkRanges<uint32_t>(
+            table.ipv4RangeNodes,
+            [&table](uint32_t address) { return findIpv4Interval(table, address); },
+            [&table](uint32_t address) { return findIpv4IntervalOrdered(table, address); });
+    }
+    if (table.flatIpv6Ranges != nullptr || hasMirroredRanges(table)) {
+        checkRanges<Address128>(
+            table.ipv6RangeNodes,
+            [&table](const Address128& address) { return findIpv6Interval(table, address); },
+            [&table](const Address128& address) {
+                return findIpv6IntervalOrdered(table, address);
+            });
+    }
 }
 
 }  // namespace rs::test
