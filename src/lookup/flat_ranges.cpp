@@ -59,7 +59,7 @@ private:
     };
 
     static constexpr uint32_t LANE_BITS = 8 * sizeof(int16_t);
-    static constexpr uint32_t MOST_WORDS = LANES<int16_t>;  // of a node, which has a key less
+    static constexpr uint32_t MOST_WORDS = KEY_LANES;  // of a node, which has a key less
     static constexpr uint32_t MOST_BITS = std::max(LANE_BITS, MOST_ROOT_BITS);
     static constexpr uint64_t MOST_STORAGE = uint64_t{1} << (FLAT_INDEX_SHIFT + 4U);  // in words
 

@@ -27,17 +27,15 @@ namespace rs {
 
 inline constexpr uint32_t LANE_BYTES = 64;
 
-// 32 lanes of 16 bits, or 16 lanes of 32 bits.
-template <typename Lane>
-inline constexpr uint32_t LANES = LANE_BYTES / sizeof(Lane);
+// Lanes of 16 bits.
+inline constexpr uint32_t KEY_LANES = LANE_BYTES / sizeof(int16_t);
 
 // Bit i is set when lane i is above key; the 64 bytes of the lanes begin at any multiple of 4.
-template <typename Lane>
-[[nodiscard]] inline uint32_t maskAbovePortable(const uint32_t* line, Lane key) noexcept {
-    std::array<Lane, LANES<Lane>> lanes;
+[[nodiscard]] inline uint32_t maskAbovePortable(const uint32_t* line, int16_t key) noexcept {
+    std::array<int16_t, KEY_LANES> lanes;
     std::memcpy(lanes.data(), line, LANE_BYTES);
     uint32_t above = 0;
-    for (uint32_t i = 0; i < LANES<Lane>; ++i) {
+    for (uint32_t i = 0; i < KEY_LANES; ++i) {
         above |= (lanes[i] > key ? uint32_t{1} : 0) << i;
     }
     return above;
@@ -55,16 +53,6 @@ template <typename Lane>
     return static_cast<uint32_t>(low) | static_cast<uint32_t>(high) << 16U;
 }
 
-[[nodiscard]] inline uint32_t maskAbove(const uint32_t* line, int32_t key) noexcept {
-    const __m128i wanted = _mm_set1_epi32(key);
-    const auto above = [&](uint32_t i) noexcept {
-        return _mm_cmpgt_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(line) + i), wanted);
-    };
-    const __m128i low = _mm_packs_epi32(above(0), above(1));
-    const __m128i high = _mm_packs_epi32(above(2), above(3));
-    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(low, high)));
-}
-
 #elif defined(__aarch64__)
 
 [[nodiscard]] inline uint32_t maskAbove(const uint32_t* line, int16_t key) noexcept {
@@ -78,23 +66,9 @@ template <typename Lane>
     return above(0) | above(1) | above(2) | above(3);
 }
 
-[[nodiscard]] inline uint32_t maskAbove(const uint32_t* line, int32_t key) noexcept {
-    constexpr std::array<uint32_t, 4> BITS{1, 2, 4, 8};
-    const uint32x4_t bits = vld1q_u32(BITS.data());
-    const auto above = [&](uint32_t i) noexcept {
-        const int32x4_t lanes = vreinterpretq_s32_u32(vld1q_u32(line + 4 * i));
-        return vaddvq_u32(vandq_u32(vcgtq_s32(lanes, vdupq_n_s32(key)), bits)) << (4 * i);
-    };
-    return above(0) | above(1) | above(2) | above(3);
-}
-
 #else
 
 [[nodiscard]] inline uint32_t maskAbove(const uint32_t* line, int16_t key) noexcept {
-    return maskAbovePortable(line, key);
-}
-
-[[nodiscard]] inline uint32_t maskAbove(const uint32_t* line, int32_t key) noexcept {
     return maskAbovePortable(line, key);
 }
 
