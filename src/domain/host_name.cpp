@@ -2,6 +2,7 @@
 
 #include <ruleset.h>
 
+#include "domain/plain_name.h"
 #include "domain/punycode.h"
 #include "domain/utf8.h"
 #include "syntax/ascii.h"
@@ -126,16 +127,72 @@ uint32_t lengthWithoutLastDot(const char* name, uint32_t length) noexcept {
     return length > 0 && name[length - 1] == '.' ? length - 1 : length;
 }
 
+// Whether whole blocks for a name would overwrite bytes that are still to be read: a caller may normalize in place.
+bool overlapsName(const char* out, const char* name, uint32_t length) noexcept {
+    const auto at = reinterpret_cast<uintptr_t>(out);
+    const auto begin = reinterpret_cast<uintptr_t>(name);
+    return at < begin + length && begin < at + plainNameRoom(length);
+}
+
+// Writes most names in one pass. False, with out unspecified, for a name that is not plain or has no room for whole
+// blocks: the general way decides what becomes of it.
+template <Underscores underscores>
+bool writePlainName(const char* name, uint32_t length, char* out,
+                    uint32_t* inOutCapacity) noexcept {
+    if (*inOutCapacity < plainNameRoom(length) || overlapsName(out, name, length)) {
+        return false;
+    }
+    const PlainName plain = lowerPlainName<underscores>(name, length, out);
+    if (plain.length == 0) {
+        return false;
+    }
+    *inOutCapacity = plain.length;
+    return true;
+}
+
+// The strict normalizer for any name, label by label.
+int32_t normalizeLabels(const char* name, uint32_t length, char* out,
+                        uint32_t* inOutCapacity) noexcept {
+    TextWriter writer(out, *inOutCapacity);
+    uint32_t labelStart = 0;
+    bool nonAscii = false;
+    for (uint32_t i = 0; i < length; ++i) {
+        const HostCharClass charClass = hostCharClass(name[i]);
+        if (charClass == HostCharClass::INVALID) {
+            return RULE_ERR_BAD_RULE;
+        }
+        nonAscii = nonAscii || charClass == HostCharClass::NON_ASCII;
+        if (charClass != HostCharClass::SEPARATOR) {
+            continue;
+        }
+        const int32_t status =
+            appendLabelAndDot(writer, {name + labelStart, i - labelStart}, nonAscii);
+        if (status != RULE_OK) {
+            return status;
+        }
+        labelStart = i + 1;
+        nonAscii = false;
+    }
+    const int32_t status = finishName(writer, {name + labelStart, length - labelStart}, nonAscii);
+    if (status == RULE_OK) {
+        *inOutCapacity = writer.length();
+    }
+    return status;
+}
+
 using CopyHost = int32_t (*)(const char* name, uint32_t length, TextWriter& writer) noexcept;
 
 // The strict form, or a literal copy of what that refuses. The length still counts a last dot.
 int32_t normalizeOrCopy(const char* name, uint32_t length, char* out, uint32_t* inOutCapacity,
                         CopyHost copyHost) noexcept {
-    if (inOutCapacity == nullptr) {
+    if (name == nullptr || length == 0 || out == nullptr || inOutCapacity == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
+    if (writePlainName<Underscores::ALLOWED>(name, length, out, inOutCapacity)) {
+        return RULE_OK;
+    }
     uint32_t strictLength = *inOutCapacity;
-    int32_t status = normalizeHostName(name, length, out, &strictLength);
+    int32_t status = normalizeLabels(name, length, out, &strictLength);
     if (status == RULE_OK) {
         *inOutCapacity = strictLength;
     }
@@ -194,31 +251,9 @@ int32_t normalizeHostName(const char* name, uint32_t length, char* out,
     if (name == nullptr || length == 0 || out == nullptr || inOutCapacity == nullptr) {
         return RULE_ERR_INVALID_ARG;
     }
-    TextWriter writer(out, *inOutCapacity);
-    uint32_t labelStart = 0;
-    bool nonAscii = false;
-    for (uint32_t i = 0; i < length; ++i) {
-        const HostCharClass charClass = hostCharClass(name[i]);
-        if (charClass == HostCharClass::INVALID) {
-            return RULE_ERR_BAD_RULE;
-        }
-        nonAscii = nonAscii || charClass == HostCharClass::NON_ASCII;
-        if (charClass != HostCharClass::SEPARATOR) {
-            continue;
-        }
-        const int32_t status =
-            appendLabelAndDot(writer, {name + labelStart, i - labelStart}, nonAscii);
-        if (status != RULE_OK) {
-            return status;
-        }
-        labelStart = i + 1;
-        nonAscii = false;
-    }
-    const int32_t status = finishName(writer, {name + labelStart, length - labelStart}, nonAscii);
-    if (status == RULE_OK) {
-        *inOutCapacity = writer.length();
-    }
-    return status;
+    return writePlainName<Underscores::REFUSED>(name, length, out, inOutCapacity)
+               ? RULE_OK
+               : normalizeLabels(name, length, out, inOutCapacity);
 }
 
 int32_t normalizeRuleHost(const char* name, uint32_t length, char* out,

@@ -573,6 +573,14 @@ TEST(MatchHost, DropsOneTrailingDotOfACopy) {
     expectOk(nameOfLength(256), matchForm(nameOfLength(256) + '.'));
 }
 
+TEST(MatchHost, MayBeNormalizedWhereItIs) {
+    std::string text = "a.BC/Path-that-must-stay-as-it-is";
+    uint32_t length = 30;
+    ASSERT_EQ(RULE_OK, normalizeMatchHost(text.data(), 4, text.data(), &length));
+    EXPECT_EQ("a.bc/Path-that-must-stay-as-it-is", text);
+    EXPECT_EQ(4U, length);
+}
+
 }  // namespace
 
 }  // namespace rs::test
