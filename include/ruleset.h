@@ -110,7 +110,7 @@ typedef struct MatchResult {
 
 /* The canonical fields of a URL. The caller owns the record and its three buffers, gives each
  * buffer's capacity in bytes in its length field and gets the used length back there. The ABI fixes
- * the layout. No field is NUL-terminated. */
+ * the layout. No field is NUL-terminated. The bytes of a buffer after the used length are unspecified. */
 typedef struct NormalizedUrl {
     char* scheme;          /* in: buffer for the scheme */
     uint32_t schemeLength; /* in: capacity; out: length, 0 without a scheme */

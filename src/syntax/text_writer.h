@@ -75,6 +75,9 @@ public:
         return true;
     }
 
+    // Counts bytes that the caller wrote at end(), of which there is room for as many.
+    constexpr void addWritten(uint32_t length) noexcept { length_ += length; }
+
     // Lets write(out, inOutCapacity) append. It is given the room that is left, stores the length
     // of what it wrote, and returns a status, which is returned here. Unless that is RULE_OK,
     // nothing counts as written.

@@ -2,6 +2,11 @@
 
 #include <ruleset.h>
 
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "syntax/byte_block.h"
 #include "syntax/percent.h"
 
 namespace rs {
@@ -27,9 +32,41 @@ int32_t UrlPathCopier::begin(Text piece) noexcept {
     return append(piece);
 }
 
+namespace {
+
+// Whether a whole block at out would overwrite bytes that are still to be read: a caller may normalize in place.
+bool overlapsBlock(const char* out, Text piece) noexcept {
+    const auto at = reinterpret_cast<uintptr_t>(out);
+    return at < reinterpret_cast<uintptr_t>(piece.end()) &&
+           reinterpret_cast<uintptr_t>(piece.begin()) < at + BLOCK_BYTES;
+}
+
+}  // namespace
+
+// Copies the bytes up to the first one that is more than a letter to be lowered, of the next 16; returns how many. There
+// must be room for a whole block.
+uint32_t UrlPathCopier::copyPlainBytes(Text piece) noexcept {
+    const ByteBlock block = firstBlock(piece.text, piece.length);
+    const ByteBlock special =
+        block.equalTo('%') | block.equalTo('+') | block.equalTo('?') | block.equalTo('#');
+    (keepCase_ ? block : block.lowered()).store(out_.end());
+    const uint32_t most = std::min(piece.length, BLOCK_BYTES);
+    const auto count =
+        static_cast<uint32_t>(std::countr_zero(special.bits() | uint32_t{1} << most));
+    out_.addWritten(count);
+    return count;
+}
+
 int32_t UrlPathCopier::append(Text piece) noexcept {
     const uint32_t rawFlag = keepCase_ ? PERCENT_KEEP_CASE : 0;
     while (!piece.isEmpty()) {
+        if (out_.room() >= BLOCK_BYTES && !overlapsBlock(out_.end(), piece)) {
+            const uint32_t count = copyPlainBytes(piece);
+            piece = piece.from(count);
+            if (count == BLOCK_BYTES || piece.isEmpty()) {
+                continue;
+            }
+        }
         const char byte = *piece.text;
         const PercentByte next = readPercentByte(piece.text, piece.length, rawFlag);
         const bool isSpace = byte == '+' && state_ == State::QUERY;

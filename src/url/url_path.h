@@ -32,6 +32,7 @@ public:
 private:
     enum class State : uint8_t { PATH, QUERY, FRAGMENT };
 
+    uint32_t copyPlainBytes(Text piece) noexcept;
     void enterState(char byte) noexcept;
 
     TextWriter& out_;

@@ -1,5 +1,8 @@
 #include "url/url_split.h"
 
+#include <cstring>
+
+#include "syntax/byte_block.h"
 #include "syntax/number.h"
 
 namespace rs {
@@ -8,6 +11,27 @@ namespace {
 
 constexpr NumberForm PORT{
     .maxLength = 5, .minValue = 1, .maxValue = UINT16_MAX, .leadingZeros = LeadingZeros::REFUSED};
+
+// The next byte that means something in an authority, or end.
+const char* findDelimiter(const char* at, const char* end) noexcept {
+    return findInClass(at, end, [](ByteBlock block) noexcept {
+        return block.equalTo(':') | block.equalTo('/') | block.equalTo('@') | block.equalTo('?') |
+               block.equalTo('#') | block.equalTo('[') | block.equalTo(']');
+    });
+}
+
+// The length of the schemes that nearly all URLs have, which no walk needs to find; 0 for other beginnings.
+uint32_t usualSchemeLength(Text url) noexcept {
+    constexpr Text HTTPS = literalText("https://");
+    constexpr Text HTTP = literalText("http://");
+    if (url.length < HTTPS.length) {
+        return 0;
+    }
+    if (std::memcmp(url.text, HTTPS.text, HTTPS.length) == 0) {
+        return HTTPS.length;
+    }
+    return std::memcmp(url.text, HTTP.text, HTTP.length) == 0 ? HTTP.length : 0;
+}
 
 bool endsAuthority(char byte) noexcept {
     return byte == '/' || byte == '?' || byte == '#';
@@ -20,7 +44,11 @@ public:
         : at_(url.begin()), end_(url.end()), hostStart_(url.begin()) {}
 
     UrlParts split() noexcept {
-        if (*at_ == '/') {
+        if (const uint32_t scheme = usualSchemeLength(textBetween(at_, end_)); scheme != 0) {
+            endScheme(at_ + scheme);
+            scanAfterScheme();
+            scanAuthority();
+        } else if (*at_ == '/') {
             splitAfterSlash();
         } else {
             if (*at_ != '[') {
@@ -47,7 +75,7 @@ private:
     // after the first two, or where there can be neither any more. The text does not begin with
     // '/', so at_[-1] is there when a '/' is met.
     void scanStart() noexcept {
-        for (; at_ != end_ && *at_ != '?' && *at_ != '#' && *at_ != '['; ++at_) {
+        for (; at_ != end_ && *at_ != '?' && *at_ != '#' && *at_ != '['; stepOver()) {
             if (*at_ == '@') {
                 endUserInfo();
                 return;
@@ -68,7 +96,7 @@ private:
 
     // The text after a scheme: up to the end of user information, or to where there can be none.
     void scanAfterScheme() noexcept {
-        for (; at_ != end_ && !endsAuthority(*at_) && *at_ != '['; ++at_) {
+        for (; at_ != end_ && !endsAuthority(*at_) && *at_ != '['; stepOver()) {
             if (*at_ == '@') {
                 endUserInfo();
                 return;
@@ -81,7 +109,7 @@ private:
 
     // The rest of the authority, and what follows it.
     void scanAuthority() noexcept {
-        for (; at_ != end_ && !endsAuthority(*at_); ++at_) {
+        for (; at_ != end_ && !endsAuthority(*at_); stepOver()) {
             if (*at_ == ':') {
                 parts_.portColon = at_;
             } else if (*at_ == ']') {
@@ -93,6 +121,9 @@ private:
         }
         endHost();
     }
+
+    // To the next delimiter after the byte here.
+    void stepOver() noexcept { at_ = findDelimiter(at_ + 1, end_); }
 
     void endScheme(const char* behind) noexcept {
         parts_.scheme = textBetween(hostStart_, behind);

@@ -172,6 +172,18 @@ TEST(UrlPathCopier, SharesItsRoomBetweenThePieces) {
     EXPECT_EQ(RULE_ERR_BUFFER_SMALL, copier.append({"d", 1}));
 }
 
+TEST(UrlPath, MayBeNormalizedWhereItIs) {
+    for (const std::string_view rest : {"/%41%42%43abc%44DEFGHIJKLMNOPQRSTUVWXYZ%45abc", "/A",
+                                        "?Q+%2B+ABCDEFGHIJKLMNOPQRSTUVW"}) {
+        // The text begins a byte after the buffer, for the '/' that may come before it.
+        std::string buffer = '.' + std::string(rest) + std::string(64, '.');
+        uint32_t length = size32(buffer);
+        ASSERT_EQ(RULE_OK,
+                  normalizeUrlPath(&buffer[1], size32(rest), buffer.data(), &length, false));
+        EXPECT_EQ(normalize(rest).text, buffer.substr(0, length));
+    }
+}
+
 }  // namespace
 
 }  // namespace rs::test
