@@ -7,6 +7,7 @@
 #include "core/scratch.h"
 #include "core/text_buffer.h"
 #include "domain/host_name.h"
+#include "domain/plain_name.h"
 #include "lookup/chain_blocks.h"
 #include "lookup/flat_names.h"
 #include "syntax/ascii.h"
@@ -155,6 +156,30 @@ int32_t lookupUnusual(const DomainIndex& index, const char* wireName, uint32_t w
                : lookupUpperCase(index, wireName, wireLength, result);
 }
 
+// A name that is not plain.
+[[gnu::noinline]] int32_t matchOtherName(const DomainIndex& index, const char* name,
+                                         uint32_t length, MatchResult& result) noexcept {
+    const uint64_t capacity = largestTextBuffer(length);
+    if (capacity > UINT32_MAX) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    NameScratch scratch;
+    // The wire form is made in place: a length byte goes before the name and a zero byte after it.
+    char* buffer = scratch.reserve(capacity + 2);
+    if (buffer == nullptr) {
+        return RULE_ERR_NO_MEMORY;
+    }
+    auto nameLength = static_cast<uint32_t>(capacity);
+    const int32_t status = normalizeMatchHost(name, length, buffer + 1, &nameLength);
+    if (status != RULE_OK) {
+        return status;
+    }
+    if (!makeWireName(buffer, nameLength)) {
+        return RULE_ERR_INVALID_ARG;
+    }
+    return lookupDomainWire(index, buffer, nameLength + 1, result);
+}
+
 }  // namespace
 
 const DomainEntry* findDomainOrdered(const DomainIndex& index, const char* wireName,
@@ -187,25 +212,14 @@ int32_t lookupDomainWire(const DomainIndex& index, const char* wireName, uint32_
 
 int32_t matchDomainName(const DomainIndex& index, const char* name, uint32_t length,
                         MatchResult& result) noexcept {
-    const uint64_t capacity = largestTextBuffer(length);
-    if (capacity > UINT32_MAX) {
-        return RULE_ERR_NO_MEMORY;
+    if (length <= LONGEST_PLAIN_NAME) {
+        char wireName[plainNameRoom(LONGEST_PLAIN_NAME) + 2];
+        const uint32_t wireLength = writePlainWireName(name, length, wireName);
+        if (wireLength != 0) [[likely]] {
+            return lookupDomainWire(index, wireName, wireLength, result);
+        }
     }
-    NameScratch scratch;
-    // The wire form is made in place: a length byte goes before the name and a zero byte after it.
-    char* buffer = scratch.reserve(capacity + 2);
-    if (buffer == nullptr) {
-        return RULE_ERR_NO_MEMORY;
-    }
-    auto nameLength = static_cast<uint32_t>(capacity);
-    const int32_t status = normalizeMatchHost(name, length, buffer + 1, &nameLength);
-    if (status != RULE_OK) {
-        return status;
-    }
-    if (!makeWireName(buffer, nameLength)) {
-        return RULE_ERR_INVALID_ARG;
-    }
-    return lookupDomainWire(index, buffer, nameLength + 1, result);
+    return matchOtherName(index, name, length, result);
 }
 
 }  // namespace rs
