@@ -7,6 +7,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "support/page_arena.h"
+
 namespace rs::test {
 
 namespace {
@@ -52,12 +54,17 @@ void rememberFreed(const void* block) {
     }
 }
 
+size_t sizeOf(void* block) {
+    return PageArena::ownerOf(block) != nullptr ? PageArena::sizeOf(block)
+                                                : malloc_usable_size(block);
+}
+
 // Fills a block that is about to be freed, so that whoever reads it later reads what nobody wrote:
 // a pointer to nothing, a large count, a byte that is no NUL.
 void wipe(void* block) {
     constexpr int WIPED = 0xDB;
     if (block != nullptr) {
-        std::memset(block, WIPED, malloc_usable_size(block));
+        std::memset(block, WIPED, sizeOf(block));
     }
 }
 
@@ -123,12 +130,20 @@ void* __real_realloc(void* block, size_t size);
 void __real_free(void* block);
 
 void* __wrap_malloc(size_t size) {
-    return rs::test::countAllocation(size) ? rs::test::remember(__real_malloc(size)) : nullptr;
+    if (!rs::test::countAllocation(size)) {
+        return nullptr;
+    }
+    rs::test::PageArena* arena = rs::test::PageArena::inUse();
+    return rs::test::remember(arena != nullptr ? arena->allocate(size) : __real_malloc(size));
 }
 
 void* __wrap_calloc(size_t count, size_t size) {
-    return rs::test::countAllocation(count * size) ? rs::test::remember(__real_calloc(count, size))
-                                                   : nullptr;
+    if (!rs::test::countAllocation(count * size)) {
+        return nullptr;
+    }
+    rs::test::PageArena* arena = rs::test::PageArena::inUse();
+    return rs::test::remember(arena != nullptr ? arena->allocate(count * size)
+                                               : __real_calloc(count, size));
 }
 
 void* __wrap_realloc(void* block, size_t size) {
@@ -143,6 +158,8 @@ void __wrap_free(void* block) {
     rs::test::forget(block);
     rs::test::rememberFreed(block);
     rs::test::wipe(block);
-    __real_free(block);
+    if (rs::test::PageArena::ownerOf(block) == nullptr) {
+        __real_free(block);
+    }
 }
 }
