@@ -1,4 +1,5 @@
-// Threads that match in groups of every type, while others retain groups that share their structures and drop them.
+// Threads that match in groups of every type, while others retain groups that share their structures and drop them; and
+// threads that ask one group by every lookup of its type.
 #include <ruleset.h>
 #include <ruleset_static.h>
 
@@ -13,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/every_lookup.h"
+#include "support/group_shapes.h"
 #include "support/release_recorder.h"
 #include "support/rule_handles.h"
 #include "support/text.h"
@@ -184,6 +187,27 @@ TEST_P(SharedGroups, AreFreedOnceByWhicheverThreadDropsLast) {
 
 INSTANTIATE_TEST_SUITE_P(EveryType, SharedGroups, ::testing::ValuesIn(typeCases()),
                          [](const auto& row) { return std::string(row.param.name); });
+
+class LookupThreads : public ::testing::TestWithParam<GroupShape> {};
+
+TEST_P(LookupThreads, AnswerAsOneThread) {
+    const GroupShape& shape = GetParam();
+    const RuleGroupHandle group = buildRuleGroup(*makeSetOf(shape));
+    ASSERT_NE(nullptr, group);
+    const std::vector<Answer> expected = answersOf(*group, shape.type, shape.keys);
+    for (const uint32_t threadCount : {2U, 4U}) {
+        std::atomic<uint32_t> different{0};
+        runInThreads(threadCount, [&](uint32_t /*thread*/) {
+            for (uint32_t round = 0; round < 3; ++round) {
+                different += answersOf(*group, shape.type, shape.keys) == expected ? 0 : 1;
+            }
+        });
+        EXPECT_EQ(0U, different) << threadCount << " threads";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryShape, LookupThreads, ::testing::ValuesIn(groupShapes()),
+                         [](const auto& row) { return row.param.name; });
 
 }  // namespace
 
