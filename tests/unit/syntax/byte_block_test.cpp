@@ -68,6 +68,50 @@ TEST(ByteBlock, IsItsPortableTwin) {
     }
 }
 
+// What each byte alone is in, at each place of a block whose other bytes are in no class.
+template <typename Block>
+void expectEachByteInItsClasses() {
+    for (uint32_t value = 0; value < 256; ++value) {
+        for (uint32_t at = 0; at < BLOCK_BYTES; ++at) {
+            const char byte = static_cast<char>(value);
+            Bytes bytes{};
+            bytes.fill('~');
+            bytes[at] = byte;
+            const Block block = Block::load(bytes.data());
+            const uint32_t bit = uint32_t{1} << at;
+            const bool isCapital = value >= 'A' && value <= 'Z';
+            const bool isDigit = value >= '0' && value <= '9';
+            ASSERT_EQ(value == '~' ? 0xFFFFU : bit, block.equalTo(byte).bits()) << value;
+            ASSERT_EQ(isCapital ? bit : 0, block.between('A', 'Z').bits()) << value;
+            ASSERT_EQ(isDigit ? bit : 0, block.between('0', '9').bits()) << value;
+            // The whole of ASCII, of which one bound is the highest byte.
+            ASSERT_EQ(
+                value < 0x80 ? 0xFFFFU : 0xFFFFU & ~bit,
+                (block.between('\1', '~') | block.equalTo('\0') | block.equalTo('\x7F')).bits())
+                << value;
+            bytes[at] = isCapital ? static_cast<char>(value + 0x20) : byte;
+            ASSERT_EQ(bytes, bytesOf(block.lowered())) << value;
+        }
+    }
+}
+
+TEST(ByteBlock, HasEachByteInItsClassesAtEveryPlace) {
+    expectEachByteInItsClasses<ByteBlock>();
+    expectEachByteInItsClasses<PortableBlock>();
+}
+
+TEST(ByteBlock, OfALongTextIsItsBeginning) {
+    const ExactText text("abcdefghijklmnopq");
+    for (const uint32_t length : {16U, 17U}) {
+        const Bytes bytes = bytesOf(firstBlock(text.data(), length));
+        EXPECT_EQ("abcdefghijklmnop", std::string(bytes.data(), bytes.size()));
+    }
+    EXPECT_EQ(0U, firstBits(0));
+    EXPECT_EQ(1U, firstBits(1));
+    EXPECT_EQ(0x7FFFU, firstBits(15));
+    EXPECT_EQ(0xFFFFU, firstBits(16));
+}
+
 // The text is alone in its memory: a byte read after it is an error that sanitizers find.
 TEST(ByteBlock, OfAShortTextHasZerosAfterIt) {
     const std::string bytes = "abcdefghijklmnop";
@@ -82,20 +126,29 @@ TEST(ByteBlock, OfAShortTextHasZerosAfterIt) {
     }
 }
 
-TEST(ByteBlock, FindInClassFindsTheFirstByteAtEveryPlace) {
-    const auto classOf = [](ByteBlock block) noexcept { return block.equalTo('/'); };
-    for (uint32_t length = 1; length <= 3 * BLOCK_BYTES + 1; ++length) {
+template <typename Block>
+void expectFirstByteIsFound() {
+    const auto classOf = [](Block block) noexcept { return block.equalTo('/'); };
+    const auto find = [&](const ExactText& text) {
+        return findInClass<Block>(text.data(), text.data() + text.size(), classOf);
+    };
+    for (uint32_t length = 1; length <= 4 * BLOCK_BYTES + 1; ++length) {
         const ExactText none(std::string(length, 'x'));
-        EXPECT_EQ(none.data() + length, findInClass(none.data(), none.data() + length, classOf));
+        EXPECT_EQ(none.data() + length, find(none));
         for (uint32_t at = 0; at < length; ++at) {
             std::string bytes(length, 'x');
             bytes[at] = '/';
             bytes.back() = '/';
             const ExactText text(bytes);
-            ASSERT_EQ(text.data() + at, findInClass(text.data(), text.data() + length, classOf));
+            ASSERT_EQ(text.data() + at, find(text));
         }
     }
-    EXPECT_EQ(nullptr, findInClass(nullptr, nullptr, classOf));
+    EXPECT_EQ(nullptr, findInClass<Block>(nullptr, nullptr, classOf));
+}
+
+TEST(ByteBlock, FindInClassFindsTheFirstByteAtEveryPlace) {
+    expectFirstByteIsFound<ByteBlock>();
+    expectFirstByteIsFound<PortableBlock>();
 }
 
 }  // namespace
