@@ -3,8 +3,8 @@
  *
  * The shared library exports the functions of <ruleset.h> and nothing else. A C++ host that links
  * the static archive reaches more: lookups in groups of IP:Port, packet filter and compound rules,
- * the library's option, its ident text, groups that share their compiled structures, and what a
- * build left out.
+ * the library's option, its ident text, moving rules from set to set, groups that share their
+ * compiled structures, and what a build left out.
  *
  * This header needs C++17 or later, and the library is built without exceptions.
  *
@@ -38,6 +38,15 @@ int32_t setLibraryOption(int32_t option, int32_t value) noexcept;
  * "ruleset 5.200.1021 (linux-x86_64, built 2026-11-21)". The date is the day of SOURCE_DATE_EPOCH
  * when that was set for the build. Cost: constant. */
 const char* getLibraryVersion() noexcept;
+
+/* Puts the rules of one set, in their order, after those of another set of the same type; from is
+ * then empty, and to owns the rules. So rules can be added to several sets in several threads, and
+ * be compiled as one list. The callback that is registered on to is left as it is.
+ *
+ * Returns RULE_OK; RULE_ERR_INVALID_ARG for a null set, for one set twice and for sets of two types;
+ * RULE_ERR_SET_FULL when to would hold more than 4294967295 rules. After an error nothing is changed.
+ * One thread at a time may use either set. Cost: constant. */
+int32_t moveRules(RuleSet* from, RuleSet* to) noexcept;
 
 /* A new group record that shares every compiled structure of group. The caller frees it with
  * rs_delRuleGroup, in any order with the original and from any thread; the last one frees the

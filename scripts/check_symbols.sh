@@ -27,7 +27,7 @@ exported_functions='
     rs_convertRule_IP rs_normalize_URL
 '
 static_functions='
-    setLibraryOption getLibraryVersion retainRuleGroup rulesLeftOut
+    setLibraryOption getLibraryVersion moveRules retainRuleGroup rulesLeftOut
     matchIpPortPair4 matchIpPortPair6 matchSecondEndpoint4 matchSecondEndpoint6
     matchPacketFilter4 matchPacketFilter6 matchCompound
 '

@@ -5,7 +5,7 @@
 // An element holds a ListLink. The user of a list finds the element from its link.
 //
 // Ownership:  the list owns nothing; whoever links an element frees it.
-// Cost:       appending and unlinking change four pointers.
+// Cost:       appending, unlinking and moving change at most six pointers.
 #pragma once
 
 namespace rs {
@@ -31,6 +31,18 @@ inline void appendToList(ListLink& head, ListLink& element) noexcept {
     element.prev = head.prev;
     head.prev->next = &element;
     head.prev = &element;
+}
+
+// Puts all elements of a list, in their order, at the end of another; the first is then empty.
+inline void moveList(ListLink& from, ListLink& to) noexcept {
+    if (isListEmpty(from)) {
+        return;
+    }
+    from.next->prev = to.prev;
+    to.prev->next = from.next;
+    from.prev->next = &to;
+    to.prev = from.prev;
+    resetList(from);
 }
 
 // Takes an element out of the list that it is in.

@@ -1,5 +1,6 @@
 #include "core/list.h"
 
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -28,6 +29,33 @@ TEST(List, AppendsAtTheTail) {
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(ring[i + 1], ring[i]->next) << i;
         EXPECT_EQ(ring[i], ring[i + 1]->prev) << i;
+    }
+}
+
+TEST(List, MovesItsElementsAfterThoseOfAnother) {
+    for (const int before : {0, 1, 2}) {
+        for (const int moved : {0, 1, 2}) {
+            SCOPED_TRACE(std::to_string(moved) + " after " + std::to_string(before));
+            ListLink to;
+            ListLink from;
+            ListLink elements[4];
+            resetList(to);
+            resetList(from);
+            for (int i = 0; i < before + moved; ++i) {
+                appendToList(i < before ? to : from, elements[i]);
+            }
+            moveList(from, to);
+            EXPECT_TRUE(isListEmpty(from));
+            EXPECT_EQ(&from, from.prev);
+            const ListLink* last = &to;
+            for (int i = 0; i < before + moved; ++i) {
+                EXPECT_EQ(&elements[i], last->next) << i;
+                EXPECT_EQ(last, elements[i].prev) << i;
+                last = &elements[i];
+            }
+            EXPECT_EQ(&to, last->next);
+            EXPECT_EQ(last, to.prev);
+        }
     }
 }
 
