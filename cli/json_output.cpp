@@ -4,9 +4,8 @@
 
 namespace cli {
 
-void writeJson(const nlohmann::ordered_json& object, Output& output) {
-    using ErrorHandler = nlohmann::ordered_json::error_handler_t;
-    output.write(object.dump(-1, ' ', false, ErrorHandler::replace));
+std::string jsonText(const nlohmann::ordered_json& object) {
+    return object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace cli

@@ -1,14 +1,13 @@
-// Output of JSON.
+// JSON, one object a line.
 #pragma once
+
+#include <string>
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "text_output.h"
-
 namespace cli {
 
-// Writes an object without spaces and line breaks. Bytes that are no UTF-8 become U+FFFD, so that
-// the output is valid JSON for every input.
-void writeJson(const nlohmann::ordered_json& object, Output& output);
+// The object on one line. Keys and rules may hold any bytes; those that are no UTF-8 become U+FFFD.
+std::string jsonText(const nlohmann::ordered_json& object);
 
 }  // namespace cli

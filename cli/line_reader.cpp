@@ -1,10 +1,6 @@
 #include "line_reader.h"
 
-#include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <system_error>
-#include <unistd.h>
 
 namespace cli {
 
@@ -13,25 +9,7 @@ namespace {
 constexpr size_t BLOCK_SIZE = size_t{1} << 18U;
 constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 
-[[noreturn]] void throwSystemError(const std::string& path) {
-    throw std::system_error(errno, std::generic_category(), path);
-}
-
 }  // namespace
-
-InputFile::InputFile(const std::string& path)
-    : path_(path),
-      descriptor_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-    if (descriptor_ < 0) {
-        throwSystemError(path_);
-    }
-}
-
-InputFile::~InputFile() {
-    if (descriptor_ != STDIN_FILENO) {
-        close(descriptor_);
-    }
-}
 
 bool LineReader::next(std::string_view& line) {
     size_t searched = start_;
@@ -81,18 +59,10 @@ bool LineReader::fill() {
     if (buffer_.size() - end_ < BLOCK_SIZE) {
         buffer_.resize(end_ + 2 * BLOCK_SIZE);
     }
-    for (;;) {
-        const ssize_t count =
-            read(file_.descriptor(), buffer_.data() + end_, buffer_.size() - end_);
-        if (count >= 0) {
-            end_ += static_cast<size_t>(count);
-            atEnd_ = count == 0;
-            return count != 0;
-        }
-        if (errno != EINTR) {
-            throwSystemError(file_.path());
-        }
-    }
+    const size_t count = file_.read(buffer_.data() + end_, buffer_.size() - end_);
+    end_ += count;
+    atEnd_ = count == 0;
+    return count != 0;
 }
 
 }  // namespace cli

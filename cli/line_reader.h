@@ -12,25 +12,9 @@
 #include <string>
 #include <string_view>
 
+#include "input_file.h"
+
 namespace cli {
-
-// An open file, or standard input for "-". The object owns the descriptor and closes it at its end,
-// but leaves standard input open.
-class InputFile {
-public:
-    // Throws std::system_error, which names the file, when it cannot be opened for reading.
-    explicit InputFile(const std::string& path);
-    InputFile(const InputFile&) = delete;
-    InputFile& operator=(const InputFile&) = delete;
-    ~InputFile();
-
-    [[nodiscard]] int descriptor() const { return descriptor_; }
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-    int descriptor_;
-};
 
 // Reads the lines of a file, which must live as long as the reader.
 class LineReader {

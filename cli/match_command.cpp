@@ -109,7 +109,7 @@ private:
             object["value"] = hit->ruleValue;
             object["id"] = hit->ruleId;
         }
-        writeJson(object, output_);
+        output_.write(jsonText(object));
     }
 
     const MatchOptions& options_;

@@ -6,7 +6,8 @@
 
 #include "exit_status.h"
 #include "json_output.h"
-#include "line_reader.h"
+#include "line_blocks.h"
+#include "lines.h"
 #include "text_output.h"
 
 namespace cli {
@@ -59,7 +60,7 @@ private:
             object["host"] = host;
             object["port"] = port;
             object["path"] = path;
-            writeJson(object, output_);
+            output_.write(jsonText(object));
         } else {
             output_.write(scheme);
             output_.write('\t');
@@ -90,11 +91,15 @@ int runNormalize(const NormalizeOptions& options) {
     }
     if (options.urls.empty()) {
         const InputFile input("-");
-        LineReader lines(input);
-        std::string_view url;
-        while (lines.next(url)) {
-            if (!url.empty()) {
-                normalizer.normalize(url, "-", lines.lineNumber());
+        const StopSignal stop;
+        LineBlocks blocks(input, stop);
+        for (LineBlock block; blocks.next(block);) {
+            Lines lines(block.lines());
+            std::string_view url;
+            for (number = block.firstLine(); lines.next(url); ++number) {
+                if (!url.empty()) {
+                    normalizer.normalize(url, "-", number);
+                }
             }
         }
     }

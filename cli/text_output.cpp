@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <system_error>
@@ -15,10 +14,12 @@ namespace {
 constexpr size_t FLUSH_SIZE = size_t{1} << 16U;
 constexpr size_t SHOWN_LENGTH = 120;
 
+}  // namespace
+
 // A pipe or a terminal may take a part of the text only, and a signal may interrupt the call.
-void writeAll(int descriptor, std::string_view text) {
+void writeToOutput(std::string_view text) {
     while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
+        const ssize_t count = ::write(STDOUT_FILENO, text.data(), text.size());
         if (count >= 0) {
             text.remove_prefix(static_cast<size_t>(count));
         } else if (errno != EINTR) {
@@ -27,25 +28,17 @@ void writeAll(int descriptor, std::string_view text) {
     }
 }
 
-}  // namespace
-
 Output::Output(bool flushEachLine) : flushEachLine_(flushEachLine || isatty(STDOUT_FILENO) == 1) {}
 
-void Output::writeNumber(uint64_t number) {
-    std::array<char, 20> digits{};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
-    buffer_.append(digits.data(), end);
-}
-
 void Output::endLine() {
-    buffer_ += '\n';
-    if (flushEachLine_ || buffer_.size() >= FLUSH_SIZE) {
+    buffer_.write('\n');
+    if (flushEachLine_ || buffer_.text().size() >= FLUSH_SIZE) {
         flush();
     }
 }
 
 void Output::flush() {
-    writeAll(STDOUT_FILENO, buffer_);
+    writeToOutput(buffer_.text());
     buffer_.clear();
 }
 

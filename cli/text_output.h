@@ -5,7 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "output_buffer.h"
+
 namespace cli {
+
+// Writes a text to standard output, all of it. Throws std::system_error when writing fails.
+void writeToOutput(std::string_view text);
 
 // Standard output with a buffer. The buffer is written at the end of a line when it is full, and at
 // the end of each line on a terminal or with flushEachLine. Its owner calls flush at the end: a
@@ -14,16 +19,16 @@ class Output {
 public:
     explicit Output(bool flushEachLine);
 
-    void write(std::string_view text) { buffer_ += text; }
-    void write(char byte) { buffer_ += byte; }
-    void writeNumber(uint64_t number);
+    void write(std::string_view text) { buffer_.write(text); }
+    void write(char byte) { buffer_.write(byte); }
+    void writeNumber(uint64_t number) { buffer_.writeNumber(number); }
 
     // Ends a line. This and flush throw std::system_error when writing fails.
     void endLine();
     void flush();
 
 private:
-    std::string buffer_;
+    OutputBuffer buffer_;
     bool flushEachLine_;
 };
 

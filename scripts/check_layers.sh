@@ -43,7 +43,8 @@ declare -A may_include=(
 )
 
 declare -A cli_files=(
-    [text]="exit_status json_output line_reader progress text_input text_output"
+    [text]="exit_status input_file json_output line_blocks line_reader lines output_buffer progress stop_signal text_input
+        text_output"
     [values]="address_text host_text"
     [types]="rule_type ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
     [loading]="rule_book rule_handles rule_line rule_loader"

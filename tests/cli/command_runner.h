@@ -41,9 +41,16 @@ protected:
     // Arguments as a shell reads them; input is what standard input holds.
     [[nodiscard]] CommandResult run(const std::string& arguments,
                                     const std::string& input = "") const {
+        return runScript("$ruleset " + arguments, input);
+    }
+
+    // Lines for a shell, in which $ruleset is the command.
+    [[nodiscard]] CommandResult runScript(const std::string& script,
+                                          const std::string& input = "") const {
         writeFile("input", input);
-        const std::string line = "cd '" + folder.string() + "' && { '" RULESET_COMMAND "' " +
-                                 arguments + "; } <input >output 2>messages";
+        const std::string line = "cd '" + folder.string() +
+                                 "' && ruleset='" RULESET_COMMAND "' && {\n" + script +
+                                 "\n} <input >output 2>messages";
         const int status = std::system(line.c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile("output"),
                 readFile("messages")};

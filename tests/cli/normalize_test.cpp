@@ -126,6 +126,27 @@ TEST_F(NormalizeCommand, RefusesOptionsThatAreNone) {
     EXPECT_NE(std::string::npos, result.messages.find("--nonsense"));
 }
 
+TEST_F(NormalizeCommand, ReadsManyLines) {
+    // Some lines lie across the end of a block.
+    std::string urls;
+    std::string expected;
+    for (uint32_t i = 0; i < 30000; ++i) {
+        const std::string path = "/path/" + std::to_string(i);
+        urls += "example.com" + path + (i % 3 == 0 ? "\r\n\n" : "\n");
+        expected += "\texample.com\t0\t" + path + '\n';
+    }
+    const CommandResult result = run("normalize", urls + "a..b");
+    EXPECT_TRUE(expected == result.output);
+    EXPECT_EQ("-:40001: error: no canonical form: a..b\n", result.messages);
+}
+
+TEST_F(NormalizeCommand, EndsAtAnEndlessLine) {
+    const CommandResult result =
+        runScript("{ echo example.com; tr '\\0' a </dev/zero; } | timeout 60 $ruleset normalize");
+    EXPECT_EQ(2, result.status);
+    EXPECT_EQ("ruleset: error: -:2: line over the limit of 64 MiB\n", result.messages);
+}
+
 }  // namespace
 
 }  // namespace rs::test
