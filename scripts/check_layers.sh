@@ -15,7 +15,7 @@
 #
 #     text <- values <- types <- loading <- commands <- main
 #
-#     text       lines in, text and JSON out, exit statuses
+#     text       lines in, text and JSON out, exit statuses, threads
 #     values     addresses and host names: reading them, and what is wrong with bad ones
 #     types      what the command knows of each rule type
 #     loading    rule files -> rule set
@@ -23,7 +23,7 @@
 #     main       the command line
 #
 # Each layer may include what its line in cli_may_include says: files of cli by their names, files of src by a path
-# from src, and the public headers. Only the three lower layers reach into src. No two headers may include each other
+# from src, and the public headers. Only the four lower layers reach into src. No two headers may include each other
 # here either. A new file fails until it has its layer.
 set -euo pipefail
 cd "${1:-$(dirname "${BASH_SOURCE[0]}")/..}"
@@ -43,11 +43,11 @@ declare -A may_include=(
 )
 
 declare -A cli_files=(
-    [text]="exit_status input_file json_output line_blocks line_reader lines output_buffer progress stop_signal text_input
-        text_output"
+    [text]="exit_status file_text input_file json_output line_blocks line_reader lines output_buffer progress stop_signal
+        text_input text_output workers"
     [values]="address_text host_text"
     [types]="rule_type ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
-    [loading]="rule_book rule_handles rule_line rule_loader"
+    [loading]="rule_book rule_handles rule_line rule_loader rule_positions"
     [commands]="match_options explain match_command check_command normalize_command"
     [main]="main"
 )
@@ -55,7 +55,7 @@ declare -A cli_may_include=(
     [text]="text src/syntax"
     [values]="text values src/syntax src/core src/domain"
     [types]="text values types src/core src/domain src/ip src/url"
-    [loading]="text types loading"
+    [loading]="text types loading src/syntax"
     [commands]="text types loading commands"
     [main]="text types commands main"
 )
