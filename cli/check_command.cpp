@@ -7,9 +7,10 @@
 namespace cli {
 
 int runCheck(const CheckOptions& options) {
-    const LoadedRules rules = loadRules(
-        *options.type,
-        {.files = options.ruleFiles, .maxErrors = options.maxErrors, .isQuiet = options.isQuiet});
+    const LoadedRules rules = loadRules(*options.type, {.files = options.ruleFiles,
+                                                        .maxErrors = options.maxErrors,
+                                                        .isQuiet = options.isQuiet,
+                                                        .threads = options.threads});
     if (!options.isQuiet) {
         printMessage(withCommas(rules.book.ruleCount()) + " rules, " + withCommas(rules.badLines) +
                      " bad lines, " + secondsText(rules.seconds));

@@ -14,6 +14,7 @@ struct CheckOptions {
     std::vector<std::string> ruleFiles;
     uint64_t maxErrors = 20;  // bad lines that are shown; 0 for all
     bool isQuiet = false;     // no summary and no progress
+    uint32_t threads = 1;
 };
 
 // Returns EXIT_YES when no line is bad, otherwise EXIT_NO. Throws std::exception when a file cannot

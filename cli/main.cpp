@@ -14,6 +14,7 @@
 #include "normalize_command.h"
 #include "rule_type.h"
 #include "text_output.h"
+#include "workers.h"
 
 namespace {
 
@@ -48,6 +49,13 @@ CLI::Option* addTexts(CLI::App& command, const char* name, std::vector<std::stri
         ->allow_extra_args(false);
 }
 
+void addThreadsOption(CLI::App& command, uint32_t& threads) {
+    constexpr uint32_t LARGEST_COUNT = 1024;
+    threads = cli::availableCores();
+    command.add_option("-j,--threads", threads, "Threads; as many as there are cores unless given")
+        ->check(CLI::Range(1U, LARGEST_COUNT));
+}
+
 void describeMatch(CLI::App& command, cli::MatchOptions& options) {
     addTypeOption(command, options.type);
     command.add_option("-r,--rules", options.ruleFiles, "Rule file; may be given several times")
@@ -68,6 +76,7 @@ void describeMatch(CLI::App& command, cli::MatchOptions& options) {
         ->capture_default_str();
     addIpv6Flag(command);
     command.add_flag("--line-buffered", options.lineBuffered, "Write each line at once");
+    addThreadsOption(command, options.threads);
 }
 
 void describeCheck(CLI::App& command, cli::CheckOptions& options) {
@@ -77,6 +86,7 @@ void describeCheck(CLI::App& command, cli::CheckOptions& options) {
         ->capture_default_str();
     addIpv6Flag(command);
     command.add_flag("-q,--quiet", options.isQuiet, "No summary");
+    addThreadsOption(command, options.threads);
 }
 
 void describeNormalize(CLI::App& command, cli::NormalizeOptions& options) {

@@ -164,8 +164,9 @@ int runMatch(const MatchOptions& options) {
     if (options.explain && options.keys.size() != 1) {
         throw std::invalid_argument("--explain takes one key");
     }
-    LoadedRules rules =
-        loadRules(*options.type, {.files = options.ruleFiles, .isQuiet = options.isQuiet});
+    LoadedRules rules = loadRules(*options.type, {.files = options.ruleFiles,
+                                                  .isQuiet = options.isQuiet,
+                                                  .threads = options.threads});
     if (rules.badLines != 0 && !options.skipBad) {
         printMessage("error: " + withCommas(rules.badLines) +
                      " bad lines in the rules; --skip-bad goes on without them");

@@ -22,6 +22,7 @@ struct MatchOptions {
     bool skipBad = false;
     bool lineBuffered = false;
     bool explain = false;  // the only key
+    uint32_t threads = 1;
     uint64_t maxCount = UINT64_MAX;
 };
 

@@ -27,6 +27,17 @@ Progress::~Progress() {
     }
 }
 
+void Progress::add(uint64_t count) {
+    if (!isShown_) {
+        return;
+    }
+    const uint64_t sum = count_ += count;
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (lock.owns_lock()) {
+        show(sum);
+    }
+}
+
 void Progress::show(uint64_t count) {
     const double seconds = stopwatch_.seconds();
     if (seconds < FIRST_SHOWN_AFTER || seconds - shownAt_ < SHOWN_EVERY) {

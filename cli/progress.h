@@ -5,8 +5,10 @@
 // The line is shown on a terminal only, and only after the step has taken half a second.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 
 namespace cli {
 
@@ -28,21 +30,18 @@ public:
     Progress& operator=(const Progress&) = delete;
     ~Progress();
 
-    // Says that count units are done. Cheap enough to be called for every unit.
-    void update(uint64_t count) {
-        if (isShown_ && count % UNITS_PER_LOOK == 0) {
-            show(count);
-        }
-    }
+    // Says that count more units are done, from any thread. Cheap enough to be called for every few
+    // hundred units.
+    void add(uint64_t count);
 
 private:
-    static constexpr uint64_t UNITS_PER_LOOK = 4096;
-
     void show(uint64_t count);
 
     const char* unit_;
     bool isShown_;
     Stopwatch stopwatch_;
+    std::atomic<uint64_t> count_ = 0;
+    std::mutex mutex_;    // of the line and the time
     double shownAt_ = 0;  // in seconds; 0 before the line is first shown
 };
 

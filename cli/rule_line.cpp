@@ -1,5 +1,7 @@
 #include "rule_line.h"
 
+#include "syntax/ascii.h"
+#include "syntax/byte_block.h"
 #include "text_input.h"
 #include "text_output.h"
 
@@ -24,6 +26,17 @@ bool takeField(std::string_view& rest, std::string_view& field) {
 bool isSkippedLine(std::string_view line) {
     const std::string_view text = trimmed(line);
     return text.empty() || text.front() == '#';
+}
+
+std::string_view firstField(std::string_view text) {
+    const char* begin = text.data();
+    const char* end = rs::findInClass(begin, begin + text.size(), [](rs::ByteBlock block) noexcept {
+        return block.equalTo('\t') | block.equalTo('\n');
+    });
+    while (end != begin && rs::isBlank(end[-1])) {
+        --end;
+    }
+    return {begin, static_cast<size_t>(end - begin)};
 }
 
 bool parseRuleLine(std::string_view line, uint64_t defaultId, RuleLine& out, std::string* why) {

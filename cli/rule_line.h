@@ -22,6 +22,10 @@ struct RuleLine {
 
 bool isSkippedLine(std::string_view line);
 
+// The field that a text begins with, whose first byte is no blank: up to the next tab or line end,
+// without the blanks before it.
+std::string_view firstField(std::string_view text);
+
 // Reads a line that is not skipped. A rule without a value has the value 0, a rule without an id
 // has defaultId. False, with the reason in *why, for a bad value or id and for extra fields; the
 // rule itself is not checked.

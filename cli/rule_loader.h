@@ -15,6 +15,7 @@ struct LoadOptions {
     std::vector<std::string> files;
     uint64_t maxErrors = 20;  // bad lines that are shown; 0 for all
     bool isQuiet = false;     // no progress
+    uint32_t threads = 1;
 };
 
 struct LoadedRules {
@@ -24,9 +25,10 @@ struct LoadedRules {
     double seconds = 0;  // that loading took
 };
 
-// Loads all files in their order. Bad lines are left out and reported on standard error. Throws
-// std::system_error when a file cannot be read, std::length_error for more rules than a set holds,
-// and std::bad_alloc.
+// Loads all files. The rules are in the order of the files and their lines, whatever the number of
+// threads. Bad lines are left out and reported on standard error, in the same order. Throws
+// std::system_error when a file cannot be read, std::length_error for a line that is too long and for
+// more rules than a set holds, and std::bad_alloc.
 LoadedRules loadRules(const RuleType& type, const LoadOptions& options);
 
 }  // namespace cli
