@@ -133,6 +133,10 @@ bool parseAddress(std::string_view text, ParsedAddress& out) {
     return true;
 }
 
+bool parseIpv4(std::string_view text, uint32_t& out) {
+    return rs::parseIPv4Address({text.data(), static_cast<uint32_t>(text.size())}, &out) == RULE_OK;
+}
+
 std::string whyBadAddress(std::string_view text) {
     text = trimmed(text);
     if (text.empty()) {

@@ -19,6 +19,10 @@ struct ParsedAddress {
 // False for a text that is no address; out is then unspecified. Blanks around it are ignored.
 bool parseAddress(std::string_view text, ParsedAddress& out);
 
+// Reads an IPv4 address without blanks around it into a number in host byte order. False for anything
+// else, with out left alone.
+bool parseIpv4(std::string_view text, uint32_t& out);
+
 // What is wrong with a text that is no address.
 std::string whyBadAddress(std::string_view text);
 

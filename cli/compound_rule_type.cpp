@@ -107,7 +107,8 @@ std::string whyBadFlow(std::string_view /*key*/, int32_t /*status*/) {
 
 }  // namespace
 
-const RuleType COMPOUND_TYPE{"compound",         RULE_TYPE_COMPOUND, matchCompoundKey,
-                             whyBadCompoundRule, whyBadFlow,         asWritten};
+const RuleType COMPOUND_TYPE{
+    "compound",         RULE_TYPE_COMPOUND, matchCompoundKey, matchEach<matchCompoundKey>,
+    whyBadCompoundRule, whyBadFlow,         asWritten};
 
 }  // namespace cli

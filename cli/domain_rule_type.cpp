@@ -49,7 +49,8 @@ std::string canonicalDomain(std::string_view key) {
 
 }  // namespace
 
-const RuleType DOMAIN_TYPE{"domain",         RULE_TYPE_FQDN,  matchDomain,
-                           whyBadDomainRule, whyBadDomainKey, canonicalDomain};
+const RuleType DOMAIN_TYPE{
+    "domain",         RULE_TYPE_FQDN,  matchDomain,    matchEach<matchDomain>,
+    whyBadDomainRule, whyBadDomainKey, canonicalDomain};
 
 }  // namespace cli

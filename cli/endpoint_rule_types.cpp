@@ -114,11 +114,13 @@ std::string whyBadFilterRule(std::string_view rule, int32_t /*status*/) {
 
 }  // namespace
 
-const RuleType IP_PORT_TYPE{"ipport",         RULE_TYPE_IP_PORT, matchIpPort,
-                            whyBadIpPortRule, whyBadPair,        asWritten};
+const RuleType IP_PORT_TYPE{
+    "ipport",         RULE_TYPE_IP_PORT, matchIpPort, matchEach<matchIpPort>,
+    whyBadIpPortRule, whyBadPair,        asWritten};
 
 const RuleType PACKET_FILTER_TYPE{"packetfilter",    RULE_TYPE_PACKET_FILTER,
-                                  matchPacketFilter, whyBadFilterRule,
-                                  whyBadPair,        asWritten};
+                                  matchPacketFilter, matchEach<matchPacketFilter>,
+                                  whyBadFilterRule,  whyBadPair,
+                                  asWritten};
 
 }  // namespace cli

@@ -21,7 +21,8 @@ struct MatchOptions {
     bool asJson = false;
     bool skipBad = false;
     bool lineBuffered = false;
-    bool explain = false;  // the only key
+    bool explain = false;    // the only key
+    bool unordered = false;  // lines of output in any order
     uint32_t threads = 1;
     uint64_t maxCount = UINT64_MAX;
 };

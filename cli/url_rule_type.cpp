@@ -76,6 +76,7 @@ std::string canonicalUrl(std::string_view key) {
 
 }  // namespace
 
-const RuleType URL_TYPE{"url", RULE_TYPE_URL, matchUrl, whyBadUrlRule, whyBadUrlKey, canonicalUrl};
+const RuleType URL_TYPE{"url",         RULE_TYPE_URL, matchUrl,    matchEach<matchUrl>,
+                        whyBadUrlRule, whyBadUrlKey,  canonicalUrl};
 
 }  // namespace cli

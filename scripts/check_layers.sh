@@ -48,7 +48,7 @@ declare -A cli_files=(
     [values]="address_text host_text"
     [types]="rule_type ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
     [loading]="rule_book rule_handles rule_line rule_loader rule_positions"
-    [commands]="match_options explain match_command check_command normalize_command"
+    [commands]="match_options explain key_answers answer_writer match_command check_command normalize_command"
     [main]="main"
 )
 declare -A cli_may_include=(
