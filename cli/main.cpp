@@ -75,8 +75,11 @@ void describeMatch(CLI::App& command, cli::MatchOptions& options) {
     command.add_option("--mask", options.lookup.mask, "Mask of the lookup, for ipport rules")
         ->capture_default_str();
     addIpv6Flag(command);
-    command.add_flag("--line-buffered", options.lineBuffered, "Write each line at once");
+    command.add_flag("--line-buffered", options.lineBuffered,
+                     "Answer and write each line at once, in one thread");
     addThreadsOption(command, options.threads);
+    command.add_flag("--unordered", options.unordered,
+                     "Print lines in any order, which takes less memory");
 }
 
 void describeCheck(CLI::App& command, cli::CheckOptions& options) {
