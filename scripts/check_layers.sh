@@ -43,7 +43,7 @@ declare -A may_include=(
 )
 
 declare -A cli_files=(
-    [text]="exit_status file_text input_file json_output line_blocks line_reader lines output_buffer progress stop_signal text_input
+    [text]="exit_status file_text input_file json_output line_blocks lines output_buffer progress stop_signal text_input
         text_output workers"
     [values]="address_text host_text"
     [types]="rule_type ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
