@@ -4,6 +4,10 @@
 #include <stdexcept>
 #include <unistd.h>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include "answer_writer.h"
 #include "exit_status.h"
 #include "explain.h"
@@ -28,6 +32,13 @@ void printLoadSummary(const LoadedRules& rules, double buildSeconds) {
         summary += "; " + withCommas(rules.badLines) + " bad lines skipped";
     }
     printMessage(summary);
+}
+
+// The C library keeps the memory of small records that are freed, unless it is told not to.
+void giveMemoryBack() {
+#if defined(__GLIBC__)
+    malloc_trim(0);
+#endif
 }
 
 int answerArguments(const MatchOptions& options, const KeyAnswerer& answerer) {
@@ -73,7 +84,9 @@ int runMatch(const MatchOptions& options) {
     }
     const Stopwatch buildTime;
     const RuleGroupHandle group = buildRuleGroup(*rules.set);
-    rules.set.reset();  // the group does not need it, and it is large
+    // The group does not need the set, and it is large. Keys may come for days.
+    rules.set.reset();
+    giveMemoryBack();
     if (!options.isQuiet) {
         printLoadSummary(rules, buildTime.seconds());
     }
