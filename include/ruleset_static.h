@@ -18,6 +18,7 @@
 #include <ruleset.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 namespace rs {
@@ -62,6 +63,50 @@ RuleGroup* retainRuleGroup(const RuleGroup* group) noexcept;
  * rules. An IP rule counts once for each of the two families whose lookups lack it. A filter that
  * must not have holes asks this after the build. */
 uint32_t rulesLeftOut(const RuleGroup* group) noexcept;
+
+/* ------------------------------------------------------------------------------------------------
+ * Bulk lookups
+ *
+ * Many keys in one call. The lookups of neighbouring keys wait for memory at the same time, so a key
+ * costs a fraction of what it costs alone, where a group is larger than the near caches.
+ *
+ * For key i, ruleIndexes[i] becomes the ruleIndex of the rule that wins a single lookup of the key,
+ * and 0 when none covers it. results and statuses may be null. Otherwise results[i] becomes what a
+ * single lookup reports when a rule covers the key, and only its ruleIndex is set, to 0, when none
+ * does; statuses[i] becomes what the single lookup returns: 1, 0, or for a key that is none a
+ * negative status. ruleIndexes[i] is 0 then, too.
+ *
+ * All return RULE_OK, whatever the keys are. They return RULE_ERR_INVALID_ARG, with nothing written,
+ * for a null group, for a group of another type, and for null keys or ruleIndexes; with a count of 0
+ * these two may be null. The arrays are the caller's, have room for count of each, and do not
+ * overlap. Threads are as for single lookups. Cost: that of count lookups at most.
+ * --------------------------------------------------------------------------------------------- */
+
+/* A key of text: length bytes, which need no NUL after them. */
+struct TextKey {
+    const char* text;
+    uint32_t length;
+};
+
+/* 16 bytes in network byte order. */
+using AddressBytes = std::array<uint8_t, 16>;
+
+/* IP rules, as rs_matchIPRuleGroup: addresses in host byte order. */
+int32_t matchIpv4Bulk(const RuleGroup* group, const uint32_t* addresses, size_t count,
+                      uint32_t* ruleIndexes, MatchResult* results) noexcept;
+
+/* IP rules, as rs_matchIPRuleGroupEx with family 6. */
+int32_t matchIpv6Bulk(const RuleGroup* group, const AddressBytes* addresses, size_t count,
+                      uint32_t* ruleIndexes, MatchResult* results) noexcept;
+
+/* Domain rules, as rs_matchDomainNameWithRuleGroup. */
+int32_t matchDomainNamesBulk(const RuleGroup* group, const TextKey* names, size_t count,
+                             uint32_t* ruleIndexes, int32_t* statuses,
+                             MatchResult* results) noexcept;
+
+/* URL rules, as rs_matchUrlWithRuleGroup. */
+int32_t matchUrlsBulk(const RuleGroup* group, const TextKey* urls, size_t count,
+                      uint32_t* ruleIndexes, int32_t* statuses, MatchResult* results) noexcept;
 
 /* ------------------------------------------------------------------------------------------------
  * Endpoint lookups

@@ -85,29 +85,49 @@ using FlatRanges128 = FlatRanges<Address128>;
     return place;
 }
 
-// The word of the start at or below a key, in the tree of one root.
-[[nodiscard]] inline uint32_t findInTree(const FlatRanges128& ranges, size_t root, uint32_t levels,
-                                         uint64_t key) noexcept {
+// The leaf for a key, in the tree of one root.
+[[nodiscard]] inline size_t findLeaf(const FlatRanges128& ranges, size_t root, uint32_t levels,
+                                     uint64_t key) noexcept {
     size_t number = root;
-    const uint64_t* line = ranges.lines + number * LINE_WAYS;
     for (; levels > 1; --levels) {
+        const uint64_t* line = ranges.lines + number * LINE_WAYS;
         number = line[0] + placeInLine(line, key) - (LINE_WAYS - 1);
-        line = ranges.lines + number * LINE_WAYS;
     }
-    const uint32_t* words = ranges.words + number * LINE_WAYS;
+    return number;
+}
+
+// The word of the start at or below a key, which is in a leaf.
+[[nodiscard]] inline uint32_t wordInLeaf(const FlatRanges128& ranges, size_t leaf,
+                                         uint64_t key) noexcept {
+    const uint32_t* words = ranges.words + leaf * LINE_WAYS;
     __builtin_prefetch(words);
-    return words[placeInLine(line, key) - (LINE_WAYS - 1)];
+    return words[placeInLine(ranges.lines + leaf * LINE_WAYS, key) - (LINE_WAYS - 1)];
+}
+
+// A lookup in two steps, for a user with many addresses. The first finds the leaf of the upper half and asks for it.
+[[nodiscard]] inline uint32_t prefetchFlatLeaf(const FlatRanges128& ranges,
+                                               uint64_t upper) noexcept {
+    const size_t leaf = findLeaf(ranges, ranges.root, ranges.levels, upper);
+    __builtin_prefetch(ranges.lines + leaf * LINE_WAYS);
+    __builtin_prefetch(ranges.words + leaf * LINE_WAYS);
+    return static_cast<uint32_t>(leaf);
+}
+
+[[nodiscard]] inline uint32_t finishFlatRange(const FlatRanges128& ranges, size_t leaf,
+                                              uint64_t upper, uint64_t lower) noexcept {
+    const uint32_t word = wordInLeaf(ranges, leaf, upper);
+    if (word < FLAT_SUBTREE || word == NO_RECORD) [[likely]] {
+        return word;
+    }
+    const uint32_t levels = ((word & ~FLAT_SUBTREE) >> SUBTREE_LEVELS_SHIFT) + 1;
+    return wordInLeaf(ranges, findLeaf(ranges, word & SUBTREE_ROOT_MASK, levels, lower), lower);
 }
 
 // The record of the interval that holds an address of two halves; NO_RECORD without one.
 [[nodiscard]] inline uint32_t findFlatRange(const FlatRanges128& ranges, uint64_t upper,
                                             uint64_t lower) noexcept {
-    const uint32_t word = findInTree(ranges, ranges.root, ranges.levels, upper);
-    if (word < FLAT_SUBTREE || word == NO_RECORD) [[likely]] {
-        return word;
-    }
-    const uint32_t moreLevels = (word & ~FLAT_SUBTREE) >> SUBTREE_LEVELS_SHIFT;
-    return findInTree(ranges, word & SUBTREE_ROOT_MASK, moreLevels + 1, lower);
+    return finishFlatRange(ranges, findLeaf(ranges, ranges.root, ranges.levels, upper), upper,
+                           lower);
 }
 
 [[nodiscard]] inline uint32_t findFlatRange(const FlatRanges128& ranges,

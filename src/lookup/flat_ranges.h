@@ -122,6 +122,30 @@ inline void prefetchNode(const FlatRanges32& ranges, uint32_t word) noexcept {
     return word == NO_RECORD ? NO_RECORD : word & ~FLAT_ANSWER;
 }
 
+// What a lookup reads first, and what the root names after that: a user with many addresses asks for both before it looks
+// up the first one.
+inline void prefetchFlatRoot(const FlatRanges32& ranges, uint32_t address) noexcept {
+    __builtin_prefetch(ranges.words + (address >> (32 - ranges.rootBits)));
+}
+
+inline void prefetchAfterFlatRoot(const FlatRanges32& ranges, uint32_t address) noexcept {
+    const uint32_t left = 32 - ranges.rootBits;
+    const uint32_t word = ranges.words[address >> left];
+    if ((word & FLAT_ANSWER) != 0) {
+        return;
+    }
+    if ((word & FLAT_INDEX) != 0) {
+        const uint32_t bits = (word >> FLAT_INDEX_SHIFT & 15U) + LEAST_INDEX_BITS;
+        const uint64_t line = word & ((uint32_t{1} << FLAT_INDEX_SHIFT) - 1);
+        __builtin_prefetch(ranges.words + line * LINE_WORDS +
+                           (address >> (left - bits) & ((uint32_t{1} << bits) - 1)));
+        return;
+    }
+    __builtin_prefetch(ranges.words +
+                       uint64_t{QUARTER_WORDS} * (word & ((uint32_t{1} << FLAT_NODE_SHIFT) - 1)));
+    prefetchNode(ranges, word);
+}
+
 // Builds the flat lookup of starts that are finished; null when memory is out, and when there are more starts or records
 // than words can name.
 [[nodiscard]] FlatRanges32* buildFlatRanges(const FlatRangeStarts<uint32_t>& starts) noexcept;

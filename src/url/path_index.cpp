@@ -783,6 +783,26 @@ const UrlPathEntry* findPath(const PathIndex& index, const FlatNames* wildcardHo
     return findInPlaces(index, front, wildcardHosts, key);
 }
 
+FrontAhead prefetchHost(const PathIndex& index, Text host) noexcept {
+    if (index.fronts == nullptr) {
+        return {};
+    }
+    const HostProbe probe = probeOf(index.hosts, host.text, host.length);
+    prefetchHostBucket(probe);
+    return {probe};
+}
+
+void prefetchFront(const PathIndex& index, const FrontAhead& ahead) noexcept {
+    const uint32_t candidates =
+        ahead.probe.bucket == nullptr ? 0 : hostCandidates(*ahead.probe.bucket, ahead.probe.tag);
+    if (candidates != 0) {
+        const HostFront* front =
+            index.fronts + firstHostCandidate(ahead.probe.bucket->firstRank, candidates);
+        __builtin_prefetch(front);
+        __builtin_prefetch(&front->entry);
+    }
+}
+
 void freePathIndex(PathIndex* index) noexcept {
     if (index != nullptr) {
         freeHostPlaces(index->hosts);

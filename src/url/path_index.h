@@ -111,6 +111,15 @@ void linkPlace(PathIndex& index, uint32_t place, uint32_t above) noexcept;
 [[nodiscard]] const UrlPathEntry* findPath(const PathIndex& index, const FlatNames* wildcardHosts,
                                            const UrlMatchKey& key) noexcept;
 
+// What findPath reads of an exact host, asked for by a user with many keys before it looks up the first one: the bucket of
+// the host, and then the front that it names.
+struct FrontAhead {
+    HostProbe probe;  // without a bucket when there is nothing to ask for
+};
+
+[[nodiscard]] FrontAhead prefetchHost(const PathIndex& index, Text host) noexcept;
+void prefetchFront(const PathIndex& index, const FrontAhead& ahead) noexcept;
+
 void freePathIndex(PathIndex* index) noexcept;
 
 using OwnedPathIndex = Owned<PathIndex, freePathIndex>;
