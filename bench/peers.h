@@ -8,7 +8,8 @@
 //   EndpointPeer     first addresses            a map from the address to the rest of the rule
 //
 // The value is a whole MatchResult, which a hit copies out as the library does, or a RuleNumber alone: the smaller
-// table is the faster one while it is in the nearest cache.
+// table is the faster one while it is in the nearest cache. Peers with a map take any with the interface of the standard
+// ones.
 //
 // Memory: as memory_pages.h has it.
 #pragma once
@@ -66,7 +67,7 @@ inline void report(const MatchResult& value, MatchResult& result) {
 
 // ------------------------------------------------------------------------------------------------ addresses
 
-template <typename Key, typename Value>
+template <typename Key, typename Value, template <typename, typename> typename Map = HugeMap>
 class HashPeer {
 public:
     // Enters nothing for a key that is there: the earliest rule wins.
@@ -88,7 +89,7 @@ public:
     }
 
 private:
-    HugeMap<Key, Value> map_;
+    Map<Key, Value> map_;
 };
 
 // The first rule of each elementary interval: rules are painted in their order, each on what is still free.
@@ -215,7 +216,7 @@ private:
 inline constexpr size_t LONGEST_NAME = 255;
 
 // The texts of the rules stay their list's.
-template <typename Value>
+template <typename Value, template <typename, typename> typename Map = HugeMap>
 class SuffixPeer {
 public:
     explicit SuffixPeer(const TextList& rules) {
@@ -247,11 +248,11 @@ public:
     }
 
 private:
-    HugeMap<std::string_view, Value> map_;
+    Map<std::string_view, Value> map_;
 };
 
 // The texts of the rules stay their list's.
-template <typename Value>
+template <typename Value, template <typename, typename> typename Map = HugeMap>
 class UrlPeer {
 public:
     explicit UrlPeer(const TextList& rules) {
@@ -312,7 +313,7 @@ private:
         }
     }
 
-    HugeMap<std::string_view, Paths> hosts_;
+    Map<std::string_view, Paths> hosts_;
     HugeVector<Path> paths_;
     uint32_t lastHost_ = 0;
 };
