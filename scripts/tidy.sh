@@ -34,7 +34,19 @@ if [[ -n $sources ]]; then
     mapfile -t files <<<"$sources"
 fi
 
-cmake --preset lint --log-level=WARNING >/dev/null
+# The benchmark beside other libraries is checked where their packages are, and left out elsewhere.
+peers=OFF
+if pkg-config --exists libdpdk libndpi libmaxminddb libidn2 liburiparser libcurl libpsl 2>/dev/null; then
+    peers=ON
+fi
+cmake --preset lint -D RULESET_BUILD_PEER_BENCH=$peers --log-level=WARNING >/dev/null
+if [[ $peers == OFF ]]; then
+    mapfile -t files < <(for file in "${files[@]}"; do
+        if [[ $file != bench/* ]] || grep -qF "/$file\"" build/lint/compile_commands.json; then
+            echo "$file"
+        fi
+    done)
+fi
 
 # clang-tidy counts the warnings of system headers on stderr; that is of interest only when it fails.
 check_one() {
