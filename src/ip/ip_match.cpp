@@ -215,6 +215,22 @@ const RangeEntry<Address128>* findIpv6IntervalOrdered(const IpRuleTable& table,
     return findInterval<Address128>(table.ipv6RangeTree, address);
 }
 
+int32_t matchIpv4InRanges(const IpRuleTable& table, uint32_t address,
+                          MatchResult& result) noexcept {
+    return table.onlyIpv4Ranges == nullptr
+               ? matchIpv4InBoth(table, address, result)
+               : reportRange(table.ipv4RangeEntries, findFlatRange(*table.onlyIpv4Ranges, address),
+                             result);
+}
+
+int32_t matchIpv6InRanges(const IpRuleTable& table, AddressHalves key,
+                          MatchResult& result) noexcept {
+    return table.onlyIpv6Ranges == nullptr
+               ? matchIpv6InBoth(table, key, result)
+               : reportRange(table.ipv6RangeEntries,
+                             findIpv6Range(*table.onlyIpv6Ranges, key.first, key.second), result);
+}
+
 int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address, MatchResult& result) noexcept {
     const auto findIt = [&]() noexcept { return askIpv4Ranges(table, address); };
     if (table.hostTable == nullptr) {

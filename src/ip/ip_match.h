@@ -25,6 +25,12 @@
 
 namespace rs {
 
+// The lookups of a table of ranges only, which are those of any table, too.
+[[nodiscard]] int32_t matchIpv4InRanges(const IpRuleTable& table, uint32_t address,
+                                        MatchResult& result) noexcept;
+[[nodiscard]] int32_t matchIpv6InRanges(const IpRuleTable& table, AddressHalves key,
+                                        MatchResult& result) noexcept;
+
 // The lookups of any table.
 [[nodiscard]] int32_t matchIpv4InBoth(const IpRuleTable& table, uint32_t address,
                                       MatchResult& result) noexcept;
@@ -50,15 +56,12 @@ template <typename Address>
 
 // An address in host order; asks hostTable and ipv4RangeTree.
 //
-// A table of many single addresses and nothing else, or of many ranges and nothing else, is looked up here, within the
-// caller: all ends of these ways are jumps, and they need no stack.
+// A table of many single addresses and nothing else is looked up here, within the caller: all ends of that way are
+// jumps, and it needs no stack.
 [[nodiscard]] inline int32_t matchIpv4(const IpRuleTable& table, uint32_t address,
                                        MatchResult& result) noexcept {
     if (table.onlyIpv4Hosts == nullptr) {
-        return table.onlyIpv4Ranges == nullptr
-                   ? matchIpv4InBoth(table, address, result)
-                   : reportRange(table.ipv4RangeEntries,
-                                 findFlatRange(*table.onlyIpv4Ranges, address), result);
+        return matchIpv4InRanges(table, address, result);
     }
     const HostAnswer<uint32_t>* answers = table.ipv4Answers;
     return tryFlatHost(
@@ -81,11 +84,7 @@ template <typename Address>
 [[nodiscard]] inline int32_t matchIpv6(const IpRuleTable& table, AddressHalves key,
                                        MatchResult& result) noexcept {
     if (table.onlyIpv6Hosts == nullptr) {
-        return table.onlyIpv6Ranges == nullptr
-                   ? matchIpv6InBoth(table, key, result)
-                   : reportRange(table.ipv6RangeEntries,
-                                 findIpv6Range(*table.onlyIpv6Ranges, key.first, key.second),
-                                 result);
+        return matchIpv6InRanges(table, key, result);
     }
     const HostAnswer<Address128>* answers = table.ipv6Answers;
     return tryFlatHost(
