@@ -26,6 +26,45 @@ void ask(Answers& answers, std::string_view name, const Lookup& lookup) {
     answers.push_back({name, status, result, {}});
 }
 
+// Where a bulk lookup of count keys writes to.
+struct BulkArrays {
+    explicit BulkArrays(size_t count)
+        : ruleIndexes(count), statuses(count, UNTOUCHED_STATUS), results(count, UNTOUCHED) {}
+
+    // A lookup without statuses tells misses by their ruleIndex.
+    [[nodiscard]] int32_t statusOf(size_t i) const {
+        return statuses[i] == UNTOUCHED_STATUS ? ruleIndexes[i] != 0 : statuses[i];
+    }
+
+    static constexpr int32_t UNTOUCHED_STATUS = INT32_MIN;
+
+    std::vector<uint32_t> ruleIndexes;
+    std::vector<int32_t> statuses;
+    std::vector<MatchResult> results;
+};
+
+// Adds what a bulk lookup answers for each key, and then for all keys in one call. It is called as
+// bulk(keys, count, ruleIndexes, statuses, results). A refusal is the answer for each of its keys.
+template <typename Key, typename Bulk>
+void askBulk(Answers& answers, std::string_view one, std::string_view all,
+             const std::vector<Key>& keys, const Bulk& bulk) {
+    const auto askFor = [&](std::string_view name, size_t first, size_t count) {
+        BulkArrays arrays(count);
+        const int32_t called = bulk(keys.data() + first, count, arrays.ruleIndexes.data(),
+                                    arrays.statuses.data(), arrays.results.data());
+        for (size_t i = 0; i < count; ++i) {
+            answers.push_back({name,
+                               called == RULE_OK ? arrays.statusOf(i) : called,
+                               arrays.results[i],
+                               {arrays.ruleIndexes[i]}});
+        }
+    };
+    for (size_t i = 0; i < keys.size(); ++i) {
+        askFor(one, i, 1);
+    }
+    askFor(all, 0, keys.size());
+}
+
 std::array<uint8_t, 4> networkBytes(uint32_t address) {
     return {static_cast<uint8_t>(address >> 24U), static_cast<uint8_t>(address >> 16U),
             static_cast<uint8_t>(address >> 8U), static_cast<uint8_t>(address)};
@@ -63,6 +102,11 @@ void askIpv4(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
             });
         }
     }
+    askBulk(answers, "matchIpv4Bulk, one", "matchIpv4Bulk, all", keys.addresses,
+            [&](const uint32_t* addresses, size_t count, uint32_t* ruleIndexes,
+                int32_t* /*statuses*/, MatchResult* results) {
+                return matchIpv4Bulk(&group, addresses, count, ruleIndexes, results);
+            });
 }
 
 void askIpv6(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
@@ -83,6 +127,23 @@ void askIpv6(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
             });
         }
     }
+    std::vector<AddressBytes> bytes;
+    for (const AddressWords& words : allAddresses6(keys)) {
+        bytes.push_back(bytesOf(numberOf(words)));
+    }
+    askBulk(answers, "matchIpv6Bulk, one", "matchIpv6Bulk, all", bytes,
+            [&](const AddressBytes* addresses, size_t count, uint32_t* ruleIndexes,
+                int32_t* /*statuses*/, MatchResult* results) {
+                return matchIpv6Bulk(&group, addresses, count, ruleIndexes, results);
+            });
+}
+
+std::vector<TextKey> textKeys(const std::vector<std::string>& texts) {
+    std::vector<TextKey> keys;
+    for (const std::string& text : texts) {
+        keys.push_back({text.data(), size32(text)});
+    }
+    return keys;
 }
 
 void askNames(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
@@ -96,6 +157,11 @@ void askNames(Answers& answers, const RuleGroup& group, const LookupKeys& keys) 
             return matchDomainWireWithRuleGroup(&group, name.data(), size32(name), &result);
         });
     }
+    askBulk(answers, "matchDomainNamesBulk, one", "matchDomainNamesBulk, all", textKeys(keys.names),
+            [&](const TextKey* names, size_t count, uint32_t* ruleIndexes, int32_t* statuses,
+                MatchResult* results) {
+                return matchDomainNamesBulk(&group, names, count, ruleIndexes, statuses, results);
+            });
 }
 
 void askUrls(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
@@ -104,6 +170,11 @@ void askUrls(Answers& answers, const RuleGroup& group, const LookupKeys& keys) {
             return rs_matchUrlWithRuleGroup(&group, url.data(), size32(url), &result);
         });
     }
+    askBulk(answers, "matchUrlsBulk, one", "matchUrlsBulk, all", textKeys(keys.urls),
+            [&](const TextKey* urls, size_t count, uint32_t* ruleIndexes, int32_t* statuses,
+                MatchResult* results) {
+                return matchUrlsBulk(&group, urls, count, ruleIndexes, statuses, results);
+            });
 }
 
 // Calls use(address, the next one, port, other port) for all addresses and ports.

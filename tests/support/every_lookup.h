@@ -31,7 +31,8 @@ struct Answer {
     std::string_view lookup;
     int32_t status;
     MatchResult result;
-    std::array<uint32_t, 3> outputs;  // of a flow
+    std::array<uint32_t, 3>
+        outputs;  // of a flow; of a bulk lookup the first is what it writes as ruleIndex
 };
 
 bool operator==(const Answer& left, const Answer& right);
