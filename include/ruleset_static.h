@@ -3,8 +3,8 @@
  *
  * The shared library exports the functions of <ruleset.h> and nothing else. A C++ host that links
  * the static archive reaches more: lookups in groups of IP:Port, packet filter and compound rules,
- * the library's option, its ident text, moving rules from set to set, groups that share their
- * compiled structures, and what a build left out.
+ * many lookups in one call, the library's option, its ident text, moving rules from set to set,
+ * groups that share their compiled structures, and what a build left out.
  *
  * This header needs C++17 or later, and the library is built without exceptions.
  *

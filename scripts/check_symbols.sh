@@ -28,6 +28,7 @@ exported_functions='
 '
 static_functions='
     setLibraryOption getLibraryVersion moveRules retainRuleGroup rulesLeftOut
+    matchIpv4Bulk matchIpv6Bulk matchDomainNamesBulk matchUrlsBulk
     matchIpPortPair4 matchIpPortPair6 matchSecondEndpoint4 matchSecondEndpoint6
     matchPacketFilter4 matchPacketFilter6 matchCompound
 '
