@@ -1,8 +1,11 @@
 // Domain rules. A key is a host name.
+#include <ruleset_static.h>
+
 #include "core/text_buffer.h"
 #include "domain/host_name.h"
 #include "host_text.h"
 #include "rule_type.h"
+#include "text_batch.h"
 #include "text_input.h"
 
 namespace cli {
@@ -50,7 +53,7 @@ std::string canonicalDomain(std::string_view key) {
 }  // namespace
 
 const RuleType DOMAIN_TYPE{
-    "domain",         RULE_TYPE_FQDN,  matchDomain,    matchEach<matchDomain>,
+    "domain",         RULE_TYPE_FQDN,  matchDomain,    matchTexts<rs::matchDomainNamesBulk>,
     whyBadDomainRule, whyBadDomainKey, canonicalDomain};
 
 }  // namespace cli

@@ -1,6 +1,9 @@
 // IP rules. A key is an IPv4 or IPv6 address.
+#include <ruleset_static.h>
+
 #include <arpa/inet.h>
 #include <array>
+#include <bit>
 
 #include "address_text.h"
 #include "rule_type.h"
@@ -29,23 +32,52 @@ int32_t matchIp(const RuleGroup* group, std::string_view key, const LookupOption
                           : rs_matchIPRuleGroupEx(group, 6, networkWords(address).data(), result);
 }
 
-// Nearly all keys are IPv4 addresses without blanks. They are read first, and then looked up together.
-void matchIpBatch(const RuleGroup* group, const LookupOptions& options, KeyBatch& batch) {
-    std::array<uint32_t, KeyBatch::CAPACITY> addresses;
-    std::array<uint16_t, KeyBatch::CAPACITY> places;
+// The addresses of one family in a batch, each with the place of its key there.
+template <typename Address>
+struct FamilyKeys {
+    void add(const Address& address, size_t place) {
+        addresses[count] = address;
+        places[count++] = static_cast<uint16_t>(place);
+    }
+
     static_assert(KeyBatch::CAPACITY <= UINT16_MAX);
+
     size_t count = 0;
+    std::array<Address, KeyBatch::CAPACITY> addresses;
+    std::array<uint16_t, KeyBatch::CAPACITY> places;
+};
+
+template <auto matchBulk, typename Address>
+void matchFamily(const RuleGroup* group, const FamilyKeys<Address>& keys, KeyBatch& batch) {
+    std::array<uint32_t, KeyBatch::CAPACITY> ruleIndexes;
+    std::array<MatchResult, KeyBatch::CAPACITY> results;
+    matchBulk(group, keys.addresses.data(), keys.count, ruleIndexes.data(), results.data());
+    for (size_t i = 0; i < keys.count; ++i) {
+        const size_t place = keys.places[i];
+        batch.statuses[place] = ruleIndexes[i] != 0 ? 1 : 0;
+        batch.results[place] = results[i];
+    }
+}
+
+// Nearly all keys are IPv4 addresses without blanks, which are tried first.
+void matchIpBatch(const RuleGroup* group, const LookupOptions& /*options*/, KeyBatch& batch) {
+    FamilyKeys<uint32_t> ipv4Keys;
+    FamilyKeys<rs::AddressBytes> ipv6Keys;
     for (size_t i = 0; i < batch.count; ++i) {
-        if (parseIpv4(batch.keys[i], addresses[count])) {
-            places[count++] = static_cast<uint16_t>(i);
+        uint32_t ipv4 = 0;
+        ParsedAddress address{};
+        if (parseIpv4(batch.keys[i], ipv4)) {
+            ipv4Keys.add(ipv4, i);
+        } else if (!parseAddress(batch.keys[i], address)) {
+            batch.statuses[i] = RULE_ERR_BAD_RULE;
+        } else if (address.isIpv4) {
+            ipv4Keys.add(address.ipv4, i);
         } else {
-            batch.statuses[i] = matchIp(group, batch.keys[i], options, &batch.results[i]);
+            ipv6Keys.add(std::bit_cast<rs::AddressBytes>(networkWords(address)), i);
         }
     }
-    for (size_t i = 0; i < count; ++i) {
-        const size_t place = places[i];
-        batch.statuses[place] = rs_matchIPRuleGroup(group, addresses[i], &batch.results[place]);
-    }
+    matchFamily<rs::matchIpv4Bulk>(group, ipv4Keys, batch);
+    matchFamily<rs::matchIpv6Bulk>(group, ipv6Keys, batch);
 }
 
 std::string whyBadIpRule(std::string_view rule, int32_t /*status*/) {

@@ -1,6 +1,9 @@
 // URL rules. A key is a URL.
+#include <ruleset_static.h>
+
 #include "host_text.h"
 #include "rule_type.h"
+#include "text_batch.h"
 #include "text_input.h"
 #include "url/url_match_key.h"
 #include "url/url_split.h"
@@ -76,7 +79,7 @@ std::string canonicalUrl(std::string_view key) {
 
 }  // namespace
 
-const RuleType URL_TYPE{"url",         RULE_TYPE_URL, matchUrl,    matchEach<matchUrl>,
+const RuleType URL_TYPE{"url",         RULE_TYPE_URL, matchUrl,    matchTexts<rs::matchUrlsBulk>,
                         whyBadUrlRule, whyBadUrlKey,  canonicalUrl};
 
 }  // namespace cli

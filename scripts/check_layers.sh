@@ -46,7 +46,7 @@ declare -A cli_files=(
     [text]="exit_status file_text input_file json_output line_blocks lines output_buffer progress stop_signal text_input
         text_output workers"
     [values]="address_text host_text"
-    [types]="rule_type ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
+    [types]="rule_type text_batch ip_rule_type domain_rule_type url_rule_type endpoint_rule_types compound_rule_type"
     [loading]="rule_book rule_handles rule_line rule_loader rule_positions"
     [commands]="match_options explain key_answers answer_writer match_stream match_command check_command normalize_command"
     [main]="main"
