@@ -1,6 +1,7 @@
 // Which rule is for this address? All rules are single addresses.
 //
 //   ruleset               rs_matchIPRuleGroup, rs_matchIPRuleGroupEx
+//   ruleset, bulk         matchIpv4Bulk, matchIpv6Bulk
 //   absl::flat_hash_map   from the address to the number of the rule
 //   absl, whole rules     from the address to what the library returns
 //   std::unordered_map    likewise

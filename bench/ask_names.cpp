@@ -2,6 +2,7 @@
 // letters that users write: one in sixteen begins with a capital.
 //
 //   ruleset               rs_matchDomainNameWithRuleGroup
+//   ruleset, bulk         matchDomainNamesBulk
 //   absl::flat_hash_map   lower case into a buffer, then a map asked for every suffix
 //   absl, whole rules     likewise, with what the library returns as values
 //   std::unordered_map    likewise, with numbers

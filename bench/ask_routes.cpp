@@ -1,6 +1,7 @@
 // Which is the longest prefix that holds this address? Prefixes are nested, as those of a routing table are.
 //
 //   ruleset         the longest prefixes are the first rules, and the first rule that covers wins
+//   ruleset, bulk   likewise, through its bulk calls
 //   sorted array    the prefixes flattened into intervals, std::upper_bound
 //   rte_fib ...     the longest prefix, through their bulk calls
 //   nDPI patricia   the longest prefix

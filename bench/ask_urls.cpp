@@ -2,6 +2,7 @@
 // http and without port, as most URLs are.
 //
 //   ruleset                  rs_matchUrlWithRuleGroup
+//   ruleset, bulk            matchUrlsBulk
 //   absl::flat_hash_map      lower case into a buffer, cut at the first slash, then a map from the host to its paths
 //   absl, whole rules        likewise, with what the library returns as values
 //   std::unordered_map       likewise, with numbers

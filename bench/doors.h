@@ -41,6 +41,15 @@ inline int32_t lookUp(const RuleGroup* group, const Ipv6Bytes& key, MatchResult&
     return rs_matchIPRuleGroupEx(group, 6, key.data(), &result);
 }
 
+inline void lookUpBulk(const RuleGroup* group, const Ipv4* keys, size_t count,
+                       uint32_t* ruleIndexes, MatchResult* results) {
+    rs::matchIpv4Bulk(group, keys, count, ruleIndexes, results);
+}
+inline void lookUpBulk(const RuleGroup* group, const Ipv6Bytes* keys, size_t count,
+                       uint32_t* ruleIndexes, MatchResult* results) {
+    rs::matchIpv6Bulk(group, keys, count, ruleIndexes, results);
+}
+
 inline Ipv4 numberOfKey(Ipv4 key) {
     return key;
 }

@@ -21,8 +21,8 @@ QUESTIONS = {
     "ipv4_hosts": ("IPv4 addresses", """\
 *Which rule is for this address?* All rules are single addresses, scattered over the family. The maps go from the address
 to the number of the rule. The sorted array is asked with `std::lower_bound`. `rte_fib`, the patricia tree and the database
-have each address as a prefix of all its bits; `rte_fib` is asked through its bulk call for 256 keys at a time, all others
-with one key. The library returns the whole rule, with its value, id and `userData`; the others return its number, but for
+have each address as a prefix of all its bits. `rte_fib` and "ruleset, bulk" are asked through bulk calls for 256 keys at a
+time, all others with one key. The library returns the whole rule, with its value, id and `userData`; the others return its number, but for
 the map that has whole rules as values."""),
     "ipv6_hosts": ("IPv6 addresses", """\
 The same with 128 bits. `rte_fib6` and `rte_lpm6` are asked through their bulk calls. They are made for prefixes of networks:
