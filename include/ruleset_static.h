@@ -79,7 +79,8 @@ uint32_t rulesLeftOut(const RuleGroup* group) noexcept;
  * All return RULE_OK, whatever the keys are. They return RULE_ERR_INVALID_ARG, with nothing written,
  * for a null group, for a group of another type, and for null keys or ruleIndexes; with a count of 0
  * these two may be null. The arrays are the caller's, have room for count of each, and do not
- * overlap. Threads are as for single lookups. Cost: that of count lookups at most.
+ * overlap. Threads are as for single lookups. Cost: linear in count;
+ * docs/performance.md has what a key costs alone and in bulk.
  * --------------------------------------------------------------------------------------------- */
 
 /* A key of text: length bytes, which need no NUL after them. */

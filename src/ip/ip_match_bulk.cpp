@@ -86,28 +86,39 @@ void matchIpv4Many(const IpRuleTable& table, const uint32_t* addresses, size_t c
             });
         return;
     }
-    if (table.flatIpv4Hosts == nullptr || table.flatIpv4Ranges == nullptr) {
+    const FlatHosts<uint32_t>* hosts = table.flatIpv4Hosts;
+    const FlatRanges32* ranges = table.flatIpv4Ranges;
+    if (hosts == nullptr && ranges == nullptr) {
         for (size_t i = 0; i < count; ++i) {
             lookUp(i);
         }
         return;
     }
-    takeSteps<BulkAddress>(
+    takeSteps<HostProbe>(
         count,
-        [&](size_t i, BulkAddress& state) noexcept {
-            state.probe = prepareFlatHost(*table.flatIpv4Hosts, addresses[i]);
-            prefetchHostBucket(state.probe);
-            prefetchFlatRoot(*table.flatIpv4Ranges, addresses[i]);
+        [&](size_t i, HostProbe& probe) noexcept {
+            if (hosts != nullptr) {
+                probe = prepareFlatHost(*hosts, addresses[i]);
+                prefetchHostBucket(probe);
+            }
+            if (ranges != nullptr) {
+                prefetchFlatRoot(*ranges, addresses[i]);
+            }
         },
-        [&](size_t i, BulkAddress& state) noexcept {
-            prefetchAnswer(state.probe, table.ipv4Answers);
-            prefetchAfterFlatRoot(*table.flatIpv4Ranges, addresses[i]);
+        [&](size_t i, HostProbe& probe) noexcept {
+            if (hosts != nullptr) {
+                prefetchAnswer(probe, table.ipv4Answers);
+            }
+            if (ranges != nullptr) {
+                prefetchAfterFlatRoot(*ranges, addresses[i]);
+            }
         },
-        [&](size_t i, BulkAddress&) noexcept {
-            prefetchEntry(table.ipv4RangeEntries,
-                          findFlatRange(*table.flatIpv4Ranges, addresses[i]));
+        [&](size_t i, HostProbe&) noexcept {
+            if (ranges != nullptr) {
+                prefetchEntry(table.ipv4RangeEntries, findFlatRange(*ranges, addresses[i]));
+            }
         },
-        [&](size_t i, BulkAddress&) noexcept { lookUp(i); });
+        [&](size_t i, HostProbe&) noexcept { lookUp(i); });
 }
 
 void matchIpv6Many(const IpRuleTable& table, const std::array<uint8_t, 16>* addresses, size_t count,
