@@ -51,74 +51,101 @@ AddressHalves readKey(const std::array<uint8_t, 16>& address) noexcept {
     return key;
 }
 
+// A lookup of IPv4 addresses; its parts are the ways of different tables.
+class Ipv4Bulk {
+public:
+    Ipv4Bulk(const IpRuleTable& table, const uint32_t* addresses, size_t count,
+             const BulkAnswers& answers) noexcept
+        : table_(table), addresses_(addresses), count_(count), answers_(answers) {}
+
+    void inHosts(const FlatHosts<uint32_t>& hosts) const noexcept {
+        takeSteps<HostProbe>(
+            count_,
+            [&](size_t i, HostProbe& probe) noexcept {
+                probe = prepareFlatHost(hosts, addresses_[i]);
+                prefetchHostBucket(probe);
+            },
+            [&](size_t, HostProbe& probe) noexcept { prefetchAnswer(probe, table_.ipv4Answers); },
+            [&](size_t i, HostProbe&) noexcept { lookUp(i); });
+    }
+
+    void inRanges(const FlatRanges32& ranges) const noexcept {
+        takeSteps<uint32_t>(
+            count_, [&](size_t i, uint32_t&) noexcept { prefetchFlatRoot(ranges, addresses_[i]); },
+            [&](size_t i, uint32_t&) noexcept { prefetchAfterFlatRoot(ranges, addresses_[i]); },
+            [&](size_t i, uint32_t& number) noexcept {
+                number = findFlatRange(ranges, addresses_[i]);
+                prefetchEntry(table_.ipv4RangeEntries, number);
+            },
+            [&](size_t i, uint32_t& number) noexcept {
+                answers_.answer(i, [&](MatchResult& result) noexcept {
+                    return reportRange(table_.ipv4RangeEntries, number, result);
+                });
+            });
+    }
+
+    // Either of the flat lookups may be null.
+    void inBoth(const FlatHosts<uint32_t>* hosts, const FlatRanges32* ranges) const noexcept {
+        takeSteps<HostProbe>(
+            count_,
+            [&](size_t i, HostProbe& probe) noexcept {
+                if (hosts != nullptr) {
+                    probe = prepareFlatHost(*hosts, addresses_[i]);
+                    prefetchHostBucket(probe);
+                }
+                if (ranges != nullptr) {
+                    prefetchFlatRoot(*ranges, addresses_[i]);
+                }
+            },
+            [&](size_t i, HostProbe& probe) noexcept {
+                if (hosts != nullptr) {
+                    prefetchAnswer(probe, table_.ipv4Answers);
+                }
+                if (ranges != nullptr) {
+                    prefetchAfterFlatRoot(*ranges, addresses_[i]);
+                }
+            },
+            [&](size_t i, HostProbe&) noexcept {
+                if (ranges != nullptr) {
+                    prefetchEntry(table_.ipv4RangeEntries, findFlatRange(*ranges, addresses_[i]));
+                }
+            },
+            [&](size_t i, HostProbe&) noexcept { lookUp(i); });
+    }
+
+    void oneByOne() const noexcept {
+        for (size_t i = 0; i < count_; ++i) {
+            lookUp(i);
+        }
+    }
+
+private:
+    void lookUp(size_t i) const noexcept {
+        answers_.answer(i, [&](MatchResult& result) noexcept {
+            return matchIpv4(table_, addresses_[i], result);
+        });
+    }
+
+    const IpRuleTable& table_;
+    const uint32_t* addresses_;
+    size_t count_;
+    const BulkAnswers& answers_;
+};
+
 }  // namespace
 
 void matchIpv4Many(const IpRuleTable& table, const uint32_t* addresses, size_t count,
                    const BulkAnswers& answers) noexcept {
-    const auto lookUp = [&](size_t i) noexcept {
-        answers.answer(i, [&](MatchResult& result) noexcept {
-            return matchIpv4(table, addresses[i], result);
-        });
-    };
-    if (const FlatHosts<uint32_t>* hosts = table.onlyIpv4Hosts; hosts != nullptr) {
-        takeSteps<HostProbe>(
-            count,
-            [&](size_t i, HostProbe& probe) noexcept {
-                probe = prepareFlatHost(*hosts, addresses[i]);
-                prefetchHostBucket(probe);
-            },
-            [&](size_t, HostProbe& probe) noexcept { prefetchAnswer(probe, table.ipv4Answers); },
-            [&](size_t i, HostProbe&) noexcept { lookUp(i); });
-        return;
+    const Ipv4Bulk bulk(table, addresses, count, answers);
+    if (table.onlyIpv4Hosts != nullptr) {
+        bulk.inHosts(*table.onlyIpv4Hosts);
+    } else if (table.onlyIpv4Ranges != nullptr) {
+        bulk.inRanges(*table.onlyIpv4Ranges);
+    } else if (table.flatIpv4Hosts != nullptr || table.flatIpv4Ranges != nullptr) {
+        bulk.inBoth(table.flatIpv4Hosts, table.flatIpv4Ranges);
+    } else {
+        bulk.oneByOne();
     }
-    if (const FlatRanges32* ranges = table.onlyIpv4Ranges; ranges != nullptr) {
-        takeSteps<uint32_t>(
-            count, [&](size_t i, uint32_t&) noexcept { prefetchFlatRoot(*ranges, addresses[i]); },
-            [&](size_t i, uint32_t&) noexcept { prefetchAfterFlatRoot(*ranges, addresses[i]); },
-            [&](size_t i, uint32_t& number) noexcept {
-                number = findFlatRange(*ranges, addresses[i]);
-                prefetchEntry(table.ipv4RangeEntries, number);
-            },
-            [&](size_t i, uint32_t& number) noexcept {
-                answers.answer(i, [&](MatchResult& result) noexcept {
-                    return reportRange(table.ipv4RangeEntries, number, result);
-                });
-            });
-        return;
-    }
-    const FlatHosts<uint32_t>* hosts = table.flatIpv4Hosts;
-    const FlatRanges32* ranges = table.flatIpv4Ranges;
-    if (hosts == nullptr && ranges == nullptr) {
-        for (size_t i = 0; i < count; ++i) {
-            lookUp(i);
-        }
-        return;
-    }
-    takeSteps<HostProbe>(
-        count,
-        [&](size_t i, HostProbe& probe) noexcept {
-            if (hosts != nullptr) {
-                probe = prepareFlatHost(*hosts, addresses[i]);
-                prefetchHostBucket(probe);
-            }
-            if (ranges != nullptr) {
-                prefetchFlatRoot(*ranges, addresses[i]);
-            }
-        },
-        [&](size_t i, HostProbe& probe) noexcept {
-            if (hosts != nullptr) {
-                prefetchAnswer(probe, table.ipv4Answers);
-            }
-            if (ranges != nullptr) {
-                prefetchAfterFlatRoot(*ranges, addresses[i]);
-            }
-        },
-        [&](size_t i, HostProbe&) noexcept {
-            if (ranges != nullptr) {
-                prefetchEntry(table.ipv4RangeEntries, findFlatRange(*ranges, addresses[i]));
-            }
-        },
-        [&](size_t i, HostProbe&) noexcept { lookUp(i); });
 }
 
 void matchIpv6Many(const IpRuleTable& table, const std::array<uint8_t, 16>* addresses, size_t count,
