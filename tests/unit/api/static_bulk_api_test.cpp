@@ -388,10 +388,7 @@ std::string hostText(uint32_t number) {
 }
 
 Texts domainRules(uint32_t count) {
-    Texts rules{"a.com", "*.org",
-                "B\xC3\xBC"
-                "cher.example",
-                "x_y.test", "*.deep.under.net"};
+    Texts rules{"a.com", "*.org", "B\303\274cher.example", "x_y.test", "*.deep.under.net"};
     for (uint32_t i = 0; i < count; ++i) {
         rules.push_back((i % 3 == 0 ? "*." : "") + hostText(i));
     }
@@ -413,8 +410,7 @@ Texts nameKeys(uint32_t count) {
                 "org",
                 "%61.com",
                 "b%C3%BCcher.example",
-                "B\xC3\x9C"
-                "CHER.Example",
+                "B\303\234CHER.Example",
                 "xn--bcher-kva.example",
                 "x_y.test",
                 "x y.test",
@@ -487,8 +483,7 @@ Texts urlKeys(uint32_t count) {
                ":80",
                "%61.com/%62",
                "web.org/path/more",
-               "b\xC3\xBC"
-               "cher.org/path",
+               "b\303\274cher.org/path",
                std::string("a.com/\0", 7),
                "long.test/" + std::string(53, 'p'),
                "long.test/" + std::string(54, 'p'),
