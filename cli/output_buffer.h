@@ -15,7 +15,7 @@ class OutputBuffer {
 public:
     // All may throw std::bad_alloc.
     void write(std::string_view text) {
-        std::memcpy(room(text.size()), text.data(), text.size());
+        std::copy(text.begin(), text.end(), room(text.size()));
         length_ += text.size();
     }
     void write(char byte) {
