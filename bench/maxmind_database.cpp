@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <endian.h>
+#include <filesystem>
 #include <maxminddb.h>
 #include <memory>
 #include <netinet/in.h>
@@ -145,7 +146,7 @@ struct CloseDatabase {
 
 template <typename Address>
 std::shared_ptr<void> makeDatabase(const Intervals<Address>& rules) {
-    std::string path = "/tmp/peer_bench.XXXXXX";
+    std::string path = std::filesystem::temp_directory_path() / "peer_bench.XXXXXX";
     const int descriptor = mkstemp(path.data());
     std::FILE* file = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
     require(file != nullptr, "no file for the database");

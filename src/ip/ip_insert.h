@@ -101,7 +101,7 @@ public:
         mirror_ = {&nodes, &entries};
     }
 
-    // Whether the mirror has all ranges. Otherwise its slabs hold nothing of use.
+    // Whether the mirror has all ranges. Otherwise its slabs are to be emptied.
     [[nodiscard]] bool hasMirror() const noexcept {
         return mirror_.entries != nullptr && leftOut_ == 0;
     }

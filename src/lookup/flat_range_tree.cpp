@@ -86,7 +86,7 @@ public:
 private:
     uint64_t* lineAt(uint64_t number) const noexcept { return lines_.get() + number * LINE_WAYS; }
 
-    // The first address that a line of a level stands for.
+    // The first address that is looked up in a line of a level.
     uint64_t firstOf(uint64_t line, uint32_t level) const noexcept {
         for (; level > 1; --level) {
             line = lineAt(line)[0];

@@ -24,7 +24,7 @@
 //     2001:db8:0:7::8/125 -> record 7     upper tree       2001:db8:0:7 -> lower tree, 2001:db8:0:8 -> none
 //                                         lower tree       0 -> none, 8 -> 7, 16 -> none
 //
-// Invariants: a key is one less than the first address that it stands for, so that the greatest key, which unused places
+// Invariants: a key is one less than the first address of its way, so that the greatest key, which unused places
 //             have, is below no address. The leaves of all trees are before all inner lines.
 // Ownership:  freeFlatRanges frees what buildFlatRanges returned. Records are borrowed as numbers.
 // Threads:    lookups only read.
